@@ -1,0 +1,8 @@
+#pragma once
+
+#include <ostream>
+
+class ofd_pipestream : public std::ostream {
+  public:
+    explicit ofd_pipestream(int fd);
+};
