@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/db.h"
+
+/// The files that a responder attaches to its replies, as listed in table resp_attach.
+struct Attachments {
+    /// Names of the files that exist, in the order of the rows.
+    std::vector<std::string> present;
+    /// Names of those that do not, a line each.
+    std::string missing;
+};
+
+/// Lists the files of the responder `rn_id` and looks them up in `directory`. Anything of that name
+/// counts as present; whether it can be read shows when it is attached. Ends the run if the query
+/// fails.
+Attachments find_attachments(MYSQL* connection, const std::string& rn_id,
+                             const std::string& directory);

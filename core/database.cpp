@@ -1,0 +1,57 @@
+#include "core/database.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "core/run_end.h"
+
+bool Query_result::fetch() {
+    row_ = result_ ? mysql_fetch_row(result_.get()) : nullptr;
+    lengths_ = row_ != nullptr ? mysql_fetch_lengths(result_.get()) : nullptr;
+    return row_ != nullptr;
+}
+
+std::optional<std::string_view> Query_result::column(unsigned int index) const {
+    if (row_[index] == nullptr) {
+        return std::nullopt;
+    }
+    return std::string_view(row_[index], lengths_[index]);
+}
+
+std::string Query_result::text(unsigned int index, std::string_view when_null) const {
+    return std::string(column(index).value_or(when_null));
+}
+
+std::optional<Query_result> try_query(MYSQL* connection, const std::string& statement) {
+    if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
+        return std::nullopt;
+    }
+    return Query_result(mysql_store_result(connection));
+}
+
+Query_result query(MYSQL* connection, const std::string& statement, std::string_view failure) {
+    std::optional<Query_result> result = try_query(connection, statement);
+    if (!result) {
+        end_run(std::string(failure) + mysql_error(connection));
+    }
+    return std::move(*result);
+}
+
+Connection connect_to_database() {
+    Connection connection(db_connect());
+    if (!connection) {
+        end_run("autoresponder: Unable to connect to the mysql database ");
+    }
+    return connection;
+}
+
+std::string escape_for_sql(MYSQL* connection, const std::string& text) {
+    struct Freer {
+        void operator()(char* memory) const { std::free(memory); }
+    };
+    const std::unique_ptr<char, Freer> escaped(escape_mysql_param(connection, text.c_str()));
+    if (!escaped) {
+        throw std::bad_alloc();
+    }
+    return escaped.get();
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "support/db.h"
+
+/// What the core uses of the database: an owned connection, and queries whose rows are read as
+/// text.
+
+struct Connection_closer {
+    void operator()(MYSQL* connection) const { mysql_close(connection); }
+};
+using Connection = std::unique_ptr<MYSQL, Connection_closer>;
+
+/// The rows of one query, held in memory on the client's side, so that further queries may run on
+/// the same connection while they are read.
+class Query_result {
+  public:
+    /// Takes over `result`; null stands for a result without rows.
+    explicit Query_result(MYSQL_RES* result) : result_(result) {}
+
+    /// Goes to the next row; false when there is none.
+    bool fetch();
+
+    /// A column of the current row, by its position from 0; null for SQL NULL. Valid until the next
+    /// fetch.
+    [[nodiscard]] std::optional<std::string_view> column(unsigned int index) const;
+
+    /// A column of the current row, with `when_null` for SQL NULL.
+    [[nodiscard]] std::string text(unsigned int index, std::string_view when_null) const;
+
+  private:
+    struct Result_freer {
+        void operator()(MYSQL_RES* result) const { mysql_free_result(result); }
+    };
+    std::unique_ptr<MYSQL_RES, Result_freer> result_;
+    MYSQL_ROW row_ = nullptr;
+    const unsigned long* lengths_ = nullptr;
+};
+
+/// Runs `statement` and reads its rows. If the server refuses it, ends the run with `failure`
+/// followed by the server's reason.
+Query_result query(MYSQL* connection, const std::string& statement,
+                   std::string_view failure = "autoresponder: Unable to exec query :");
+
+/// Runs `statement` and reads its rows; nothing if the server refuses it, with the reason in
+/// mysql_error(3).
+std::optional<Query_result> try_query(MYSQL* connection, const std::string& statement);
+
+/// Opens the connection to the panel's database, or ends the run.
+Connection connect_to_database();
+
+/// `text` escaped for an SQL string literal of this connection's session.
+std::string escape_for_sql(MYSQL* connection, const std::string& text);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+struct Mail_content;
+class Query_result;
+
+/// One responder of a mailbox: a row of mail_resp, with the defaults that stand for SQL NULL.
+struct Responder_row {
+    std::string id;            ///< key of resp_attach, resp_freq and resp_forward
+    std::string keystr;        ///< text to look for
+    std::string key_where;     ///< "subj", "body"; anything else: no condition
+    std::string text;          ///< body of the reply, UTF-8
+    std::string resp_on;       ///< on unless exactly "false"
+    std::string ans_freq;      ///< replies per sender and day, a number as text
+    std::string mem_limit;     ///< senders remembered, a number as text
+    std::string subject;       ///< subject template; empty: "Re: " and the incoming subject
+    std::string reply_to;      ///< Reply-To address of the reply; empty: none
+    std::string charset;       ///< charset of the reply's text
+    std::string content_type;  ///< content type of the reply's text
+};
+
+/// The statement that lists a mailbox's responders, its columns in the order of Responder_row.
+std::string responder_rows_of(const std::string& mailbox_id);
+
+/// Reads the current row of that statement's result.
+Responder_row read_responder_row(const Query_result& result);
+
+/// Whether the responder is on and its key word, if it has one, occurs where it is looked for.
+/// Compares bytes; an empty key word occurs everywhere.
+bool applies_to(const Responder_row& responder, const Mail_content& mail);

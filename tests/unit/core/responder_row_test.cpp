@@ -1,0 +1,65 @@
+#include "core/responder_row.h"
+
+#include <gtest/gtest.h>
+
+#include "core/mail_content.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+Mail_content mail() {
+    Mail_content mail;
+    mail.subject = "Price list, please";
+    mail.body_lines = {"Hello,", "send me the catalogue", "zero \0 byte"s, ""};
+    return mail;
+}
+
+Responder_row responder(std::string key_where, std::string keystr, std::string resp_on = "true") {
+    Responder_row row;
+    row.key_where = std::move(key_where);
+    row.keystr = std::move(keystr);
+    row.resp_on = std::move(resp_on);
+    return row;
+}
+
+TEST(ResponderRow, IsOffOnlyWhenExactlyFalse) {
+    EXPECT_FALSE(applies_to(responder("no", "", "false"), mail()));
+    EXPECT_TRUE(applies_to(responder("no", "", "False"), mail()));
+    EXPECT_TRUE(applies_to(responder("no", "", ""), mail()));
+    EXPECT_TRUE(applies_to(responder("no", "", "true"), mail()));
+}
+
+TEST(ResponderRow, SubjectKeyIsSearchedInTheSubjectByteForByte) {
+    EXPECT_TRUE(applies_to(responder("subj", "list"), mail()));
+    EXPECT_FALSE(applies_to(responder("subj", "LIST"), mail()));
+    EXPECT_FALSE(applies_to(responder("subj", "catalogue"), mail()));
+}
+
+TEST(ResponderRow, BodyKeyIsSearchedInEveryLine) {
+    EXPECT_TRUE(applies_to(responder("body", "catalogue"), mail()));
+    EXPECT_FALSE(applies_to(responder("body", "list"), mail()));
+    EXPECT_FALSE(applies_to(responder("body", "Hello,\nsend"), mail()));
+}
+
+TEST(ResponderRow, BodyKeyIsFoundBehindAZeroByte) {
+    EXPECT_TRUE(applies_to(responder("body", "byte"), mail()));
+    EXPECT_TRUE(applies_to(responder("body", "\0 b"s), mail()));
+}
+
+TEST(ResponderRow, EmptyKeyOccursEverywhere) {
+    EXPECT_TRUE(applies_to(responder("subj", ""), mail()));
+    EXPECT_TRUE(applies_to(responder("body", ""), mail()));
+    Mail_content empty;
+    empty.body_lines = {""};
+    EXPECT_TRUE(applies_to(responder("subj", ""), empty));
+    EXPECT_TRUE(applies_to(responder("body", ""), empty));
+}
+
+TEST(ResponderRow, AnyOtherPlaceIsNoCondition) {
+    EXPECT_TRUE(applies_to(responder("no", "nowhere"), mail()));
+    EXPECT_TRUE(applies_to(responder("Subj", "nowhere"), mail()));
+    EXPECT_TRUE(applies_to(responder("", "nowhere"), mail()));
+}
+
+}  // namespace

@@ -1,0 +1,234 @@
+#include "core/response.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "core/mail_content.h"
+#include "core/responder_row.h"
+
+namespace {
+
+// The placeholders keep the values of the process's first message, so all tests share one.
+const Mail_content& mail() {
+    static const Mail_content mail = [] {
+        Mail_content content;
+        content.from = "ann@correspondent.example";
+        content.to = "info@client.example";
+        content.subject = "A question";
+        return content;
+    }();
+    return mail;
+}
+
+Responder_row responder() {
+    Responder_row row;
+    row.text = "Thank you.";
+    row.charset = "UTF-8";
+    row.content_type = "text/plain";
+    return row;
+}
+
+std::string written(const Responder_row& row, const Response_attachments& attachments = {}) {
+    std::ostringstream out;
+    write_response(out, mail(), row, attachments);
+    return out.str();
+}
+
+std::string subject(const std::string& own_subject) {
+    Responder_row row = responder();
+    row.subject = own_subject;
+    return response_subject(mail(), row);
+}
+
+class ResponseWithAttachments : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string name = (std::filesystem::temp_directory_path() / "response-XXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        directory_ = name;
+    }
+
+    void TearDown() override { std::filesystem::remove_all(directory_); }
+
+    void put(const std::string& name, const std::string& bytes) const {
+        std::ofstream(directory_ + "/" + name, std::ios::binary) << bytes;
+    }
+
+    /// What stands between the empty line behind the attachment's headers and the boundary.
+    [[nodiscard]] std::string attached(const std::string& name) const {
+        const std::string text = written(responder(), {"BOUNDARY", directory_, {name}});
+        const std::string start = "\"\n\n";
+        const std::size_t begin = text.find("filename=");
+        const std::size_t body = text.find(start, begin) + start.size();
+        return text.substr(body, text.rfind("--BOUNDARY--") - body);
+    }
+
+    std::string directory_;
+};
+
+TEST(Response, SinglePartIsWrittenHeaderByHeader) {
+    EXPECT_EQ(written(responder()),
+              "From: info@client.example\n"
+              "To: ann@correspondent.example\n"
+              "MIME-Version: 1.0\n"
+              "Subject: Re: A question\n"
+              "Content-Type: text/plain; charset=\"UTF-8\"\n"
+              "Content-Transfer-Encoding: 8bit\n"
+              "Content-Disposition: inline\n"
+              "\n"
+              "Thank you.\n\n\n");
+}
+
+TEST(Response, ReplyToComesFirstWhenThereIsOne) {
+    Responder_row row = responder();
+    row.reply_to = "desk@client.example";
+    EXPECT_THAT(written(row), testing::StartsWith("Reply-To: desk@client.example\n"
+                                                  "From: info@client.example\n"));
+}
+
+TEST(Response, TextIsConvertedToTheRespondersCharset) {
+    Responder_row row = responder();
+    row.text = "Gr\xC3\xBC\xC3\x9F"
+               "e";
+    row.charset = "ISO-8859-1";
+    EXPECT_THAT(written(row), testing::HasSubstr("charset=\"ISO-8859-1\"\n"));
+    EXPECT_THAT(written(row), testing::EndsWith("\n\nGr\xFC\xDF"
+                                                "e\n\n\n"));
+}
+
+TEST(Response, TextThatCannotBeConvertedGoesOutInUtf8) {
+    Responder_row row = responder();
+    row.charset = "no-such-charset";
+    EXPECT_THAT(written(row), testing::HasSubstr("charset=\"UTF-8\"\n"));
+    EXPECT_THAT(written(row), testing::EndsWith("\n\nThank you.\n\n\n"));
+}
+
+TEST(ResponseSubject, EmptySubjectBecomesReAndTheIncomingOne) {
+    EXPECT_EQ(subject(""), "Re: A question");
+    const Mail_content without_subject;
+    EXPECT_EQ(response_subject(without_subject, responder()), "Re: ");
+}
+
+TEST(ResponseSubject, EveryPlaceholderIsFilledIn) {
+    EXPECT_EQ(subject("<request_from>"), "ann@correspondent.example");
+    EXPECT_EQ(subject("<orig_emails_sender_mailname>"), "ann@correspondent.example");
+    EXPECT_EQ(subject("[<request_subject>]"), "[A question]");
+    EXPECT_EQ(subject("<orig_emails_subj>, <incoming_message_subject>"), "A question, A question");
+}
+
+TEST(ResponseSubject, UnknownEmptyAndOverlongNamesStayAsWritten) {
+    EXPECT_EQ(subject("<unknown> <>"), "<unknown> <>");
+    const std::string overlong = "<" + std::string(33, 'x') + ">";
+    EXPECT_EQ(subject(overlong), overlong);
+}
+
+TEST(ResponseSubject, IsCutAt999BytesInTheMiddleOfAValueIfNeedBe) {
+    EXPECT_EQ(subject(std::string(990, 'x') + "<request_subject>"),
+              std::string(990, 'x') + "A questio");
+    EXPECT_EQ(subject(std::string(1500, 'x')), std::string(999, 'x'));
+}
+
+TEST(Response, PlaceholdersInTheTextStay) {
+    Responder_row row = responder();
+    row.text = "<request_subject>";
+    EXPECT_THAT(written(row), testing::EndsWith("\n\n<request_subject>\n\n\n"));
+}
+
+TEST_F(ResponseWithAttachments, AreWrittenAsPartsBehindTheText) {
+    put("a.txt", "ABC");
+    put("empty", "");
+    EXPECT_EQ(written(responder(), {"BOUNDARY", directory_, {"a.txt", "empty"}}),
+              "From: info@client.example\n"
+              "To: ann@correspondent.example\n"
+              "MIME-Version: 1.0\n"
+              "Subject: Re: A question\n"
+              "Content-Type: multipart/mixed;\n"
+              "\tboundary=\"BOUNDARY\"\n"
+              "\n"
+              "--BOUNDARY\n"
+              "Content-Type: text/plain; charset=\"UTF-8\"\n"
+              "Content-Transfer-Encoding: 8bit\n"
+              "Content-Disposition: inline\n"
+              "\n"
+              "Thank you.\n\n\n"
+              "--BOUNDARY\n"
+              "Content-Type: application/octet-stream\n"
+              "Content-Transfer-Encoding: base64\n"
+              "Content-Disposition: attachment;\n"
+              "\tfilename=\"a.txt\"\n"
+              "\n"
+              "QUJD\n"
+              "\n"
+              "--BOUNDARY\n"
+              "Content-Type: application/octet-stream\n"
+              "Content-Transfer-Encoding: base64\n"
+              "Content-Disposition: attachment;\n"
+              "\tfilename=\"empty\"\n"
+              "\n"
+              "\n"
+              "--BOUNDARY--\n");
+}
+
+TEST_F(ResponseWithAttachments, NameIsAnEncodedWordWhereItNeedsToBe) {
+    put("Pr\xC3\xA9sentation \"1\".pdf", "x");
+    EXPECT_THAT(written(responder(), {"BOUNDARY", directory_, {"Pr\xC3\xA9sentation \"1\".pdf"}}),
+                testing::HasSubstr("\tfilename=\"=?utf-8?Q?Pr=C3=A9sentation_=221=22.pdf?=\"\n"));
+}
+
+TEST_F(ResponseWithAttachments, EveryLineButTheLastHoldsFortyFiveBytes) {
+    const std::string full = std::string(60, 'Q') + "\n";  // base64 of bytes 0x41 0x04 0x10 ...
+    std::string bytes;
+    for (int i = 0; i < 15; ++i) {
+        bytes += "\x41\x04\x10";
+    }
+    put("44", bytes.substr(0, 44));
+    put("45", bytes);
+    put("46", bytes + "A");
+    EXPECT_EQ(attached("44"), std::string(58, 'Q') + "Q=\n\n");
+    EXPECT_EQ(attached("45"), full + "\n");
+    EXPECT_EQ(attached("46"), full + "QQ==\n\n");
+}
+
+TEST_F(ResponseWithAttachments, DirectoryIsReportedAndItsPartLeftEmpty) {
+    std::filesystem::create_directory(directory_ + "/sub");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached("sub"), "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "autoresponder: Failed to read attachement file '" + directory_ +
+                  "/sub': Is a directory (21)\n");
+}
+
+TEST_F(ResponseWithAttachments, FileThatWentAwayIsReportedAndItsPartLeftEmpty) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached("gone"), "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "autoresponder: Failed to read attachement file '" + directory_ +
+                  "/gone': No such file or directory (2)\n");
+}
+
+TEST_F(ResponseWithAttachments, PipeIsNeitherWaitedForNorRead) {
+    ASSERT_EQ(mkfifo((directory_ + "/pipe").c_str(), 0600), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached("pipe"), "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "autoresponder: Failed to read attachement file '" + directory_ +
+                  "/pipe': Invalid argument (22)\n");
+}
+
+TEST_F(ResponseWithAttachments, EndlessDeviceIsNotRead) {
+    std::filesystem::create_symlink("/dev/zero", directory_ + "/zero");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached("zero"), "\n");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("(22)\n"));
+}
+
+}  // namespace
