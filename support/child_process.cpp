@@ -1,0 +1,206 @@
+#include "support/child_process.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <string.h>
+#include <sys/uio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+#include "support/log.h"
+
+namespace tolva::child {
+
+namespace {
+
+constexpr int kCannotBecomeProgram = 255;
+constexpr int kStandardStreams = 3;
+
+bool connect(int source, int slot) {
+    int descriptor = source;
+    if (descriptor == -1) {
+        descriptor = open("/dev/null", O_RDWR);
+        if (descriptor == -1) {
+            return false;
+        }
+    }
+    if (descriptor == slot) {
+        return true;  // the slot was closed, and /dev/null was given its number
+    }
+    const bool connected = dup2(descriptor, slot) != -1;
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return connected;
+}
+
+bool connect_streams(const streams& wanted) {
+    std::array<int, kStandardStreams> sources = {wanted.in, wanted.out, wanted.err};
+    // A standard stream that is wanted in another's place goes out of the way first: its own slot
+    // may be filled before it is needed, and must not be closed afterwards.
+    for (int slot = 0; slot < kStandardStreams; ++slot) {
+        int& source = sources[static_cast<size_t>(slot)];
+        if (source >= 0 && source < kStandardStreams && source != slot) {
+            source = fcntl(source, F_DUPFD_CLOEXEC, kStandardStreams);
+            if (source == -1) {
+                return false;
+            }
+        }
+    }
+    for (int slot = 0; slot < kStandardStreams; ++slot) {
+        const int source = sources[static_cast<size_t>(slot)];
+        if (source != slot && !connect(source, slot)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The number that a directory entry of /proc/self/fd stands for, or -1.
+int descriptor_number(const char* name) {
+    if (*name == '\0') {
+        return -1;
+    }
+    int number = 0;
+    for (; *name != '\0'; ++name) {
+        if (*name < '0' || *name > '9') {
+            return -1;
+        }
+        number = number * 10 + (*name - '0');
+    }
+    return number;
+}
+
+// getdents64(2) because opendir(3) allocates. Closing while reading is safe: the kernel keeps its
+// place in this directory by descriptor number.
+bool close_listed_descriptors(int first) {
+    const int directory = open("/proc/self/fd", O_RDONLY | O_DIRECTORY);
+    if (directory == -1) {
+        return false;
+    }
+    alignas(dirent64) std::array<char, 4096> entries;  // NOLINT(*-member-init): filled by the call
+    ssize_t size = 0;
+    while ((size = getdents64(directory, entries.data(), entries.size())) > 0) {
+        for (ssize_t offset = 0; offset < size;) {
+            const auto* entry = reinterpret_cast<const dirent64*>(entries.data() + offset);
+            const int descriptor = descriptor_number(entry->d_name);
+            if (descriptor >= first && descriptor != directory) {
+                close(descriptor);
+            }
+            offset += entry->d_reclen;
+        }
+    }
+    close(directory);
+    return size == 0;
+}
+
+// A descriptor limit may be a million: counting up to it is the last resort.
+void close_descriptors_from(int first) {
+    if (close_range(static_cast<unsigned>(first), ~0U, 0) == 0 || close_listed_descriptors(first)) {
+        return;
+    }
+    const int limit = getdtablesize();
+    for (int descriptor = first; descriptor < limit; ++descriptor) {
+        close(descriptor);
+    }
+}
+
+// A caller that ignores SIGPIPE does so for its own writes; a program started with it ignored would
+// go on writing to a reader that has gone.
+void reset_sigpipe() {
+    struct sigaction action {};
+    action.sa_handler = SIG_DFL;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+[[noreturn]] void become(const streams& wanted, const char* path, char* const argv[],
+                         exec_failure_report report) {
+    if (!connect_streams(wanted)) {
+        say({"fork_execv: dup() failed: ", reason(errno), "\n"});
+        _exit(kCannotBecomeProgram);
+    }
+    close_descriptors_from(kStandardStreams);
+    reset_sigpipe();
+    errno = 0;
+    execv(path, argv);
+    report(path != nullptr ? path : "(null)", errno);
+    _exit(kCannotBecomeProgram);
+}
+
+}  // namespace
+
+void report_failed_execv(const char* path, int error) {
+    say({"fork_execv: execv(\"", path, "\") failed: ", reason(error), "\n"});
+}
+
+pid_t start(const streams& wanted, const char* path, char* const argv[],
+            exec_failure_report report) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        become(wanted, path, argv, report);
+    }
+    return pid;
+}
+
+int wait_for(pid_t pid) {
+    int status = 0;
+    while (waitpid(pid, &status, 0) == -1) {
+        if (errno != EINTR) {
+            return -1;
+        }
+    }
+    return status;
+}
+
+const char* reason(int error) {
+    const char* description = strerrordesc_np(error);
+    return description != nullptr ? description : "Unknown error";
+}
+
+void say(std::initializer_list<const char*> texts) {
+    std::array<iovec, 8> pieces{};
+    size_t count = 0;
+    for (const char* text : texts) {
+        if (count < pieces.size()) {
+            pieces[count++] = {const_cast<char*>(text), strlen(text)};
+        }
+    }
+    while (writev(STDERR_FILENO, pieces.data(), static_cast<int>(count)) == -1 && errno == EINTR) {
+    }
+}
+
+argument_vector collect_arguments(va_list arguments) {
+    va_list counted;
+    va_copy(counted, arguments);
+    size_t count = 1;  // the null pointer at the end
+    while (va_arg(counted, char*) != nullptr) {
+        ++count;
+    }
+    va_end(counted);
+
+    argument_vector vector(static_cast<char**>(std::malloc(count * sizeof(char*))));
+    if (vector != nullptr) {
+        for (size_t i = 0; i < count; ++i) {
+            vector[i] = va_arg(arguments, char*);
+        }
+    }
+    return vector;
+}
+
+void report_failed_malloc(int status) {
+    const int error = errno;
+    messlog2(status, 0, "malloc() failed: %s", strerror(error));
+    errno = error;
+}
+
+void report_failed_fork(int status) {
+    const int error = errno;
+    messlog2(status, 0, "fork_execv_pipes: fork() failed");
+    errno = error;
+}
+
+}  // namespace tolva::child

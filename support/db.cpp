@@ -1,0 +1,167 @@
+#include "support/db.h"
+
+#include <string.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <span>
+
+#include "support/db_handle.h"
+#include "support/db_session.h"
+#include "support/log.h"
+
+using tolva::db::connection_handle;
+
+namespace {
+
+constexpr char kPasswordFile[] = "/etc/tva/.tva.shadow";
+constexpr char kUser[] = "admin";
+constexpr char kDatabase[] = "tva";
+constexpr unsigned kConnectSeconds = 30;
+constexpr unsigned kAnswerSeconds = 300;
+
+// -1: no session has been set up yet.
+int mysql41_compatible = -1;
+
+// The administrator's password, wiped from memory when it is no longer needed.
+class admin_password {
+  public:
+    admin_password() = default;
+    admin_password(const admin_password&) = delete;
+    admin_password& operator=(const admin_password&) = delete;
+    ~admin_password() { explicit_bzero(text_.data(), text_.size()); }
+
+    // False with errno and the reason in err.
+    bool read(char* err, size_t size) {
+        struct file_closer {
+            void operator()(FILE* file) const { std::fclose(file); }
+        };
+        const std::unique_ptr<FILE, file_closer> file(std::fopen(kPasswordFile, "re"));
+        if (file == nullptr) {
+            return fail("Unable to open admin password file: %s", err, size);
+        }
+        std::setbuf(file.get(), nullptr);  // no second copy
+        errno = 0;
+        if (std::fgets(text_.data(), static_cast<int>(text_.size()), file.get()) == nullptr) {
+            return fail("Unable to read admin password file: %s", err, size);
+        }
+        cut_line_feed();
+        return true;
+    }
+
+    const char* text() const { return text_.data(); }
+
+  private:
+    static bool fail(const char* format, char* err, size_t size)
+        __attribute__((format(printf, 1, 0))) {
+        const int error = errno;
+        std::snprintf(err, size, format, strerror(error));
+        errno = error;
+        return false;
+    }
+
+    void cut_line_feed() {
+        const size_t length = strlen(text_.data());
+        if (length > 0 && text_[length - 1] == '\n') {
+            text_[length - 1] = '\0';
+        }
+    }
+
+    std::array<char, 100> text_{};
+};
+
+void set_options(MYSQL* connection) {
+    const my_bool off = 0;
+    const unsigned int none = 0;
+    mysql_options(connection, MYSQL_OPT_CONNECT_TIMEOUT, &kConnectSeconds);
+    mysql_options(connection, MYSQL_OPT_READ_TIMEOUT, &kAnswerSeconds);
+    mysql_options(connection, MYSQL_OPT_WRITE_TIMEOUT, &kAnswerSeconds);
+    mysql_options(connection, MYSQL_OPT_RECONNECT, &off);
+    mysql_options(connection, MYSQL_OPT_LOCAL_INFILE, &none);
+}
+
+MYSQL* null_on_error(connection_handle connection) {
+    if (connection != nullptr && mysql_errno(connection.get()) != 0) {
+        connection.reset();
+        errno = 0;
+    }
+    return connection.release();
+}
+
+}  // namespace
+
+void db_library_init(void) {
+    mysql_library_init(0, nullptr, nullptr);
+}
+
+MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
+    admin_password password;
+    if (!password.read(err, size)) {
+        return nullptr;
+    }
+    db_library_init();
+    connection_handle connection(mysql_init(nullptr));
+    if (connection == nullptr) {
+        std::snprintf(err, size, "Unable to initialize MySQL connection structure: %s",
+                      strerror(ENOMEM));
+        errno = ENOMEM;
+        return nullptr;
+    }
+    set_options(connection.get());
+    if (mysql_real_connect(connection.get(), "localhost", kUser, password.text(), kDatabase, 0,
+                           nullptr, 0) == nullptr) {
+        std::snprintf(err, size, "Unable to connect to Tolva Database: %s",
+                      mysql_error(connection.get()));
+        connection.reset();
+        errno = 0;
+    }
+    return connection.release();
+}
+
+MYSQL* tolva_db_connect_raw(char* err, size_t size) {
+    return null_on_error(connection_handle(tolva_db_connect_raw_ex(err, size)));
+}
+
+MYSQL* tolva_db_connect_ex(char* err, size_t size) {
+    MYSQL* connection = tolva_db_connect_raw(err, size);
+    if (connection == nullptr) {
+        return nullptr;
+    }
+    bool utf8_mode = false;
+    if (tolva::db::set_up_session(connection, utf8_mode, err, size)) {
+        mysql41_compatible = utf8_mode ? 1 : 0;
+    }
+    return connection;
+}
+
+MYSQL* tolva_db_connect(char* err, size_t size) {
+    return null_on_error(connection_handle(tolva_db_connect_ex(err, size)));
+}
+
+MYSQL* db_connect_nothrow(char* err, size_t size) {
+    return tolva_db_connect(err, size);
+}
+
+MYSQL* db_connect(void) {
+    std::array<char, 4097> reason{};
+    MYSQL* connection = tolva_db_connect(reason.data(), reason.size());
+    if (connection == nullptr) {
+        const int error = errno;
+        messlog2(0, 0, "%s", reason.data());
+        errno = error;
+    }
+    return connection;
+}
+
+int tolva_db_mysql41_compatible_raw(void) {
+    return mysql41_compatible;
+}
+
+int db_is_mysql41_compatible(void) {
+    if (mysql41_compatible == -1) {
+        static_cast<void>(db_connect());
+    }
+    return mysql41_compatible;
+}

@@ -1,0 +1,182 @@
+#include "support/db_params.h"
+
+#include <string.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "support/db.h"
+#include "support/db_handle.h"
+#include "support/log.h"
+
+using tolva::db::connection_handle;
+using tolva::db::result_handle;
+
+namespace {
+
+constexpr size_t kParameterSize = 4096;
+char parameter[kParameterSize];
+
+// The caller's connection or, where there is none, one that lasts as long as this object.
+class borrowed_or_own {
+  public:
+    explicit borrowed_or_own(MYSQL* borrowed)
+        : own_(borrowed == nullptr ? db_connect() : nullptr),
+          connection_(borrowed != nullptr ? borrowed : own_.get()) {}
+
+    MYSQL* get() const { return connection_; }
+
+  private:
+    connection_handle own_;
+    MYSQL* connection_;
+};
+
+struct memory_deleter {
+    void operator()(void* memory) const { std::free(memory); }
+};
+using escaped_text = std::unique_ptr<char, memory_deleter>;
+
+// What the server says is the whole reason: no error of the system is added to the message.
+const char* reason_of(MYSQL* connection) {
+    errno = 0;
+    return mysql_error(connection);
+}
+
+// Adds the value as a string literal of SQL; false with errno ENOMEM.
+bool append_value(std::string& statement, MYSQL* connection, const char* value) {
+    const escaped_text escaped(escape_mysql_param(connection, value));
+    if (escaped == nullptr) {
+        return false;
+    }
+    statement.append("'").append(escaped.get()).append("'");
+    return true;
+}
+
+}  // namespace
+
+char* get_param_query(const char* query, MYSQL* connection) {
+    const borrowed_or_own database(connection);
+    if (database.get() == nullptr) {
+        messlog2(0, 0, "Unable to connect to the mysql database\n");
+        return nullptr;
+    }
+    result_handle result;
+    const bool sent = mysql_query(database.get(), query) == 0;
+    if (sent) {
+        result.reset(mysql_store_result(database.get()));
+    }
+    if (!sent || mysql_errno(database.get()) != 0) {
+        const char* reason = reason_of(database.get());
+        messlog2(0, 0, "Unable to query parameter by query %s: %s\n", query, reason);
+        return nullptr;
+    }
+    MYSQL_ROW row = result != nullptr ? mysql_fetch_row(result.get()) : nullptr;
+    const char* value = row != nullptr && row[0] != nullptr ? row[0] : "";
+    std::snprintf(parameter, sizeof parameter, "%s", value);
+    return parameter;
+}
+
+char* get_param_simple(const char* key, const char* table, const char* key_column,
+                       const char* value_column, MYSQL* connection) {
+    std::array<char, 4096> query{};
+    std::snprintf(query.data(), query.size(), "select %s from %s where %s='%s'", value_column,
+                  table, key_column, key);
+    return get_param_query(query.data(), connection);
+}
+
+char* get_param(const char* name, MYSQL* connection) {
+    return get_param_simple(name, "misc", "param", "val", connection);
+}
+
+char* escape_mysql_param(MYSQL* connection, const char* text) {
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const size_t length = strlen(text);
+    auto* escaped = static_cast<char*>(std::malloc(2 * length + 1));
+    if (escaped != nullptr) {
+        mysql_real_escape_string(connection, escaped, text, length);
+    }
+    return escaped;
+}
+
+namespace {
+
+// What a write or delete helper sends: the text, where there is a value the escaped and quoted
+// value, and the end.
+struct change {
+    std::string text;
+    const char* value = nullptr;
+    const char* end = "";
+};
+
+// What it reports: without a connection, and when the statement fails (name, reason).
+struct messages {
+    const char* unconnected = "Unable to connect to mysql database\n";
+    const char* failed = nullptr;
+};
+
+int report_failure(const char* format, const char* name, const char* reason)
+    __attribute__((format(printf, 1, 0)));
+
+int report_failure(const char* format, const char* name, const char* reason) {
+    messlog2(0, 0, format, name, reason);
+    return -1;
+}
+
+int apply(change wanted, const char* name, const messages& texts, MYSQL* connection) {
+    const borrowed_or_own database(connection);
+    if (database.get() == nullptr) {
+        messlog2(0, 0, "%s", texts.unconnected);
+        return -1;
+    }
+    if (wanted.value != nullptr && !append_value(wanted.text, database.get(), wanted.value)) {
+        return report_failure(texts.failed, name, strerror(errno));
+    }
+    wanted.text.append(wanted.end);
+    if (mysql_real_query(database.get(), wanted.text.data(), wanted.text.size()) != 0) {
+        return report_failure(texts.failed, name, reason_of(database.get()));
+    }
+    return 0;
+}
+
+}  // namespace
+
+int put_param(const char* name, const char* value, MYSQL* connection) {
+    const std::string quoted = std::string("'") + name + "'";
+    change wanted{"replace into misc (param) values(" + quoted, nullptr, ")"};
+    if (value != nullptr) {
+        wanted = {"replace into misc (param, val) values(" + quoted + ", ", value, ")"};
+    }
+    return apply(
+        std::move(wanted), name,
+        {"Unable to connect to mysql database", "Unable to put parameter %s into misc: %s"},
+        connection);
+}
+
+int del_param(const char* name, MYSQL* connection) {
+    return apply({std::string("delete from misc where param='") + name + "'"}, name,
+                 {.failed = "Unable to delete parameter %s from misc: %s"}, connection);
+}
+
+int del_dom_param(const char* dom_id, const char* name, MYSQL* connection) {
+    return apply({std::string("delete from dom_param where dom_id='") + dom_id + "' and param='" +
+                  name + "'"},
+                 name, {.failed = "Unable to delete parameter %s from dom_param: %s"}, connection);
+}
+
+int del_Parameter(const char* id, const char* name, const char* value, MYSQL* connection) {
+    change wanted{
+        std::string("delete from Parameters where id='") + id + "' and parameter='" + name + "'",
+        value};
+    if (value != nullptr) {
+        wanted.text.append(" and value=");
+    }
+    return apply(std::move(wanted), name,
+                 {.failed = "Unable to delete parameter %s from Parameters: %s"}, connection);
+}
