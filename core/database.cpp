@@ -4,6 +4,7 @@
 #include <new>
 
 #include "core/run_end.h"
+#include "support/db_params.h"
 
 bool Query_result::fetch() {
     row_ = result_ ? mysql_fetch_row(result_.get()) : nullptr;

@@ -15,6 +15,7 @@
 #include "core/mail_content.h"
 #include "core/mail_program.h"
 #include "core/unique_fd.h"
+#include "support/db_params.h"
 #include "support/exec.h"
 #include "support/pipestream.h"
 
