@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include <mimelib/component.h>
+
+class DwBodyPart;
+class DwEntity;
+
+// The body of an entity. Its text is as it came: transfer encodings are for the caller to undo.
+class DwBody : public DwMessageComponent {
+  public:
+    // `entity` is the one that holds the body; its media type tells how the body is divided.
+    DwBody(DwString text, const DwEntity& entity) noexcept;
+    ~DwBody() override;
+
+    // The first part of a multipart body (RFC 2046, section 5.1), or null. Parts are looked for one
+    // by one, as they are asked for.
+    DwBodyPart* FirstBodyPart() const;
+
+  private:
+    friend class DwBodyPart;
+    struct Parts;
+
+    DwBodyPart* part(std::size_t number) const;
+
+    const DwEntity& entity_;
+    mutable std::unique_ptr<Parts> parts_;
+};

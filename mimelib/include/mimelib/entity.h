@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include <mimelib/component.h>
+
+class DwBody;
+class DwHeaders;
+
+// Headers and body (RFC 822, section 3.1): a message or a part of one.
+class DwEntity : public DwMessageComponent {
+  public:
+    ~DwEntity() override;
+
+    // Finds where the headers end.
+    void Parse() override;
+
+    // Owned by the entity. An entity without headers has empty ones.
+    DwHeaders& Headers() const;
+    DwBody& Body() const;
+
+  protected:
+    explicit DwEntity(DwString text) noexcept;
+
+  private:
+    void split() const;
+
+    mutable bool is_split_ = false;
+    mutable std::size_t headers_length_ = 0;
+    mutable std::size_t body_start_ = 0;
+    mutable std::unique_ptr<DwHeaders> headers_;
+    mutable std::unique_ptr<DwBody> body_;
+};
+
+class DwMessage : public DwEntity {
+  public:
+    // A message of the text given, which it shares. The caller deletes it. `parent` is the
+    // component that holds the message, or null; nothing is read from it.
+    static DwMessage* NewMessage(const DwString& text, DwMessageComponent* parent);
+
+  private:
+    using DwEntity::DwEntity;
+};
+
+// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts.
+class DwBodyPart : public DwEntity {
+  public:
+    // The part behind this one, or null.
+    DwBodyPart* Next() const;
+
+  private:
+    friend class DwBody;
+    DwBodyPart(DwString text, const DwBody& body, std::size_t number) noexcept;
+
+    const DwBody& body_;
+    std::size_t number_;
+};

@@ -1,0 +1,102 @@
+#include <mimelib/address.h>
+#include <mimelib/field_body.h>
+#include <mimelib/headers.h>
+#include <mimelib/media_type.h>
+
+#include "mimelib/src/field_index.h"
+
+namespace {
+
+template <typename FieldBody>
+class Field {
+  public:
+    void set(DwString text) {
+        body_ = std::make_unique<FieldBody>(std::move(text));
+        present_ = true;
+    }
+    bool present() const { return present_; }
+    FieldBody& body() {
+        if (!body_) {
+            body_ = std::make_unique<FieldBody>(DwString());
+        }
+        return *body_;
+    }
+
+  private:
+    std::unique_ptr<FieldBody> body_;
+    bool present_ = false;
+};
+
+}  // namespace
+
+struct DwHeaders::Fields {
+    Field<DwAddressList> reply_to;
+    Field<DwMailboxList> from;
+    Field<DwText> subject;
+    Field<DwDateTime> date;
+    Field<DwMediaType> content_type;
+    Field<DwMechanism> content_transfer_encoding;
+};
+
+DwHeaders::DwHeaders(DwString text) noexcept : DwMessageComponent(std::move(text)) {}
+
+DwHeaders::~DwHeaders() = default;
+
+DwHeaders::Fields& DwHeaders::fields() const {
+    if (fields_) {
+        return *fields_;
+    }
+    auto fields = std::make_unique<Fields>();
+    const mimelib::FieldIndex index = mimelib::index_fields(mimelib::view(text()));
+    const auto set = [&](auto& field, mimelib::KnownField known) {
+        if (index[known]) {
+            field.set(mimelib::slice_of(text(), *index[known]));
+        }
+    };
+    set(fields->reply_to, mimelib::kReplyTo);
+    set(fields->from, mimelib::kFrom);
+    set(fields->subject, mimelib::kSubject);
+    set(fields->date, mimelib::kDate);
+    set(fields->content_type, mimelib::kContentType);
+    set(fields->content_transfer_encoding, mimelib::kContentTransferEncoding);
+    fields_ = std::move(fields);
+    return *fields_;
+}
+
+DwBool DwHeaders::HasReplyTo() const {
+    return fields().reply_to.present();
+}
+DwBool DwHeaders::HasFrom() const {
+    return fields().from.present();
+}
+DwBool DwHeaders::HasSubject() const {
+    return fields().subject.present();
+}
+DwBool DwHeaders::HasDate() const {
+    return fields().date.present();
+}
+DwBool DwHeaders::HasContentType() const {
+    return fields().content_type.present();
+}
+DwBool DwHeaders::HasContentTransferEncoding() const {
+    return fields().content_transfer_encoding.present();
+}
+
+DwAddressList& DwHeaders::ReplyTo() {
+    return fields().reply_to.body();
+}
+DwMailboxList& DwHeaders::From() {
+    return fields().from.body();
+}
+DwText& DwHeaders::Subject() {
+    return fields().subject.body();
+}
+DwDateTime& DwHeaders::Date() {
+    return fields().date.body();
+}
+DwMediaType& DwHeaders::ContentType() {
+    return fields().content_type.body();
+}
+DwMechanism& DwHeaders::ContentTransferEncoding() {
+    return fields().content_transfer_encoding.body();
+}

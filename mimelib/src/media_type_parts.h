@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "mimelib/src/tokenizer.h"
+
+namespace mimelib {
+
+// Reads a media type from left to right: the type first, then its parameters.
+class MediaTypeReader {
+  public:
+    struct Parameter {
+        Slice whole;
+        Slice attribute;
+        Slice value;  // without quotes
+    };
+
+    explicit MediaTypeReader(std::string_view text)
+        : text_(text), tokenizer_(text, kMediaTypeBytes) {}
+
+    // The type, empty if there is none. Skips the subtype, which nothing depends on.
+    Slice read_type();
+    // The next parameter that has an attribute and a value.
+    std::optional<Parameter> next_parameter();
+
+  private:
+    bool skip_behind(char special);
+    Token next_atom();
+    std::optional<Slice> read_value();
+
+    std::string_view text_;
+    Tokenizer tokenizer_;
+};
+
+}  // namespace mimelib

@@ -1,0 +1,93 @@
+#include "mimelib/src/multipart.h"
+
+#include <cstring>
+
+namespace mimelib {
+namespace {
+
+// Whether what follows the boundary text at `position` leaves the line a boundary line.
+bool only_padding(std::string_view body, std::size_t position) {
+    position = body.find_first_not_of('-', position);
+    if (position != std::string_view::npos) {
+        position = body.find_first_not_of(" \t\r", position);
+    }
+    return position == std::string_view::npos || body[position] == '\n';
+}
+
+// Behind the first LF at or behind `position`.
+std::size_t behind_line(std::string_view body, std::size_t position) {
+    const std::size_t line_feed = body.find('\n', position);
+    return line_feed == std::string_view::npos ? body.size() : line_feed + 1;
+}
+
+// std::string_view::find compares at every place where the first byte fits, which body text can be
+// made to make slow; memmem is linear.
+std::size_t find_text(std::string_view text, std::string_view pattern, std::size_t from) {
+    const void* found =
+        ::memmem(text.data() + from, text.size() - from, pattern.data(), pattern.size());
+    return found == nullptr
+               ? std::string_view::npos
+               : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+}
+
+}  // namespace
+
+BoundarySearch::BoundarySearch(std::string_view boundary_text) : delimiter_("\n--") {
+    delimiter_ += boundary_text;
+}
+
+std::optional<BoundaryLine> BoundarySearch::find(std::string_view body, std::size_t from) const {
+    if (const auto found = at_start(body, from)) {
+        return found;
+    }
+    for (std::size_t line_end = find_text(body, delimiter_, from);
+         line_end != std::string_view::npos; line_end = find_text(body, delimiter_, line_end + 1)) {
+        const std::size_t tail = line_end + delimiter_.size();
+        if (!only_padding(body, tail)) {
+            continue;
+        }
+        const bool has_cr = line_end > from && body[line_end - 1] == '\r';
+        const bool is_final = body.substr(tail).starts_with('-');
+        // A dash is taken for the first of two. When it is the only one, the line feed goes for the
+        // second, and the boundary line ends with the line behind it.
+        return BoundaryLine{has_cr ? line_end - 1 : line_end,
+                            behind_line(body, is_final ? tail + 2 : tail), is_final};
+    }
+    return std::nullopt;
+}
+
+// The boundary line that has no line end in front of it, as the searched text starts with it. Here
+// it takes two dashes to make it the final one.
+std::optional<BoundaryLine> BoundarySearch::at_start(std::string_view body,
+                                                     std::size_t from) const {
+    const std::string_view line_start = std::string_view(delimiter_).substr(1);
+    const std::size_t tail = from + line_start.size();
+    if (!body.substr(from).starts_with(line_start) || !only_padding(body, tail)) {
+        return std::nullopt;
+    }
+    return BoundaryLine{from, behind_line(body, tail), body.substr(tail).starts_with("--")};
+}
+
+std::optional<Slice> MultipartReader::next(std::string_view body) {
+    if (!started_) {
+        started_ = true;
+        // The first boundary line opens the first part even if it looks like the final one.
+        const auto opening = search_.find(body, 0);
+        ended_ = !opening;
+        position_ = opening ? opening->end : 0;
+    }
+    if (ended_) {
+        return std::nullopt;
+    }
+    const std::size_t begin = position_;
+    const auto closing = search_.find(body, begin);
+    if (!closing) {
+        ended_ = true;
+        return Slice{begin, body.size() - begin};
+    }
+    ended_ = closing->is_final;
+    position_ = closing->end;
+    return Slice{begin, closing->begin - begin};
+}
+
+}  // namespace mimelib

@@ -1,0 +1,85 @@
+#include <string>
+
+#include <mimelib/codec.h>
+
+#include "mimelib/src/view.h"
+
+namespace {
+
+bool is_hex_digit(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+
+// The value of a hex digit. Any other character counts with its code.
+unsigned hex_value(char c) {
+    if (c >= '0' && c <= '9') {
+        return static_cast<unsigned>(c - '0');
+    }
+    const char lower = mimelib::to_lower(c);
+    if (lower >= 'a' && lower <= 'f') {
+        return static_cast<unsigned>(lower - 'a') + 10;
+    }
+    return static_cast<unsigned char>(c);
+}
+
+class Decoder {
+  public:
+    explicit Decoder(std::size_t capacity) { decoded_.reserve(capacity); }
+
+    // `line` has no line end.
+    void add_line(std::string_view line, bool ended) {
+        while (!line.empty() && mimelib::is_white(line.back())) {
+            line.remove_suffix(1);
+        }
+        const bool joined = add_characters(line);
+        if (ended && !joined) {
+            decoded_ += '\n';
+        }
+    }
+
+    const std::string& decoded() const { return decoded_; }
+    bool malformed() const { return malformed_; }
+
+  private:
+    // Tells whether the line is to be joined with the next.
+    bool add_characters(std::string_view line) {
+        for (std::size_t i = 0; i < line.size(); ++i) {
+            const std::size_t behind = line.size() - i - 1;
+            if (line[i] != '=') {
+                decoded_ += static_cast<char>(line[i] & 0x7F);
+            } else if (behind == 0) {
+                return true;
+            } else if (behind == 1) {
+                malformed_ = true;
+            } else {
+                add_code(line[i + 1], line[i + 2]);
+                i += 2;
+            }
+        }
+        return false;
+    }
+
+    void add_code(char high, char low) {
+        malformed_ = malformed_ || !is_hex_digit(high) || !is_hex_digit(low);
+        decoded_ += static_cast<char>(hex_value(high) * 16 + hex_value(low));
+    }
+
+    std::string decoded_;
+    bool malformed_ = false;
+};
+
+}  // namespace
+
+int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
+    std::string_view text = mimelib::view(in);
+    text = text.substr(0, text.find('\0'));
+    Decoder decoder(text.size());
+    while (!text.empty()) {
+        const std::size_t line_feed = text.find('\n');
+        const bool ended = line_feed != std::string_view::npos;
+        decoder.add_line(text.substr(0, line_feed), ended);
+        text.remove_prefix(ended ? line_feed + 1 : text.size());
+    }
+    out = DwString(decoder.decoded().data(), decoder.decoded().size());
+    return decoder.malformed() ? -1 : 0;
+}
