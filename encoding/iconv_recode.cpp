@@ -9,11 +9,16 @@
 
 namespace {
 
+// What strangers name as their charset may be a megabyte of "/a": iconv_open(3) takes its time, in
+// the square of the length. The names that the C library knows have at most some twenty bytes.
+constexpr std::size_t kLongestName = 1024;
+
 /// An open conversion; its descriptor is given back on every way out.
 class Conversion {
   public:
     Conversion(const std::string& to, const std::string& from)
-        : descriptor_(iconv_open(to.c_str(), from.c_str())) {}
+        : descriptor_(is_usable(to) && is_usable(from) ? iconv_open(to.c_str(), from.c_str())
+                                                       : closed()) {}
     ~Conversion() { close(); }
     Conversion(const Conversion&) = delete;
     Conversion& operator=(const Conversion&) = delete;
@@ -40,6 +45,8 @@ class Conversion {
     }
 
   private:
+    static bool is_usable(const std::string& name) { return name.size() <= kLongestName; }
+
     // What iconv_open(3) returns for failure.
     static iconv_t closed() { return reinterpret_cast<iconv_t>(-1); }
 
@@ -55,8 +62,8 @@ bool convert(Conversion& conversion, const std::string& text, bool skip_invalid,
         const std::size_t left_before = left;
         const int error = conversion.convert_piece(input, left, result);
         if (error == EILSEQ && skip_invalid) {
-            // With "//IGNORE" the C library reports the sequences it has left out after it has read
-            // everything: then there is no byte to step over.
+            // A `to` with "//IGNORE" makes the C library leave out what is invalid and report it only
+            // after it has read everything: then there is no byte to step over.
             if (left > 0) {
                 ++input;
                 --left;
