@@ -1,0 +1,41 @@
+#include "c_interface.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "child_run.h"
+
+namespace {
+
+TEST(CInterface, Configuration) {
+    std::string path = testing::TempDir() + "conf-XXXXXX";
+    close(mkstemp(path.data()));
+    std::ofstream(path) << "NAME value # comment\n";
+    EXPECT_TRUE(c_reads_a_configuration(path.c_str(), "NAME", "value"));
+    unlink(path.c_str());
+}
+
+TEST(CInterface, Templates) {
+    EXPECT_TRUE(c_replaces_a_placeholder());
+}
+
+TEST(CInterface, StringHelpers) {
+    EXPECT_TRUE(c_uses_string_helpers());
+}
+
+TEST(CInterface, Log) {
+    const ChildRun run = run_in_child([] { std::exit(c_reports_and_goes_on() != 0 ? 0 : 1); });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "interface: 4\ninterface: finished\n"
+              "interface: variable '_MIN_POSSIBLE' isn't found neither in /etc/tva/tva.conf nor "
+              "in compile-time defaults\nnull\n");
+    EXPECT_EQ(run.out, run.err);
+}
+
+}  // namespace
