@@ -229,7 +229,8 @@ TEST_F(ConfInPrivateEtc, FileThatCannotBeReadIsAFailure) {
     EXPECT_EQ(printed([] {
                   mkdir(kFile, 0755);
                   tolva_log_init("console", 12, LOG_USER, 0, "test");
-                  std::printf("%d %d\n", autoprepend(), errno == EISDIR);
+                  const int result = autoprepend();
+                  std::printf("%d %d\n", result, errno == EISDIR);
               }),
               "Unable to read configuration file: Is a directory\n-1 1\n");
 }

@@ -1,8 +1,6 @@
 #include "support/string_helpers.h"
 
 #include <cerrno>
-#include <climits>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -200,15 +198,16 @@ TEST(AsprintfSafe, FormatsIntoANewString) {
 
 TEST(AsprintfSafe, ReportsFailureAndReturnsMinusOne) {
     const ChildRun run = run_in_child([] {
+        const wchar_t unconvertible[] = {static_cast<wchar_t>(0x7fffffff), 0};
         char unset = 'x';
         char* text = &unset;
-        const int length = asprintf_safe(&text, "%*d", INT_MAX, 1);
+        const int length = asprintf_safe(&text, "%ls", unconvertible);
         std::printf("%d %d\n", length, text == nullptr);
     });
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err,
-              "Cannot allocate memory: Value too large for defined data type\n"
-              "System error 75: Value too large for defined data type\n");
+              "Cannot allocate memory: Invalid or incomplete multibyte or wide character\n"
+              "System error 84: Invalid or incomplete multibyte or wide character\n");
     EXPECT_EQ(run.out, run.err + "-1 1\n");
 }
 

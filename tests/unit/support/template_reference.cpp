@@ -4,16 +4,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 
 namespace {
 
-// Text that is put out if it fits as a whole, and otherwise in part, which ends everything.
+// What is put out at once: literal text up to a placeholder, or what the placeholder stands for.
 struct Piece {
     enum class Kind { kLiteral, kRemoved, kValue } kind;
     std::string text;
     std::size_t source_length;
 };
 
+// kept_at becomes the index of the first piece that holds an unknown placeholder.
 std::vector<Piece> pieces_of(char opening, char closing, const std::vector<par_templ>& table,
                              std::string_view source, bool keep_unknown, std::size_t* kept_at) {
     std::vector<Piece> pieces;
@@ -61,6 +63,12 @@ bool TemplateResult::operator==(const TemplateResult& other) const {
            control.result_flags == other.control.result_flags;
 }
 
+std::ostream& operator<<(std::ostream& stream, const TemplateResult& result) {
+    return stream << '"' << result.output << (result.terminated ? "\", terminated" : "\"")
+                  << ", consumed " << result.control.source_consumed << ", written "
+                  << result.control.output_length << ", flags " << result.control.result_flags;
+}
+
 TemplateResult reference_replace(char opening, char closing, const std::vector<par_templ>& table,
                                  std::string_view source, std::size_t size, int flags) {
     TemplateResult result{"", true, {0, 0, flags, 0}};
@@ -71,30 +79,29 @@ TemplateResult reference_replace(char opening, char closing, const std::vector<p
     const std::vector<Piece> pieces =
         pieces_of(opening, closing, table, source, (flags & TEMPL_KEEP_UNKNOWN) != 0, &kept_at);
 
+    std::set<std::size_t> zeros{0};  // where a zero has been written
     std::size_t consumed = 0;
     std::size_t reached = 0;
-    for (; reached < pieces.size(); ++reached) {
-        const Piece& piece = pieces[reached];
+    bool cut = false;
+    for (; reached < pieces.size() && !cut; ++reached) {
+        const auto& [kind, text, source_length] = pieces[reached];
         const std::size_t room = size - result.output.size();
-        const bool fits = piece.text.size() <= room;
-        if (piece.kind == Piece::Kind::kValue && !fits && (flags & TEMPL_STOP_BEFORE_VALUE) != 0) {
+        cut = text.size() > room;
+        if (cut && kind == Piece::Kind::kValue && (flags & TEMPL_STOP_BEFORE_VALUE) != 0) {
             result.control.result_flags |= TEMPL_STOPPED_BEFORE_VALUE;
-            result.terminated = result.output.empty();
             break;
         }
-        result.output += piece.text.substr(0, room);
-        const bool cut_literal = piece.kind == Piece::Kind::kLiteral && !fits;
-        consumed += cut_literal ? room : piece.source_length;
-        if (!fits) {
-            result.terminated = result.output.empty();
-            break;
+        result.output += text.substr(0, room);
+        consumed += cut && kind == Piece::Kind::kLiteral ? room : source_length;
+        if (!cut && kind == Piece::Kind::kValue) {
+            zeros.insert(result.output.size());
         }
-        // A zero comes behind a whole value, and behind everything if there is room.
-        result.terminated = result.output.empty() || (piece.kind == Piece::Kind::kValue) ||
-                            (piece.text.empty() && result.terminated) ||
-                            (reached + 1 == pieces.size() && result.output.size() < size);
     }
-    if (kept_at <= reached) {
+    if (!cut && result.output.size() < size) {
+        zeros.insert(result.output.size());
+    }
+    result.terminated = zeros.contains(result.output.size());
+    if (kept_at < reached) {
         result.control.result_flags |= TEMPL_KEPT_UNKNOWN;
     }
     result.control.source_consumed = static_cast<std::int32_t>(consumed);

@@ -1,6 +1,8 @@
 // Another way to the result of templ_replace: the straightforward one, with strings.
 #pragma once
 
+#include <cstddef>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +16,8 @@ struct TemplateResult {
 
     bool operator==(const TemplateResult& other) const;
 };
+
+std::ostream& operator<<(std::ostream& stream, const TemplateResult& result);
 
 // The zeros of the untouched destination are told from written ones by filling it with this.
 constexpr char kUntouched = '\x01';
