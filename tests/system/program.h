@@ -1,0 +1,54 @@
+#pragma once
+
+// Starting the program under test, and what there is to see of its run from outside.
+
+#include <sys/resource.h>
+#include <sys/types.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+// How a run is started.
+struct Invocation {
+    std::string message;
+    std::optional<std::string> recipient = "user@example.com";  // RESP_RECIPIENT
+    std::map<std::string, std::string> environment = {};  // set beside what the tests have
+    std::vector<std::pair<int, rlim_t>> limits = {};      // RLIMIT_... and its value
+    std::vector<int> closed = {};                         // descriptors closed at the start
+    mode_t umask = 022;
+    bool refuse_fork = false;      // the kernel refuses new processes with EAGAIN
+    bool hold_input_open = false;  // no end of input after the message
+};
+
+// What a run left behind.
+struct Finished {
+    int status = 0;  // as of waitpid
+    std::string out;
+    std::string err;
+    rusage usage = {};  // of the program and the mail programs it waited for
+};
+
+class Program {
+  public:
+    // Starts the program at `path`; throws std::runtime_error.
+    Program(const std::string& path, const Invocation& invocation);
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    // Kills the program if it still runs.
+    ~Program();
+
+    void signal(int number) const;
+
+    // Waits for the end of the program; throws std::runtime_error when it has not ended in time.
+    Finished wait();
+
+  private:
+    int input_ = -1;   // what the program reads: a file in memory, or a pipe held open
+    int holder_ = -1;  // the pipe's write end
+    int out_ = -1;
+    int err_ = -1;
+    pid_t pid_ = -1;
+};

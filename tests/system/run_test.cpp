@@ -1,0 +1,145 @@
+// A run from its start to its end: loop checks, status, cleaning up.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/system/world.h"
+
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class Run : public World {
+  protected:
+    void SetUp() override {
+        World::SetUp();
+        add_responder(1);
+    }
+
+    static std::string message_from(const std::string& address) {
+        return "From: " + address + "\nSubject: Hello\n\nAre you there?\n";
+    }
+};
+
+TEST_F(Run, APlainMessageIsAnswered) {
+    const Outcome outcome = answer(plain_message());
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());
+    EXPECT_EQ(outcome.mails[0].message, plain_reply());
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST_F(Run, AMessageThatCannotBeAnalysedEndsTheRun) {
+    const Outcome outcome = answer("Subject: from nobody\n\n");
+    EXPECT_EQ(outcome.err,
+              "Could not get sender's e-mail address from Reply-To: or From: headers.\n"
+              "Abnormal exit.\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(statements(), IsEmpty());
+}
+
+TEST_F(Run, AnEmptyInputEndsTheRun) {
+    EXPECT_EQ(answer("").err,
+              "Could not get sender's e-mail address from Reply-To: or From: headers.\n"
+              "Abnormal exit.\n");
+}
+
+TEST_F(Run, ASenderEqualToTheRecipientIsNotAnswered) {
+    const Outcome outcome = answer(message_from("user@example.com"));
+    EXPECT_EQ(outcome.err, "Field From: equial field To:\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(statements(), IsEmpty());
+}
+
+TEST_F(Run, ASenderThatDiffersFromTheRecipientInLetterCaseIsAnswered) {
+    const Outcome outcome = answer(message_from("User@example.com"));
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].arguments.back(), "User@example.com");
+}
+
+TEST_F(Run, ASenderThatBeginsWithTheRecipientIsAnswered) {
+    const Outcome outcome = answer(message_from("user@example.com.au"));
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.mails, SizeIs(1));
+}
+
+TEST_F(Run, DaemonsAreNotAnswered) {
+    for (const char* address :
+         {"MAILER-DAEMON@example.org", "mailer-daemon@example.org", "DrWEB-DAEMON@example.org",
+          "x-MAILER-DAEMON-y@example.org", "someone@mailer-daemon.example.org",
+          "someone@DrWEB-DAEMON"}) {
+        SCOPED_TRACE(address);
+        const Outcome outcome = answer(message_from(address));
+        EXPECT_EQ(outcome.err, "Field From: contains MAILER-DAEMON\n");
+        EXPECT_THAT(outcome.mails, IsEmpty());
+        EXPECT_THAT(statements(), IsEmpty());
+    }
+}
+
+TEST_F(Run, OtherSpellingsOfDaemonsAreAnswered) {
+    for (const char* address : {"Mailer-Daemon@example.org", "DRWEB-DAEMON@example.org",
+                                "mailerdaemon@example.org", "MAILER@DAEMON.example.org"}) {
+        SCOPED_TRACE(address);
+        const Outcome outcome = answer(message_from(address));
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_THAT(outcome.mails, SizeIs(1));
+    }
+}
+
+TEST_F(Run, TheCheckForEqualAddressesComesFirst) {
+    const Outcome outcome =
+        answer(message_from("mailer-daemon@example.com"), "mailer-daemon@example.com");
+    EXPECT_EQ(outcome.err, "Field From: equial field To:\n");
+}
+
+TEST_F(Run, ADaemonAmongTheOtherHeadersIsNoReasonNotToAnswer) {
+    const Outcome outcome = answer(message_with(
+        {"Sender: MAILER-DAEMON@example.org", "Return-Path: <mailer-daemon@example.org>",
+         "Subject: MAILER-DAEMON"}));
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.mails, SizeIs(1));
+}
+
+TEST_F(Run, ARecipientThatIsADaemonAnswers) {
+    sql("insert into mail set id=2, mail_name='MAILER-DAEMON', dom_id=1");
+    sql("update mail_resp set mn_id=2");
+    EXPECT_THAT(answer(plain_message(), "MAILER-DAEMON@example.com").mails, SizeIs(1));
+}
+
+TEST_F(Run, ASenderFromReplyToIsCheckedForLoops) {
+    const Outcome outcome = answer(message_with({"Reply-To: user@example.com"}));
+    EXPECT_EQ(outcome.err, "Field From: equial field To:\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+}
+
+TEST_F(Run, WithoutAConfigurationFileTheDefaultsHold) {
+    write_attachment("a.txt", "A");
+    add_attachment(1, "a.txt");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_THAT(outcome.mails[0].message, testing::HasSubstr("\n\nQQ==\n\n"));
+}
+
+TEST_F(Run, TheConfigurationFileMovesTheMailboxes) {
+    write_file("/etc/tva/tva.conf", "# paths\nTOLVA_MAILNAMES_D\t/var/qmail/elsewhere  # moved\n");
+    write_file("/var/qmail/elsewhere/example.com/user/@attachments/a.txt", "A");
+    add_attachment(1, "a.txt");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_THAT(outcome.mails[0].message, testing::HasSubstr("\n\nQQ==\n\n"));
+}
+
+TEST_F(Run, AnUnusableConfigurationFileDoesNotStopTheRun) {
+    write_file("/etc/tva/tva.conf", "TOLVA_MAILNAMES_D=/var/qmail/elsewhere\n\n\xff\xfe nonsense");
+    EXPECT_THAT(answer(plain_message()).mails, SizeIs(1));
+    write_file("/etc/tva/tva.conf/inside", "");
+}
+
+}  // namespace
