@@ -11,6 +11,15 @@
 #include <utility>
 #include <vector>
 
+// Whether tests and program are built with the address sanitizer.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kAddressSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool kAddressSanitizer = __has_feature(address_sanitizer);
+#else
+constexpr bool kAddressSanitizer = false;
+#endif
+
 // How a run is started.
 struct Invocation {
     std::string message;

@@ -139,7 +139,11 @@ TEST_F(Run, TheConfigurationFileMovesTheMailboxes) {
 TEST_F(Run, AnUnusableConfigurationFileDoesNotStopTheRun) {
     write_file("/etc/tva/tva.conf", "TOLVA_MAILNAMES_D=/var/qmail/elsewhere\n\n\xff\xfe nonsense");
     EXPECT_THAT(answer(plain_message()).mails, SizeIs(1));
-    write_file("/etc/tva/tva.conf/inside", "");
+}
+
+TEST_F(Run, ADirectoryInPlaceOfTheConfigurationFileDoesNotStopTheRun) {
+    write_file("/etc/tva/tva.conf/file", "");
+    EXPECT_THAT(answer(plain_message()).mails, SizeIs(1));
 }
 
 }  // namespace

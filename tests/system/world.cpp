@@ -1,6 +1,6 @@
 #include "tests/system/world.h"
 
-#include <sys/stat.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -123,7 +123,9 @@ void World::SetUp() {
     fs::copy_file(kCapture, kSendmail);
 }
 
-Program World::start(const Invocation& invocation) { return {kProgram, invocation}; }
+std::unique_ptr<Program> World::start(const Invocation& invocation) {
+    return std::make_unique<Program>(kProgram, invocation);
+}
 
 Outcome World::settle(Program& program, const std::vector<std::string>& before) {
     const Finished finished = program.wait();
@@ -136,8 +138,7 @@ Outcome World::settle(Program& program, const std::vector<std::string>& before) 
 Outcome World::run(const Invocation& invocation) {
     empty_directory(kMailDirectory);
     const std::vector<std::string> before = temporary_files();
-    Program program(kProgram, invocation);
-    return settle(program, before);
+    return settle(*start(invocation), before);
 }
 
 Outcome World::answer(const std::string& message, const std::string& recipient) {
@@ -180,6 +181,8 @@ void World::write_attachment(const std::string& name, std::string_view bytes) {
     write_whole(attachment_path(name), bytes);
 }
 
+std::string World::right_password() { return password().substr(0, password().find('\n')); }
+
 void World::set_databytes(std::string_view content) {
     write_whole("/var/qmail/control/databytes", content);
 }
@@ -202,6 +205,14 @@ std::vector<std::string> World::temporary_files() {
     std::sort(names.begin(), names.end());
     return names;
 }
+
+SmallTmp::SmallTmp(const std::string& options) {
+    if (mount("small", "/tmp", "tmpfs", 0, options.c_str()) != 0) {
+        throw std::runtime_error("cannot mount over /tmp");
+    }
+}
+
+SmallTmp::~SmallTmp() { umount2("/tmp", MNT_DETACH); }
 
 std::string message_with(std::initializer_list<std::string_view> lines, std::string_view body) {
     std::string message = "From: sender@example.org\n";

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -51,7 +52,7 @@ class World : public testing::Test {
     Outcome answer(const std::string& message, const std::string& recipient = "user@example.com");
     // For a program started with start(): what run() does after the end of the program.
     static Outcome settle(Program& program, const std::vector<std::string>& temporary_files);
-    static Program start(const Invocation& invocation);
+    static std::unique_ptr<Program> start(const Invocation& invocation);
 
     static std::vector<Row> sql(const std::string& statement);
     static std::vector<std::string> statements();
@@ -70,6 +71,8 @@ class World : public testing::Test {
     static void write_file(const std::string& path, std::string_view bytes);
     // Makes a file in the attachment repository of user@example.com.
     static void write_attachment(const std::string& name, std::string_view bytes);
+    // The password in /etc/tva/.tva.shadow, without a line end.
+    static std::string right_password();
     static void set_databytes(std::string_view content);
     static std::string attachment_path(const std::string& name);
 
@@ -81,6 +84,15 @@ class World : public testing::Test {
 
     // The names in /tmp, in order.
     static std::vector<std::string> temporary_files();
+};
+
+// While it lives, /tmp is an empty file system mounted with these options of tmpfs.
+class SmallTmp {
+  public:
+    explicit SmallTmp(const std::string& options);
+    SmallTmp(const SmallTmp&) = delete;
+    SmallTmp& operator=(const SmallTmp&) = delete;
+    ~SmallTmp();
 };
 
 // A message from sender@example.org with the header lines given and a short text.

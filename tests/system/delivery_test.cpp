@@ -1,0 +1,261 @@
+// Size limit and submission of the reply.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/system/mail_reader.h"
+#include "tests/system/world.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::SizeIs;
+
+class Delivery : public World {
+  protected:
+    void SetUp() override {
+        World::SetUp();
+        add_responder(1);
+    }
+
+    // The reply to a plain message; nothing may be reported.
+    std::string reply() {
+        const Outcome outcome = answer(plain_message());
+        EXPECT_EQ(outcome.err, "");
+        return outcome.mails.size() == 1 ? outcome.mails[0].message : "(none)";
+    }
+};
+
+std::string size_notice(const std::string& subject = "Re: Hello") {
+    return "From: user@example.com\n"
+           "CC: \n"
+           "Subject: " +
+           subject +
+           "\n"
+           "\n"
+           "An error occurred while responding on you request.\n"
+           "\n"
+           "Autoresponder message size exceeds databytes limit.\n"
+           "\n"
+           "\n"
+           "\n";
+}
+
+TEST_F(Delivery, WithoutASizeLimitTheReplyIsSent) { EXPECT_EQ(reply(), plain_reply()); }
+
+TEST_F(Delivery, ASizeLimitThatIsNoPositiveNumberIsNone) {
+    for (const char* limit : {"", "0", "-1", "none", "\n", "x100", "0x10", "-4294967295"}) {
+        SCOPED_TRACE(limit);
+        set_databytes(limit);
+        EXPECT_EQ(reply(), plain_reply());
+    }
+}
+
+TEST_F(Delivery, AnUnreadableSizeLimitIsNone) {
+    std::filesystem::create_directories("/var/qmail/control/databytes");
+    EXPECT_EQ(reply(), plain_reply());
+    SetUp();
+    write_file("/var/qmail/control", "not a directory");
+    EXPECT_EQ(reply(), plain_reply());
+}
+
+TEST_F(Delivery, AReplyAsLargeAsTheLimitIsSent) {
+    set_databytes(std::to_string(plain_reply().size()) + "\n");
+    EXPECT_EQ(reply(), plain_reply());
+}
+
+TEST_F(Delivery, AReplyOneByteLargerThanTheLimitIsReplacedByANotice) {
+    set_databytes(std::to_string(plain_reply().size() - 1) + "\n");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());
+    EXPECT_EQ(outcome.mails[0].message, size_notice());
+}
+
+TEST_F(Delivery, TheFirstWordOfTheSizeLimitCounts) {
+    set_databytes(" \n\t10 1000000\n");
+    EXPECT_EQ(reply(), size_notice());
+    set_databytes("10kilobytes\n");
+    EXPECT_EQ(reply(), size_notice());
+}
+
+TEST_F(Delivery, TheSizeNoticeNamesTheReplyAddressWhereThereIsOne) {
+    set_databytes("1");
+    sql("update mail_resp set reply_to='desk@example.com'");
+    EXPECT_EQ(reply(), "Reply-To: desk@example.com\n" + size_notice());
+}
+
+TEST_F(Delivery, TheSizeNoticeAnswersTheIncomingSubject) {
+    set_databytes("1");
+    sql("update mail_resp set subject='<request_from>'");
+    const Outcome outcome = answer(message_with({"Subject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?="}));
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].message, size_notice("=?utf-8?Q?Re:_Gr=C3=BC=C3=9Fe?="));
+}
+
+TEST_F(Delivery, TheSizeNoticeTakesThePlaceOfALargerReplyWithoutRemains) {
+    write_attachment("large", std::string(100'000, 'x'));
+    add_attachment(1, "large");
+    set_databytes("65536");
+    EXPECT_EQ(reply(), size_notice());
+}
+
+TEST_F(Delivery, TheSizeNoticeHoldsTheOwnAddressUnconverted) {
+    set_databytes("1");
+    sql("update domains set name='пример.example'");
+    const Outcome outcome = answer(plain_message(), "user@пример.example");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_THAT(outcome.mails[0].message, testing::StartsWith("From: user@пример.example\nCC: \n"));
+    EXPECT_THAT(outcome.mails[0].arguments[2], MatchesRegex("xn--[ -~]+"));
+}
+
+TEST_F(Delivery, AParserReadsBackTheSizeNotice) {
+    set_databytes("1");
+    const ReadMail mail = read_mail(reply());
+    EXPECT_EQ(mail.from, "user@example.com");
+    EXPECT_EQ(mail.to, "");
+    EXPECT_EQ(mail.subject, "Re: Hello");
+    EXPECT_EQ(mail.text,
+              "An error occurred while responding on you request.\n\n"
+              "Autoresponder message size exceeds databytes limit.\n\n\n\n");
+}
+
+TEST_F(Delivery, EveryReplyFileIsPrivateAndNew) {
+    add_responder(2);
+    const Outcome outcome = run({.message = plain_message(), .umask = 0});
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    for (const Submission& mail : outcome.mails) {
+        EXPECT_EQ(mail.input_mode, unsigned{S_IFREG | S_IRUSR | S_IWUSR});
+        EXPECT_THAT(mail.input_name, MatchesRegex("/tmp/tva-response-uu-[A-Za-z0-9]+"));
+    }
+    EXPECT_NE(outcome.mails[0].input_name, outcome.mails[1].input_name);
+}
+
+TEST_F(Delivery, TheMailProgramInheritsNothingButItsStreams) {
+    add_forward(1, "copy@example.net");
+    add_attachment(1, "gone.txt");
+    const Outcome outcome = answer(plain_message());
+    ASSERT_THAT(outcome.mails, SizeIs(3));
+    for (const Submission& mail : outcome.mails) {
+        EXPECT_THAT(mail.descriptors, ElementsAre(0, 1, 2));
+        EXPECT_THAT(mail.ignored_signals, MatchesRegex("0+"));
+        EXPECT_THAT(mail.blocked_signals, MatchesRegex("0+"));
+    }
+}
+
+TEST_F(Delivery, AMailProgramThatIsMissingIsReportedByTheChild) {
+    remove_mail_program();
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err,
+              "fork_execv: execv(\"/usr/sbin/sendmail\") failed: No such file or directory\n");
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST_F(Delivery, AMailProgramThatIsNotExecutableIsReportedByTheChild) {
+    std::filesystem::permissions("/usr/sbin/sendmail", std::filesystem::perms::owner_read);
+    EXPECT_EQ(answer(plain_message()).err,
+              "fork_execv: execv(\"/usr/sbin/sendmail\") failed: Permission denied\n");
+}
+
+TEST_F(Delivery, WithoutAMailProgramEveryMailIsTried) {
+    add_forward(1, "copy@example.net");
+    add_attachment(1, "gone.txt");
+    remove_mail_program();
+    const std::string line =
+        "fork_execv: execv(\"/usr/sbin/sendmail\") failed: No such file or directory\n";
+    EXPECT_EQ(answer(plain_message()).err, line + line + line);
+}
+
+TEST_F(Delivery, TheMailProgramsStatusHasNoEffect) {
+    add_forward(1, "copy@example.net");
+    add_attachment(1, "gone.txt");
+    add_responder(2);
+    for (const char* how : {"exit-75", "killed"}) {
+        SCOPED_TRACE(how);
+        mail_program_behaves(how);
+        const Outcome outcome = answer(plain_message());
+        EXPECT_EQ(outcome.err, "");
+        ASSERT_THAT(outcome.mails, SizeIs(4));
+        EXPECT_EQ(outcome.mails[2].message, plain_reply());
+        EXPECT_EQ(outcome.mails[3].message, plain_reply());
+    }
+}
+
+TEST_F(Delivery, AMailProgramThatDoesNotReadHasNoEffect) {
+    add_forward(1, "copy@example.net");
+    add_attachment(1, "gone.txt");
+    add_responder(2);
+    mail_program_behaves("unread");
+    EXPECT_THAT(answer(plain_message()).mails, SizeIs(4));
+}
+
+TEST_F(Delivery, TheMailProgramIsAwaited) {
+    add_responder(2);
+    mail_program_behaves("linger");
+    // A second one that started before the first had ended would have met the first's file.
+    replace_mail_program("[[ -e /world/running ]] && echo overlap >&2\n"
+                         "touch /world/running; \"$CAPTURE\" \"$@\"; rm /world/running\n");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.mails, SizeIs(2));
+}
+
+TEST_F(Delivery, WhatTheMailProgramSaysPassesThrough) {
+    replace_mail_program("cat >/dev/null; echo to standard output; echo to standard error >&2\n");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.out, "to standard output\n");
+    EXPECT_EQ(outcome.err, "to standard error\n");
+}
+
+TEST_F(Delivery, AReplyFileThatCannotBeMadeIsASendError) {
+    // Room for the copy of the incoming message only.
+    const SmallTmp tmp("nr_inodes=2");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(outcome.err,
+                MatchesRegex("autoresponder: Failed to open temporary file with response mail "
+                             "contents '[^\n]*': [^\n]* .[0-9]+.\n"
+                             "autoresponder: Send error: Failed to generate response mail "
+                             "contents\n(System error .*\n)?"));
+    EXPECT_THAT(outcome.out, MatchesRegex("autoresponder: Send error: Failed to generate response "
+                                          "mail contents\n(System error .*\n)?"));
+}
+
+TEST_F(Delivery, AfterASendErrorTheNextRowFollows) {
+    const SmallTmp tmp("nr_inodes=2");
+    add_responder(2);
+    add_forward(2, "copy@example.net");
+    const Outcome outcome = answer(plain_message());
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].arguments.back(), "copy@example.net");
+    EXPECT_THAT(sql("select num from resp_freq"), SizeIs(2));
+}
+
+TEST_F(Delivery, WithoutANewProcessTheReplyIsASendError) {
+    const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(outcome.err,
+                testing::HasSubstr("autoresponder: Failed to spawn sendmail for response: "
+                                   "Resource temporarily unavailable (11)\n"));
+    EXPECT_THAT(outcome.err,
+                testing::HasSubstr(
+                    "autoresponder: Send error: Failed to spawn sendmail to send response mail\n"));
+    EXPECT_THAT(outcome.out,
+                testing::HasSubstr(
+                    "autoresponder: Send error: Failed to spawn sendmail to send response mail\n"));
+}
+
+TEST_F(Delivery, ASenderThatLooksLikeAnOptionGetsNoReply) {
+    const Outcome outcome = answer("From: -oQ/tmp@example.org\n\nHello\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_NE(outcome.err, "");
+}
+
+}  // namespace

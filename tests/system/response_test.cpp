@@ -1,0 +1,211 @@
+// The reply's bytes: subject, headers, text.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/system/mail_reader.h"
+#include "tests/system/world.h"
+
+namespace {
+
+using testing::SizeIs;
+
+class Response : public World {
+  protected:
+    // The reply of a responder with these columns to a message with this subject.
+    std::string reply(const std::string& columns, const std::string& subject = "Hello",
+                      const std::string& recipient = "user@example.com") {
+        add_responder(1, columns);
+        const Outcome outcome = answer(message_with({"Subject: " + subject}), recipient);
+        EXPECT_EQ(outcome.err, "");
+        return outcome.mails.size() == 1 ? outcome.mails[0].message : "(none)";
+    }
+
+    // The text of the reply's Subject field for a responder with this subject.
+    std::string subject_from(const std::string& responder_subject,
+                             const std::string& incoming = "Hello") {
+        sql("delete from mail_resp");
+        const std::string whole = reply("subject=" + database().quoted(responder_subject), incoming);
+        const std::size_t begin = whole.find("\nSubject: ") + 10;
+        return whole.substr(begin, whole.find('\n', begin) - begin);
+    }
+};
+
+TEST_F(Response, EveryHeaderStandsInItsPlace) {
+    EXPECT_EQ(reply("text='<p>Gone</p>', reply_to='desk@example.com', subject='Away', "
+                    "charset='utf-8', content_type='text/html'"),
+              "Reply-To: desk@example.com\n"
+              "From: user@example.com\n"
+              "To: sender@example.org\n"
+              "MIME-Version: 1.0\n"
+              "Subject: Away\n"
+              "Content-Type: text/html; charset=\"utf-8\"\n"
+              "Content-Transfer-Encoding: 8bit\n"
+              "Content-Disposition: inline\n"
+              "\n"
+              "<p>Gone</p>\n\n\n");
+}
+
+TEST_F(Response, WithoutAttachmentsThereIsNoBoundary) {
+    const std::string message = reply("text='Gone fishing.'");
+    EXPECT_EQ(message, plain_reply());
+    EXPECT_EQ(message.find("boundary"), std::string::npos);
+    EXPECT_EQ(message.find("--"), std::string::npos);
+}
+
+TEST_F(Response, EmptySubjectsGiveABareRe) {
+    EXPECT_EQ(reply("text='Gone fishing.', subject=''", ""), plain_reply("Re: "));
+}
+
+TEST_F(Response, ASubjectThatNeedsItIsOneEncodedWord) {
+    EXPECT_EQ(subject_from("", "Grüße"), "=?utf-8?Q?Re:_Gr=C3=BC=C3=9Fe?=");
+    EXPECT_EQ(subject_from("a-b"), "=?utf-8?Q?a=2Db?=");
+    EXPECT_EQ(subject_from(" a-b"), " =?utf-8?Q?a=2Db?=");
+    EXPECT_EQ(subject_from("Away (" + std::string(200, 'x') + ")"),
+              "=?utf-8?Q?Away_=28" + std::string(200, 'x') + "=29?=");
+}
+
+TEST_F(Response, PlaceholdersInTheSubjectAreReplaced) {
+    EXPECT_EQ(subject_from("<request_from>"), "sender@example.org");
+    EXPECT_EQ(subject_from("<orig_emails_sender_mailname>"), "sender@example.org");
+    EXPECT_EQ(subject_from("Away: <request_subject>."), "Away: Hello.");
+    EXPECT_EQ(subject_from("<orig_emails_subj> <incoming_message_subject>"), "Hello Hello");
+}
+
+TEST_F(Response, APlaceholderOfAnEmptySubjectDisappears) {
+    EXPECT_EQ(subject_from("Away<request_subject>.", ""), "Away.");
+}
+
+TEST_F(Response, UnknownAndMalformedPlaceholdersStay) {
+    EXPECT_EQ(subject_from("<> <nobody> < x>"), "<> <nobody> < x>");
+    EXPECT_EQ(subject_from("<aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa>"),
+              "<aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa>");
+    EXPECT_EQ(subject_from("<<request_from>"), "=?utf-8?Q?<<request=5Ffrom>?=");
+    EXPECT_EQ(subject_from("open <"), "open <");
+}
+
+TEST_F(Response, AValueIsNotScannedForPlaceholders) {
+    EXPECT_EQ(subject_from("<request_subject>", "<nobody> <request>"), "<nobody> <request>");
+}
+
+TEST_F(Response, ASubjectFromATemplateIsCutAt999Characters) {
+    const std::string incoming(400, 's');
+    EXPECT_EQ(subject_from("<request_subject><request_subject><request_subject>", incoming),
+              std::string(999, 's'));
+    EXPECT_EQ(subject_from(std::string(998, 'a') + "<request_subject>", "xyz"),
+              std::string(998, 'a') + "x");
+    EXPECT_EQ(subject_from(std::string(1500, 'b')), std::string(999, 'b'));
+}
+
+TEST_F(Response, ASubjectWithoutATemplateIsNotCut) {
+    EXPECT_EQ(subject_from("", std::string(2000, 's')), "Re: " + std::string(2000, 's'));
+}
+
+TEST_F(Response, PlaceholdersInTheTextStay) {
+    EXPECT_EQ(reply("text='Dear <request_from>'"), plain_reply("Re: Hello", "Dear <request_from>"));
+}
+
+TEST_F(Response, EveryRowOfARunReplacesPlaceholders) {
+    add_responder(1, "subject='1 <request_subject>', text=''");
+    add_responder(2, "subject='2 <request_from>', text=''");
+    const Outcome outcome = answer(plain_message());
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_EQ(outcome.mails[0].message, plain_reply("1 Hello", ""));
+    EXPECT_EQ(outcome.mails[1].message, plain_reply("2 sender@example.org", ""));
+}
+
+TEST_F(Response, TheTextIsRecodedIntoTheRespondersCharset) {
+    EXPECT_THAT(reply("text='Привет', charset='KOI8-R'"),
+                testing::EndsWith("Content-Type: text/plain; charset=\"KOI8-R\"\n"
+                                  "Content-Transfer-Encoding: 8bit\n"
+                                  "Content-Disposition: inline\n"
+                                  "\n"
+                                  "\xf0\xd2\xc9\xd7\xc5\xd4\n\n\n"));
+}
+
+TEST_F(Response, ATextThatTheCharsetLacksGetsQuestionMarks) {
+    EXPECT_THAT(reply("text='aüb', charset='US-ASCII'"),
+                testing::EndsWith("Content-Type: text/plain; charset=\"US-ASCII\"\n"
+                                  "Content-Transfer-Encoding: 8bit\n"
+                                  "Content-Disposition: inline\n"
+                                  "\n"
+                                  "a??b\n\n\n"));
+}
+
+TEST_F(Response, ATextForAnUnknownCharsetStaysUtf8Silently) {
+    EXPECT_EQ(reply("text='Grüße', charset='no-such-charset'"), plain_reply("Re: Hello", "Grüße"));
+}
+
+TEST_F(Response, AnInternationalOwnAddressIsAsciiInFromAndEnvelope) {
+    sql("update domains set name='пример.example'");
+    add_responder(1);
+    const Outcome outcome = answer(plain_message(), "user@пример.example");
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    // The address as a whole is converted as if it were a domain name, local part and all.
+    const std::string& from = outcome.mails[0].arguments[2];
+    EXPECT_THAT(from, testing::MatchesRegex("xn--[ -~]+\\.example"));
+    EXPECT_THAT(outcome.mails[0].message,
+                testing::StartsWith("From: " + from + "\nTo: sender@example.org\n"));
+}
+
+TEST_F(Response, AnOwnAddressThatIdnRefusesIsLeftOutOfTheReplyAndStopsItsSending) {
+    // A label of more than 63 characters.
+    const std::string name(70, 'a');
+    sql("update domains set name='" + name + ".example'");
+    add_responder(1);
+    const Outcome outcome = answer(plain_message(), "user@" + name + ".example");
+    EXPECT_THAT(outcome.mails, testing::IsEmpty());
+    // Once for the From field, once for the envelope.
+    EXPECT_THAT(outcome.err,
+                testing::MatchesRegex("autoresponder: IDN conversion error: Invalid length\n"
+                                      "(System error .*\n)?"
+                                      "autoresponder: IDN conversion error: Invalid length\n"
+                                      "(System error .*\n)?"));
+    EXPECT_EQ(outcome.out, outcome.err);
+}
+
+TEST_F(Response, AfterAnAddressThatIdnRefusesTheNextRowFollows) {
+    const std::string name(70, 'a');
+    sql("update domains set name='" + name + ".example'");
+    add_responder(1);
+    add_responder(2);
+    add_forward(2, "copy@example.net");
+    const Outcome outcome = answer(plain_message(), "user@" + name + ".example");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].arguments.back(), "copy@example.net");
+}
+
+TEST_F(Response, AParserReadsBackSubjectAndText) {
+    const std::string message =
+        reply("text='Привет, мир', charset='KOI8-R', subject='Ответ: <request_subject>', "
+              "reply_to='desk@example.com'",
+              "=?iso-8859-1?Q?Gr=FC=DFe_?= =?utf-8?Q?(a-b)?=");
+    const ReadMail mail = read_mail(message);
+    EXPECT_EQ(mail.subject, "Ответ: Grüße (a-b)");
+    EXPECT_EQ(mail.text, "Привет, мир\n\n\n");
+    EXPECT_EQ(mail.text_type, "text/plain");
+    EXPECT_EQ(mail.from, "user@example.com");
+    EXPECT_EQ(mail.to, "sender@example.org");
+    EXPECT_EQ(mail.reply_to, "desk@example.com");
+    EXPECT_THAT(mail.attachments, testing::IsEmpty());
+}
+
+TEST_F(Response, AParserReadsBackALongSubjectAndALongText) {
+    const std::string subject = "Größe " + std::string(700, 'x');
+    std::string text;
+    while (text.size() < 300'000) {
+        text += "A line of text with a ß in it.\n";
+    }
+    const ReadMail mail = read_mail(reply("text=" + database().quoted(text), subject));
+    EXPECT_EQ(mail.subject, "Re: " + subject);
+    EXPECT_EQ(mail.text, text + "\n\n\n");
+}
+
+TEST_F(Response, AnEndlessCharsetNameDoesNoHarm) {
+    EXPECT_EQ(reply("text='x', charset=repeat('n', 100)"), plain_reply("Re: Hello", "x"));
+}
+
+}  // namespace
