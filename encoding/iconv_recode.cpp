@@ -62,8 +62,8 @@ bool convert(Conversion& conversion, const std::string& text, bool skip_invalid,
         const std::size_t left_before = left;
         const int error = conversion.convert_piece(input, left, result);
         if (error == EILSEQ && skip_invalid) {
-            // A `to` with "//IGNORE" makes the C library leave out what is invalid and report it only
-            // after it has read everything: then there is no byte to step over.
+            // A `to` with "//IGNORE" makes the C library leave out what is invalid and report it
+            // only after it has read everything: then there is no byte to step over.
             if (left > 0) {
                 ++input;
                 --left;

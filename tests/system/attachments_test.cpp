@@ -1,7 +1,5 @@
 // Files from the attachment repository, as parts of the reply.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -15,6 +13,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/mail_program.h"
 #include "tests/system/mail_reader.h"
@@ -114,16 +115,16 @@ TEST_F(Attachments, OneByteGivesFourCharacters) {
 
 TEST_F(Attachments, FortyFourBytesGiveOneLineWithPadding) {
     attach("f44", std::string(44, 'A'));
-    EXPECT_EQ(reply(),
-              reply_of(part("f44",
-                            "QUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUE=\n")));
+    EXPECT_EQ(
+        reply(),
+        reply_of(part("f44", "QUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUE=\n")));
 }
 
 TEST_F(Attachments, FortyFiveBytesGiveOneFullLine) {
     attach("f45", std::string(45, 'A'));
-    EXPECT_EQ(reply(),
-              reply_of(part("f45",
-                            "QUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFB\n")));
+    EXPECT_EQ(
+        reply(),
+        reply_of(part("f45", "QUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFB\n")));
 }
 
 TEST_F(Attachments, FortySixBytesGiveASecondLineWithTwoPaddingCharacters) {
@@ -224,8 +225,7 @@ TEST_F(Attachments, ADirectoryIsReportedAndItsPartLeftEmpty) {
     const Outcome outcome = answer(plain_message());
     EXPECT_EQ(outcome.err, unreadable(attachment_path("directory"), "Is a directory (21)"));
     ASSERT_THAT(outcome.mails, SizeIs(1));
-    EXPECT_EQ(outcome.mails[0].message,
-              reply_of(part("directory", "") + part("a.txt", "QQ==\n")));
+    EXPECT_EQ(outcome.mails[0].message, reply_of(part("directory", "") + part("a.txt", "QQ==\n")));
 }
 
 TEST_F(Attachments, AFileThatCannotBeOpenedIsReportedAndItsPartLeftEmpty) {

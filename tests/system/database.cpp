@@ -4,9 +4,9 @@
 
 namespace {
 
-constexpr const char* kTables[] = {"mail",        "domains",      "mail_aliases", "domainaliases",
-                                   "mail_resp",   "resp_freq",    "resp_attach",  "clients",
-                                   "misc",        "resp_forward", "dom_param",    "Parameters"};
+constexpr const char* kTables[] = {"mail",      "domains",      "mail_aliases", "domainaliases",
+                                   "mail_resp", "resp_freq",    "resp_attach",  "clients",
+                                   "misc",      "resp_forward", "dom_param",    "Parameters"};
 
 using Result = std::unique_ptr<MYSQL_RES, void (*)(MYSQL_RES*)>;
 

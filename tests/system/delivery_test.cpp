@@ -1,11 +1,12 @@
 // Size limit and submission of the reply.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/mail_reader.h"
 #include "tests/system/world.h"
@@ -47,7 +48,9 @@ std::string size_notice(const std::string& subject = "Re: Hello") {
            "\n";
 }
 
-TEST_F(Delivery, WithoutASizeLimitTheReplyIsSent) { EXPECT_EQ(reply(), plain_reply()); }
+TEST_F(Delivery, WithoutASizeLimitTheReplyIsSent) {
+    EXPECT_EQ(reply(), plain_reply());
+}
 
 TEST_F(Delivery, ASizeLimitThatIsNoPositiveNumberIsNone) {
     for (const char* limit : {"", "0", "-1", "none", "\n", "x100", "0x10", "-4294967295"}) {
@@ -200,8 +203,9 @@ TEST_F(Delivery, TheMailProgramIsAwaited) {
     add_responder(2);
     mail_program_behaves("linger");
     // A second one that started before the first had ended would have met the first's file.
-    replace_mail_program("[[ -e /world/running ]] && echo overlap >&2\n"
-                         "touch /world/running; \"$CAPTURE\" \"$@\"; rm /world/running\n");
+    replace_mail_program(
+        "[[ -e /world/running ]] && echo overlap >&2\n"
+        "touch /world/running; \"$CAPTURE\" \"$@\"; rm /world/running\n");
     const Outcome outcome = answer(plain_message());
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(outcome.mails, SizeIs(2));

@@ -1,11 +1,12 @@
 // Sending the incoming message on to the addresses of a responder.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <string>
 #include <string_view>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/world.h"
 
@@ -53,11 +54,11 @@ TEST_F(Forward, OneMailProgramGetsAllAddressesInRowOrderBeforeTheReply) {
 TEST_F(Forward, TheMessageGoesOnByteForByte) {
     using namespace std::string_view_literals;
     add_forward(1, "copy@example.net");
-    const std::string message =
-        std::string("From sender@example.org Mon Jan  1 00:00:00 2024\r\n"
-                    "From: sender@example.org\r\n"
-                    "X-Odd:\t\x01\x02\xff\r\n\r\n") +
-        std::string("\0zero\0\r\n.\r\n..\r\rlone\n\xfe\n"sv);
+    const std::string message = std::string(
+                                    "From sender@example.org Mon Jan  1 00:00:00 2024\r\n"
+                                    "From: sender@example.org\r\n"
+                                    "X-Odd:\t\x01\x02\xff\r\n\r\n") +
+                                std::string("\0zero\0\r\n.\r\n..\r\rlone\n\xfe\n"sv);
     const Outcome outcome = answer(message);
     ASSERT_THAT(outcome.mails, SizeIs(testing::Ge(1U)));
     EXPECT_EQ(outcome.mails[0].message, message + "\n");

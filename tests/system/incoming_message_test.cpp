@@ -1,10 +1,10 @@
 // What the program makes of the incoming message: sender, recipient, subject, body.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <string>
 #include <string_view>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/world.h"
 
@@ -175,8 +175,8 @@ TEST_F(Incoming, AFoldedSubjectKeepsItsLineEndEncoded) {
 }
 
 TEST_F(Incoming, AnUndecodableSubjectIsEmptyAndNamesTheCharsetOfTheBody) {
-    const Outcome outcome =
-        answer(message_with({"Subject: =?no-such?Q?a?=", "Content-Type: text/plain; charset=koi8-r"}));
+    const Outcome outcome = answer(
+        message_with({"Subject: =?no-such?Q?a?=", "Content-Type: text/plain; charset=koi8-r"}));
     EXPECT_EQ(outcome.err, "Could not convert message subject text from koi8-r to UTF-8.\n");
     ASSERT_THAT(outcome.mails, SizeIs(1));
     EXPECT_EQ(outcome.mails[0].message, plain_reply("Re: "));
@@ -226,13 +226,13 @@ TEST_F(Incoming, TransferEncodingsAreUndone) {
 }
 
 TEST_F(Incoming, TheBodyIsConvertedToUtf8) {
-    EXPECT_TRUE(body_holds(message_with({"Content-Type: text/plain; CHARSET=koi8-r"},
-                                        "\xf0\xd2\xc9\xd7\xc5\xd4\n"),
-                           "Привет"));
     EXPECT_TRUE(body_holds(
-        message_with({"Content-Type: text/plain; format=flowed; charset=\"ISO-8859-1\""},
-                     "caf\xe9\n"),
-        "café"));
+        message_with({"Content-Type: text/plain; CHARSET=koi8-r"}, "\xf0\xd2\xc9\xd7\xc5\xd4\n"),
+        "Привет"));
+    EXPECT_TRUE(
+        body_holds(message_with({"Content-Type: text/plain; format=flowed; charset=\"ISO-8859-1\""},
+                                "caf\xe9\n"),
+                   "café"));
 }
 
 TEST_F(Incoming, ABodyOfAnUnknownCharsetIsTakenUnchanged) {
@@ -244,8 +244,8 @@ TEST_F(Incoming, ABodyOfAnUnknownCharsetIsTakenUnchanged) {
 }
 
 TEST_F(Incoming, BytesThatAreInvalidInTheCharsetBecomeQuestionMarks) {
-    EXPECT_TRUE(body_holds(
-        message_with({"Content-Type: text/plain; charset=utf-8"}, "a\xff key\n"), "a? key"));
+    EXPECT_TRUE(body_holds(message_with({"Content-Type: text/plain; charset=utf-8"}, "a\xff key\n"),
+                           "a? key"));
     EXPECT_TRUE(body_holds(message_with({}, "caf\xe9 key\n"), "caf? key"));
 }
 
@@ -264,16 +264,16 @@ TEST_F(Incoming, ZeroBytesInABodyHideNothingBehindThem) {
                                         "YQBrAGUAeQA=\n"),
                            "akey"));
     // The line feed that the program adds at the end completes the last character.
-    EXPECT_TRUE(body_holds(message_with({"Content-Type: text/plain; charset=UTF-16BE"},
-                                        "\0k\0e\0y\0\n\0!\0"sv),
-                           "key"));
+    EXPECT_TRUE(body_holds(
+        message_with({"Content-Type: text/plain; charset=UTF-16BE"}, "\0k\0e\0y\0\n\0!\0"sv),
+        "key"));
 }
 
 TEST_F(Incoming, AnIncompleteCharacterAtTheEndLeavesTheBodyUnconverted) {
     using namespace std::string_view_literals;
     sql("update mail_resp set key_where='body', keystr='key'");
-    const Outcome outcome = answer(
-        message_with({"Content-Type: text/plain; charset=UTF-16LE"}, "k\0e\0y\0 key"sv));
+    const Outcome outcome =
+        answer(message_with({"Content-Type: text/plain; charset=UTF-16LE"}, "k\0e\0y\0 key"sv));
     EXPECT_EQ(outcome.err, "Could not convert message body text from UTF-16LE to UTF-8.\n");
     EXPECT_THAT(outcome.mails, SizeIs(1));
 }
@@ -336,8 +336,8 @@ TEST_F(Incoming, DeeplyNestedPartsAndCommentsCostNothing) {
     std::string begins;
     for (int depth = 0; depth < 20'000; ++depth) {
         const std::string name = std::to_string(depth);
-        begins += "--" + name + "\nContent-Type: multipart/mixed; boundary=" +
-                  std::to_string(depth + 1) + "\n\n";
+        begins += "--" + name +
+                  "\nContent-Type: multipart/mixed; boundary=" + std::to_string(depth + 1) + "\n\n";
     }
     EXPECT_EQ(answered("From: sender@example.org\nContent-Type: multipart/mixed; boundary=0\n\n" +
                        begins),

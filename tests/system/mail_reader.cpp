@@ -1,9 +1,9 @@
 #include "tests/system/mail_reader.h"
 
-#include <gmime/gmime.h>
-
 #include <memory>
 #include <stdexcept>
+
+#include <gmime/gmime.h>
 
 namespace {
 
@@ -15,7 +15,9 @@ Owned<Object> owned(Object* object) {
     return {object, g_object_unref};
 }
 
-std::string text_of(const char* text) { return text == nullptr ? "" : text; }
+std::string text_of(const char* text) {
+    return text == nullptr ? "" : text;
+}
 
 std::string addresses(InternetAddressList* list) {
     if (list == nullptr) {

@@ -1,10 +1,10 @@
 // Finding the mailbox: directly, through aliases, or not at all; and the database itself missing.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/world.h"
 
@@ -156,8 +156,8 @@ TEST_F(Mailbox, AMissingTableFailsTheFirstQueryThatNamesIt) {
         database().reset();
         lose_table(table);
         const Outcome outcome = answer(plain_message(), "nobody@example.org");
-        EXPECT_EQ(outcome.err, "autoresponder: Unable to query: Table 'tva." +
-                                   std::string(table) + "' doesn't exist\n");
+        EXPECT_EQ(outcome.err, "autoresponder: Unable to query: Table 'tva." + std::string(table) +
+                                   "' doesn't exist\n");
         EXPECT_THAT(outcome.mails, IsEmpty());
         EXPECT_THAT(statements(), SizeIs(queries));
     }
@@ -171,7 +171,8 @@ TEST_F(Mailbox, AMissingTableOfRespondersEndsTheRun) {
     EXPECT_THAT(outcome.mails, IsEmpty());
 }
 
-// Why there is no connection goes to both streams; on standard error the program's own words follow.
+// Why there is no connection goes to both streams; on standard error the program's own words
+// follow.
 void expect_no_connection(const Outcome& outcome, const std::string& reason) {
     EXPECT_THAT(outcome.out, MatchesRegex("autoresponder: " + reason + "\n(System error .*\n)?"));
     EXPECT_EQ(outcome.err,
@@ -180,10 +181,10 @@ void expect_no_connection(const Outcome& outcome, const std::string& reason) {
 }
 
 TEST_F(Mailbox, WithoutADatabaseServerTheRunEnds) {
-    expect_no_connection(run({.message = plain_message(),
-                              .environment = {{"MYSQL_UNIX_PORT", "/world/no.sock"}}}),
-                         "Unable to connect to Tolva Database: Can't connect to local server "
-                         "through socket '/world/no.sock' .*");
+    expect_no_connection(
+        run({.message = plain_message(), .environment = {{"MYSQL_UNIX_PORT", "/world/no.sock"}}}),
+        "Unable to connect to Tolva Database: Can't connect to local server "
+        "through socket '/world/no.sock' .*");
 }
 
 TEST_F(Mailbox, WithAWrongPasswordTheRunEnds) {
@@ -247,9 +248,8 @@ TEST_F(Mailbox, WithoutMemoryForTheEscapedAddressTheRunEnds) {
     const std::string recipient(120'000, 'u');
     bool met = false;
     for (rlim_t limit = 8U << 20U; !met && limit < 80U << 20U; limit += 64U << 10U) {
-        const auto program = start({.message = plain_message(),
-                                 .recipient = recipient,
-                                 .limits = {{RLIMIT_AS, limit}}});
+        const auto program = start(
+            {.message = plain_message(), .recipient = recipient, .limits = {{RLIMIT_AS, limit}}});
         met = program->wait().err == "autoresponder: Unable to alloc memory\n";
     }
     EXPECT_TRUE(met);

@@ -1,10 +1,10 @@
 // The notice to the owner of a domain about files that are not in the attachment repository.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/mail_reader.h"
 #include "tests/system/world.h"
@@ -88,8 +88,7 @@ TEST_F(MissingFileNotice, ListsEachMissingFileTrimmedAndNoOther) {
     add_attachment(1, "it's");
     const Outcome outcome = answer(plain_message());
     ASSERT_THAT(outcome.mails, SizeIs(2));
-    EXPECT_EQ(outcome.mails[0].message,
-              notice("root@localhost", "gone.txt\ntwo words\nit's\n"));
+    EXPECT_EQ(outcome.mails[0].message, notice("root@localhost", "gone.txt\ntwo words\nit's\n"));
     EXPECT_THAT(outcome.mails[1].message, HasSubstr("filename=\"here.txt\""));
 }
 

@@ -1,8 +1,6 @@
 #include "tests/system/program.h"
 
 #include <fcntl.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -17,6 +15,9 @@
 #include <cstddef>
 #include <cstdlib>
 #include <stdexcept>
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 
 namespace {
 
@@ -156,7 +157,9 @@ Program::~Program() {
     }
 }
 
-void Program::signal(int number) const { kill(pid_, number); }
+void Program::signal(int number) const {
+    kill(pid_, number);
+}
 
 Finished Program::wait() {
     const int watch = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));

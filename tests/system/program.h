@@ -24,9 +24,9 @@ constexpr bool kAddressSanitizer = false;
 struct Invocation {
     std::string message;
     std::optional<std::string> recipient = "user@example.com";  // RESP_RECIPIENT
-    std::map<std::string, std::string> environment = {};  // set beside what the tests have
-    std::vector<std::pair<int, rlim_t>> limits = {};      // RLIMIT_... and its value
-    std::vector<int> closed = {};                         // descriptors closed at the start
+    std::map<std::string, std::string> environment = {};        // set beside what the tests have
+    std::vector<std::pair<int, rlim_t>> limits = {};            // RLIMIT_... and its value
+    std::vector<int> closed = {};                               // descriptors closed at the start
     mode_t umask = 022;
     bool refuse_fork = false;      // the kernel refuses new processes with EAGAIN
     bool hold_input_open = false;  // no end of input after the message

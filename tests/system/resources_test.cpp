@@ -1,7 +1,5 @@
 // Signals, limits and closed descriptors: the run ends with status 0 and leaves no file behind.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +10,9 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/mail_program.h"
 #include "tests/system/world.h"

@@ -1,9 +1,9 @@
 // Which responder rows answer, and what a row with NULL columns means.
 
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <string>
 
 #include "tests/system/world.h"
 
@@ -75,9 +75,8 @@ TEST_F(ResponderRow, ABodyKeyIsLookedForInTheBody) {
 TEST_F(ResponderRow, AnEmptyBodyKeyIsFoundInEveryMessage) {
     EXPECT_EQ(replies("key_where='body', keystr=''"), 1U);
     EXPECT_EQ(replies("key_where='body', keystr=''", message_with({}, "")), 1U);
-    EXPECT_EQ(replies("key_where='body', keystr=''",
-                      message_with({"Content-Type: image/png"}, "x")),
-              1U);
+    EXPECT_EQ(
+        replies("key_where='body', keystr=''", message_with({"Content-Type: image/png"}, "x")), 1U);
 }
 
 TEST_F(ResponderRow, AnyOtherPlaceToLookIsNoCondition) {
@@ -146,7 +145,8 @@ TEST_F(ResponderRow, ANullFrequencyAllowsTenAnswers) {
 
 TEST_F(ResponderRow, ANullMemoryRemembersAThousandSenders) {
     add_responder(1, "mem_limit=NULL");
-    sql("insert into resp_freq (rn_id, email, num) select 1, concat('s', seq), 1 from seq_1_to_999");
+    sql("insert into resp_freq (rn_id, email, num) select 1, concat('s', seq), 1 from "
+        "seq_1_to_999");
     EXPECT_THAT(answer(plain_message()).mails, SizeIs(1));
     EXPECT_EQ(sql("select count(*) from resp_freq").at(0)[0], "1000");
     EXPECT_THAT(answer(message_with({"Reply-To: other@example.org"})).mails, SizeIs(1));

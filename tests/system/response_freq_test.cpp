@@ -1,10 +1,10 @@
 // How often a responder answers one sender, and whom it remembers.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/world.h"
 
@@ -45,8 +45,8 @@ class ResponseFreq : public World {
     }
 
     static void remember(const std::string& email, int num, const std::string& when = "now()") {
-        sql("insert into resp_freq set rn_id=1, email='" + email +
-            "', num=" + std::to_string(num) + ", time_resp=" + when);
+        sql("insert into resp_freq set rn_id=1, email='" + email + "', num=" + std::to_string(num) +
+            ", time_resp=" + when);
     }
 
     static std::vector<std::string> remembered() {
@@ -69,10 +69,9 @@ TEST_F(ResponseFreq, AFurtherAnswerIsCounted) {
     add_responder(1);
     remember("sender@example.org", 2);
     EXPECT_EQ(answers(), 1U);
-    EXPECT_THAT(limit_statements(),
-                ElementsAre(kPurge, kCount, kLookUp,
-                            "update resp_freq set num=2+1 where rn_id=1 and "
-                            "email='sender@example.org'"));
+    EXPECT_THAT(limit_statements(), ElementsAre(kPurge, kCount, kLookUp,
+                                                "update resp_freq set num=2+1 where rn_id=1 and "
+                                                "email='sender@example.org'"));
     EXPECT_THAT(remembered(), ElementsAre("sender@example.org 3"));
 }
 
@@ -156,10 +155,10 @@ TEST_F(ResponseFreq, AFullMemoryForgetsTheOldest) {
     remember("second@example.org", 1);
     const std::string oldest = sql(kOldest).at(0)[0].value();
     EXPECT_EQ(answers(), 1U);
-    EXPECT_THAT(limit_statements(),
-                ElementsAre(kPurge, kCount, kLookUp, kOldest,
-                            "delete from resp_freq where rn_id=1 and time_resp='" + oldest + "'",
-                            kInsert));
+    EXPECT_THAT(
+        limit_statements(),
+        ElementsAre(kPurge, kCount, kLookUp, kOldest,
+                    "delete from resp_freq where rn_id=1 and time_resp='" + oldest + "'", kInsert));
     EXPECT_THAT(remembered(), ElementsAre("second@example.org 1", "sender@example.org 1"));
 }
 
@@ -217,7 +216,7 @@ TEST_F(ResponseFreq, EachStatementThatFailsEndsTheRun) {
         int place;
         bool known;
         bool full;
-    } cases[] = {{"purge", 0, false, false},  {"count", 1, false, false},
+    } cases[] = {{"purge", 0, false, false},   {"count", 1, false, false},
                  {"look-up", 2, false, false}, {"update", 3, true, false},
                  {"oldest", 3, false, true},   {"evict", 4, false, true},
                  {"insert", 3, false, false},  {"insert after eviction", 5, false, true}};

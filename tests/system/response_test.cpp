@@ -1,9 +1,9 @@
 // The reply's bytes: subject, headers, text.
 
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <string>
 
 #include "tests/system/mail_reader.h"
 #include "tests/system/world.h"
@@ -27,7 +27,8 @@ class Response : public World {
     std::string subject_from(const std::string& responder_subject,
                              const std::string& incoming = "Hello") {
         sql("delete from mail_resp");
-        const std::string whole = reply("subject=" + database().quoted(responder_subject), incoming);
+        const std::string whole =
+            reply("subject=" + database().quoted(responder_subject), incoming);
         const std::size_t begin = whole.find("\nSubject: ") + 10;
         return whole.substr(begin, whole.find('\n', begin) - begin);
     }
@@ -179,10 +180,10 @@ TEST_F(Response, AfterAnAddressThatIdnRefusesTheNextRowFollows) {
 }
 
 TEST_F(Response, AParserReadsBackSubjectAndText) {
-    const std::string message =
-        reply("text='Привет, мир', charset='KOI8-R', subject='Ответ: <request_subject>', "
-              "reply_to='desk@example.com'",
-              "=?iso-8859-1?Q?Gr=FC=DFe_?= =?utf-8?Q?(a-b)?=");
+    const std::string message = reply(
+        "text='Привет, мир', charset='KOI8-R', subject='Ответ: <request_subject>', "
+        "reply_to='desk@example.com'",
+        "=?iso-8859-1?Q?Gr=FC=DFe_?= =?utf-8?Q?(a-b)?=");
     const ReadMail mail = read_mail(message);
     EXPECT_EQ(mail.subject, "Ответ: Grüße (a-b)");
     EXPECT_EQ(mail.text, "Привет, мир\n\n\n");

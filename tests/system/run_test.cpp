@@ -1,9 +1,9 @@
 // A run from its start to its end: loop checks, status, cleaning up.
 
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <string>
 
 #include "tests/system/world.h"
 
@@ -69,10 +69,9 @@ TEST_F(Run, ASenderThatBeginsWithTheRecipientIsAnswered) {
 }
 
 TEST_F(Run, DaemonsAreNotAnswered) {
-    for (const char* address :
-         {"MAILER-DAEMON@example.org", "mailer-daemon@example.org", "DrWEB-DAEMON@example.org",
-          "x-MAILER-DAEMON-y@example.org", "someone@mailer-daemon.example.org",
-          "someone@DrWEB-DAEMON"}) {
+    for (const char* address : {"MAILER-DAEMON@example.org", "mailer-daemon@example.org",
+                                "DrWEB-DAEMON@example.org", "x-MAILER-DAEMON-y@example.org",
+                                "someone@mailer-daemon.example.org", "someone@DrWEB-DAEMON"}) {
         SCOPED_TRACE(address);
         const Outcome outcome = answer(message_from(address));
         EXPECT_EQ(outcome.err, "Field From: contains MAILER-DAEMON\n");
@@ -98,9 +97,9 @@ TEST_F(Run, TheCheckForEqualAddressesComesFirst) {
 }
 
 TEST_F(Run, ADaemonAmongTheOtherHeadersIsNoReasonNotToAnswer) {
-    const Outcome outcome = answer(message_with(
-        {"Sender: MAILER-DAEMON@example.org", "Return-Path: <mailer-daemon@example.org>",
-         "Subject: MAILER-DAEMON"}));
+    const Outcome outcome = answer(
+        message_with({"Sender: MAILER-DAEMON@example.org",
+                      "Return-Path: <mailer-daemon@example.org>", "Subject: MAILER-DAEMON"}));
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(outcome.mails, SizeIs(1));
 }

@@ -1,10 +1,10 @@
 // system_tests PROGRAM MAIL_PROGRAM [GoogleTest's options]: to be started by private_world.
 
-#include <gmime/gmime.h>
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <iostream>
+
+#include <gmime/gmime.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/world.h"
 

@@ -1,10 +1,10 @@
 // Several responders of different kinds answering one message.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/system/mail_reader.h"
 #include "tests/system/world.h"
@@ -89,11 +89,11 @@ TEST_F(WholeFlow, TheQueriesOfEachRowComeInTheOrderOfItsWork) {
             }
         }
     }
-    EXPECT_THAT(kinds, ElementsAre("mail_resp", "resp_freq",  // refused, then the third row's
-                                   "resp_forward", "resp_attach", "clients", "admin_email",
-                                   "FullHostName", "resp_freq", "resp_forward", "resp_attach",
-                                   "resp_freq", "resp_forward", "resp_attach", "clients",
-                                   "admin_email", "FullHostName"));
+    EXPECT_THAT(kinds,
+                ElementsAre("mail_resp", "resp_freq",  // refused, then the third row's
+                            "resp_forward", "resp_attach", "clients", "admin_email", "FullHostName",
+                            "resp_freq", "resp_forward", "resp_attach", "resp_freq", "resp_forward",
+                            "resp_attach", "clients", "admin_email", "FullHostName"));
 }
 
 TEST_F(WholeFlow, ASecondMessageIsAnsweredByTheSameRows) {

@@ -145,9 +145,13 @@ Outcome World::answer(const std::string& message, const std::string& recipient) 
     return run({.message = message, .recipient = recipient});
 }
 
-std::vector<Row> World::sql(const std::string& statement) { return database().sql(statement); }
+std::vector<Row> World::sql(const std::string& statement) {
+    return database().sql(statement);
+}
 
-std::vector<std::string> World::statements() { return database().statements(); }
+std::vector<std::string> World::statements() {
+    return database().statements();
+}
 
 void World::add_responder(int id, const std::string& columns) {
     const std::string number = std::to_string(id);
@@ -181,13 +185,17 @@ void World::write_attachment(const std::string& name, std::string_view bytes) {
     write_whole(attachment_path(name), bytes);
 }
 
-std::string World::right_password() { return password().substr(0, password().find('\n')); }
+std::string World::right_password() {
+    return password().substr(0, password().find('\n'));
+}
 
 void World::set_databytes(std::string_view content) {
     write_whole("/var/qmail/control/databytes", content);
 }
 
-void World::mail_program_behaves(const std::string& how) { write_whole(kBehaviourFile, how); }
+void World::mail_program_behaves(const std::string& how) {
+    write_whole(kBehaviourFile, how);
+}
 
 void World::replace_mail_program(const std::string& script) {
     fs::remove(kSendmail);
@@ -195,7 +203,9 @@ void World::replace_mail_program(const std::string& script) {
     fs::permissions(kSendmail, fs::perms::owner_all);
 }
 
-void World::remove_mail_program() { fs::remove(kSendmail); }
+void World::remove_mail_program() {
+    fs::remove(kSendmail);
+}
 
 std::vector<std::string> World::temporary_files() {
     std::vector<std::string> names;
@@ -212,7 +222,9 @@ SmallTmp::SmallTmp(const std::string& options) {
     }
 }
 
-SmallTmp::~SmallTmp() { umount2("/tmp", MNT_DETACH); }
+SmallTmp::~SmallTmp() {
+    umount2("/tmp", MNT_DETACH);
+}
 
 std::string message_with(std::initializer_list<std::string_view> lines, std::string_view body) {
     std::string message = "From: sender@example.org\n";
@@ -222,7 +234,9 @@ std::string message_with(std::initializer_list<std::string_view> lines, std::str
     return message.append("\n").append(body);
 }
 
-std::string plain_message() { return message_with({"To: user@example.com", "Subject: Hello"}); }
+std::string plain_message() {
+    return message_with({"To: user@example.com", "Subject: Hello"});
+}
 
 std::string plain_reply(const std::string& subject, const std::string& text) {
     return "From: user@example.com\n"

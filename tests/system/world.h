@@ -2,14 +2,14 @@
 
 // The fixture of the system tests: the private world, swept before each test, with a small panel.
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/system/database.h"
 #include "tests/system/program.h"
@@ -19,10 +19,10 @@ struct Submission {
     std::vector<std::string> arguments;  // all of them, the program's name included
     std::string message;                 // its standard input
     std::uint64_t size = 0;              // of its standard input, also where only that was kept
-    std::string input_name;              // of the file at its standard input, "pipe:[...]" for a pipe
-    unsigned input_mode = 0;             // st_mode of the same
-    std::vector<int> descriptors;        // open ones
-    std::string ignored_signals;         // sets of signals, in hexadecimal
+    std::string input_name;        // of the file at its standard input, "pipe:[...]" for a pipe
+    unsigned input_mode = 0;       // st_mode of the same
+    std::vector<int> descriptors;  // open ones
+    std::string ignored_signals;   // sets of signals, in hexadecimal
     std::string blocked_signals;
 };
 

@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <cstdlib>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -19,8 +20,7 @@ TEST(Boundary, NumbersBelowTwentySixGiveCapitalsTheOthersSmallLetters) {
     std::srand(1);
     std::string expected = "--------=_";
     for (int i = 0; i < 29; ++i) {
-        expected +=
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"[std::rand() % 52];
+        expected += "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"[std::rand() % 52];
     }
     std::srand(1);
     EXPECT_EQ(makeBoundaryStr(), expected);

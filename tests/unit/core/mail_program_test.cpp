@@ -1,9 +1,11 @@
 #include "core/mail_program.h"
 
-#include <cerrno>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cerrno>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,13 +1,15 @@
 #include "core/response_file.h"
 
+#include <sys/stat.h>
+
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/stat.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "core/run_end.h"
 

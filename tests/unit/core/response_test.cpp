@@ -1,16 +1,18 @@
 #include "core/response.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "core/mail_content.h"
 #include "core/responder_row.h"
@@ -97,8 +99,9 @@ TEST(Response, ReplyToComesFirstWhenThereIsOne) {
 
 TEST(Response, TextIsConvertedToTheRespondersCharset) {
     Responder_row row = responder();
-    row.text = "Gr\xC3\xBC\xC3\x9F"
-               "e";
+    row.text =
+        "Gr\xC3\xBC\xC3\x9F"
+        "e";
     row.charset = "ISO-8859-1";
     EXPECT_THAT(written(row), testing::HasSubstr("charset=\"ISO-8859-1\"\n"));
     EXPECT_THAT(written(row), testing::EndsWith("\n\nGr\xFC\xDF"

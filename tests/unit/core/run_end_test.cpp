@@ -1,10 +1,12 @@
 #include "core/run_end.h"
 
-#include <fstream>
-#include <gtest/gtest.h>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,17 +1,23 @@
 #include "core/unique_fd.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
 #include <utility>
+
+#include <gtest/gtest.h>
 
 namespace {
 
-bool is_open(int fd) { return fcntl(fd, F_GETFD) != -1; }
+bool is_open(int fd) {
+    return fcntl(fd, F_GETFD) != -1;
+}
 
-int open_null() { return open("/dev/null", O_RDONLY | O_CLOEXEC); }
+int open_null() {
+    return open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
 
 TEST(UniqueFd, ClosesWhatItOwns) {
     const int raw = open_null();
