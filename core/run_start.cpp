@@ -1,11 +1,13 @@
 #include "core/run_start.h"
 
 #include <fcntl.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "core/run_end.h"
@@ -61,10 +63,24 @@ void open_standard_streams() {
     }
 }
 
+void drop_untrusted_environment() {
+    if (getauxval(AT_SECURE) == 0) {
+        return;
+    }
+    constexpr const char* kept = "RESP_RECIPIENT";
+    const char* value = std::getenv(kept);
+    const std::string recipient = value != nullptr ? value : "";
+    clearenv();
+    if (value != nullptr) {
+        setenv(kept, recipient.c_str(), 1);
+    }
+}
+
 }  // namespace
 
 void prepare_run() {
     open_standard_streams();
+    drop_untrusted_environment();
 
     stack_t stack{};
     stack.ss_sp = crash_stack.data();
