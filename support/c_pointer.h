@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace support {
+namespace tolva {
 
 struct FreeDeleter {
     void operator()(void* memory) const { std::free(memory); }
@@ -13,4 +13,4 @@ struct FreeDeleter {
 template <typename T>
 using CPointer = std::unique_ptr<T, FreeDeleter>;
 
-}  // namespace support
+}  // namespace tolva

@@ -17,7 +17,7 @@
 
 namespace {
 
-using support::CPointer;
+using tolva::CPointer;
 
 constexpr int kLogLevel = 12;
 constexpr std::size_t kFirstCapacity = 20;

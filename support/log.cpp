@@ -54,14 +54,14 @@ __attribute__((format(printf, 2, 0))) void write_log(std::FILE* stream, const ch
 
 // A message in a buffer with whatever room is behind it.
 struct Message {
-    support::CPointer<char> text;
+    tolva::CPointer<char> text;
     std::size_t capacity;
 };
 
 // Formats with errno as it was at the call, for the sake of %m.
 __attribute__((format(printf, 2, 0))) Message format_message(int error, const char* format,
                                                              va_list args) {
-    Message message{support::CPointer<char>(static_cast<char*>(std::malloc(kMessageBuffer))),
+    Message message{tolva::CPointer<char>(static_cast<char*>(std::malloc(kMessageBuffer))),
                     kMessageBuffer};
     if (!message.text) {
         return message;

@@ -15,11 +15,12 @@
 
 namespace {
 
-using support::CPointer;
+using tolva::CPointer;
 
 std::string trimmed(std::string text) {
     EXPECT_EQ(tolva_trim(text.data()), text.data());
-    return text.c_str();
+    text.resize(std::strlen(text.data()));
+    return text;
 }
 
 // The result of strn_replace into a buffer of n bytes, "null: " before it if it was cut.
@@ -28,7 +29,8 @@ std::string replaced(std::string source, const char* what, const char* with, uns
     const char* result = strn_replace(source.data(), buffer.data(), what, with, n);
     EXPECT_EQ(buffer[n], '\x7f');
     EXPECT_TRUE(result == nullptr || result == buffer.data());
-    return (result == nullptr ? "null: " : "") + std::string(buffer.c_str());
+    buffer.resize(std::strlen(buffer.data()));
+    return (result == nullptr ? "null: " : "") + buffer;
 }
 
 TEST(TolvaChch, ReplacesInPlace) {
