@@ -7,7 +7,7 @@
 #ifndef ENCODING_BASE64_H
 #define ENCODING_BASE64_H
 
-#include <stddef.h>
+#include <stddef.h> /* NOLINT(modernize-deprecated-headers) */
 
 #ifdef __cplusplus
 extern "C" {

@@ -43,7 +43,7 @@ class Complaints {
     }
 
   private:
-    static constexpr std::size_t kBlock = 64 * 1024;
+    static constexpr std::size_t kBlock = 65536;
 
     void write() {
         if (!lines_.empty()) {

@@ -48,7 +48,9 @@ class Conversion {
     static bool is_usable(const std::string& name) { return name.size() <= kLongestName; }
 
     // What iconv_open(3) returns for failure.
-    static iconv_t closed() { return reinterpret_cast<iconv_t>(-1); }
+    static iconv_t closed() {
+        return reinterpret_cast<iconv_t>(-1);  // NOLINT(performance-no-int-to-ptr)
+    }
 
     iconv_t descriptor_;
 };

@@ -2,7 +2,7 @@
 #ifndef TESTS_UNIT_ENCODING_C_INTERFACE_H
 #define TESTS_UNIT_ENCODING_C_INTERFACE_H
 
-#include <stddef.h>
+#include <stddef.h> /* NOLINT(modernize-deprecated-headers) */
 
 #ifdef __cplusplus
 extern "C" {

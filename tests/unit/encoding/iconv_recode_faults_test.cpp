@@ -4,6 +4,7 @@
 #include <iconv.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -52,7 +53,7 @@ class IconvFaults : public testing::Test {
 
 extern "C" iconv_t iconv_open(const char* to, const char* from) {
     const iconv_t descriptor = next<iconv_t(const char*, const char*)>("iconv_open")(to, from);
-    if (descriptor != reinterpret_cast<iconv_t>(-1)) {
+    if (reinterpret_cast<std::intptr_t>(descriptor) != -1) {
         ++faults.opened;
     }
     return descriptor;

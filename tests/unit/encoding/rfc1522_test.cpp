@@ -84,15 +84,11 @@ TEST(Encode, PlainTextIsUnchanged) {
 }
 
 TEST(Encode, TextWithASpecialByteIsEncodedWhole) {
-    EXPECT_EQ(encode("Re: Gr\xC3\xBC\xC3\x9F"
-                     "e"),
-              "=?utf-8?Q?Re:_Gr=C3=BC=C3=9Fe?=");
+    EXPECT_EQ(encode("Re: Gr\u00FC\u00DFe"), "=?utf-8?Q?Re:_Gr=C3=BC=C3=9Fe?=");
 }
 
 TEST(Encode, LeadingSpaceStaysPlain) {
-    EXPECT_EQ(encode(" Gr\xC3\xBC\xC3\x9F"
-                     "e"),
-              " =?utf-8?Q?Gr=C3=BC=C3=9Fe?=");
+    EXPECT_EQ(encode(" Gr\u00FC\u00DFe"), " =?utf-8?Q?Gr=C3=BC=C3=9Fe?=");
     EXPECT_EQ(encode(" \xC3\xBC"), " =?utf-8?Q?=C3=BC?=");
     EXPECT_EQ(encode("  \xC3\xBC"), " =?utf-8?Q?_=C3=BC?=");
 }
@@ -118,10 +114,8 @@ TEST(Encode, LongTextIsOneWordWithoutFolding) {
 
 TEST(Encode, DecodeGivesBackWhatWasEncoded) {
     for (const std::string text :
-         {"Re: Gr\xC3\xBC\xC3\x9F"
-          "e",
-          " \xC3\xBC ", "a=b?c_d", "\tx\t", "trailing blanks kept!  ", "line\nend",
-          "=?utf-8?Q?x?=", "plain  text", "\xE2\x82\xAC\xF0\x9F\x98\x80"}) {
+         {"Re: Gr\u00FC\u00DFe", " \xC3\xBC ", "a=b?c_d", "\tx\t", "trailing blanks kept!  ",
+          "line\nend", "=?utf-8?Q?x?=", "plain  text", "\xE2\x82\xAC\xF0\x9F\x98\x80"}) {
         EXPECT_EQ(decode(encode(text)), text);
     }
     const std::string zero("a\0b", 3);
