@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/unit/mimelib/reading.h"
+
+// The library's rules once more, written for being read: no slices, no laziness, no care for speed.
+// Tests and fuzz targets hold the library against it.
+namespace naive {
+
+struct Address {
+    bool is_group = false;
+    std::string local_part;
+    std::string domain;
+
+    bool operator==(const Address&) const = default;
+};
+
+struct MediaType {
+    std::string type;
+    std::vector<std::pair<std::string, std::string>> parameters;
+};
+
+struct Entity {
+    std::vector<std::pair<std::string, std::string>> fields;  // name and body
+    std::string body;
+};
+
+Entity entity(const std::string& text);
+// The valid addresses; without groups, ':' and ';' mean nothing.
+std::vector<Address> addresses(const std::string& text, bool groups);
+MediaType media_type(const std::string& text);
+std::vector<std::string> parts(const std::string& body, const std::string& boundary);
+std::string base64(const std::string& text);
+std::string quoted_printable(std::string text);
+Reading read_message(const std::string& text);
+
+}  // namespace naive
