@@ -29,7 +29,9 @@ def decoded(value):
 
 def headers(message, names):
     return [
-        f"{name + ':':<10}{decoded(value)}" for name in names for value in message.get_all(name, [])
+        f"{name + ':':<10}{decoded(value)}".rstrip()
+        for name in names
+        for value in message.get_all(name, [])
     ]
 
 
@@ -37,7 +39,7 @@ def text_of(part):
     data = part.get_payload(decode=True) or b""
     try:
         return data.decode(part.get_content_charset("ascii"), "backslashreplace")
-    except LookupError:
+    except (LookupError, ValueError):
         return data.decode("ascii", "backslashreplace")
 
 

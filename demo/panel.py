@@ -1,4 +1,4 @@
-"""The private world around the autoresponder: its database, one run of it, and what came of that."""
+"""The private world around the autoresponder: its database, a run of it, and what came of that."""
 
 import json
 import os
@@ -115,8 +115,8 @@ def what_happened(mails):
     for time, statement in sql(
         """
         select json_array(unix_timestamp(event_time), regexp_substr(argument,
-            '^(select .* from mail_resp where mn_id|(delete from|insert into|update) resp_freq .*?rn_id)'
-            '=[0-9]+'))
+            '^(select .* from mail_resp where mn_id'
+            '|(delete from|insert into|update) resp_freq .*?rn_id)=[0-9]+'))
         from mysql.general_log
         where user_host like 'admin[%' and argument regexp '(mail_resp|resp_freq) '"""
     ):

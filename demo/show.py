@@ -6,6 +6,7 @@ standard input, otherwise for a few scenes, one after the other.
 
 import os
 import pathlib
+import re
 import shlex
 import signal
 import subprocess
@@ -79,7 +80,10 @@ def kind(mail, incoming):
     if mail.message == incoming + b"\n":
         return "the incoming message forwarded"
     if b"(files missing in attachments repository)" in mail.message:
-        return "a notice to the domain's owner"
+        joined = re.match(rb"Reply-To: .*From: ", mail.message)
+        return "a notice to the domain's owner" + (
+            " (its Reply-To: always runs into From:)" if joined else ""
+        )
     if b"message size exceeds databytes limit" in mail.message:
         return f"a notice in place of a reply over {panel.SIZE_LIMIT.read_text().strip()} bytes"
     return "a reply"
