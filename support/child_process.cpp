@@ -10,10 +10,11 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 
 #include "support/log.h"
 
-namespace tolva::child {
+namespace support::child {
 
 namespace {
 
@@ -192,15 +193,11 @@ argument_vector collect_arguments(va_list arguments) {
 }
 
 void report_failed_malloc(int status) {
-    const int error = errno;
-    messlog2(status, 0, "malloc() failed: %s", strerror(error));
-    errno = error;
+    messlog2(status, 0, "malloc() failed: %s", strerror(errno));
 }
 
 void report_failed_fork(int status) {
-    const int error = errno;
     messlog2(status, 0, "fork_execv_pipes: fork() failed");
-    errno = error;
 }
 
-}  // namespace tolva::child
+}  // namespace support::child

@@ -3,12 +3,12 @@
 #include <sys/types.h>
 
 #include <cstdarg>
-#include <cstdlib>
 #include <initializer_list>
-#include <memory>
+
+#include "support/c_pointer.h"
 
 // What the functions of the exec family share: the way from fork(2) to execv(2), and the wait.
-namespace tolva::child {
+namespace support::child {
 
 // Where the child's standard streams come from. The number of the stream itself means that the
 // child inherits it, -1 means /dev/null, any other value is a descriptor of the caller, which is
@@ -44,21 +44,29 @@ const char* reason(int error);
 // Writes the texts to standard error in one piece; async-signal-safe.
 void say(std::initializer_list<const char*> texts);
 
-struct memory_deleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
 // An argument vector for execv(2); the strings belong to whoever passed them.
-using argument_vector = std::unique_ptr<char*[], memory_deleter>;
+using argument_vector = CPointer<char*[]>;
 
 // The const char* arguments of a variable list up to and including the null pointer that ends it.
 // Null with errno ENOMEM when there is no memory.
 argument_vector collect_arguments(va_list arguments);
 
-// Reports "malloc() failed: %s" with the pending error through messlog2 and keeps errno.
+// Reports "malloc() failed: %s" with the pending error through messlog2, which keeps errno.
 void report_failed_malloc(int status);
 
-// Reports "fork_execv_pipes: fork() failed" through messlog2 and keeps errno.
+// Calls run(argv) with the arguments of a variable list. When there is no memory for them, reports
+// "malloc() failed: %s" through messlog2 with that status and gives -1.
+template <typename Run>
+int with_arguments(va_list arguments, int status, Run run) {
+    const argument_vector argv = collect_arguments(arguments);
+    if (argv == nullptr) {
+        report_failed_malloc(status);
+        return -1;
+    }
+    return run(argv.get());
+}
+
+// Reports "fork_execv_pipes: fork() failed" through messlog2, which keeps errno.
 void report_failed_fork(int status);
 
-}  // namespace tolva::child
+}  // namespace support::child

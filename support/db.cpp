@@ -12,7 +12,7 @@
 #include "support/db_session.h"
 #include "support/log.h"
 
-using tolva::db::connection_handle;
+using support::db::connection_handle;
 
 namespace {
 
@@ -130,7 +130,7 @@ MYSQL* tolva_db_connect_ex(char* err, size_t size) {
         return nullptr;
     }
     bool utf8_mode = false;
-    if (tolva::db::set_up_session(connection, utf8_mode, err, size)) {
+    if (support::db::set_up_session(connection, utf8_mode, err, size)) {
         mysql41_compatible = utf8_mode ? 1 : 0;
     }
     return connection;
@@ -148,9 +148,7 @@ MYSQL* db_connect(void) {
     std::array<char, 4097> reason{};
     MYSQL* connection = tolva_db_connect(reason.data(), reason.size());
     if (connection == nullptr) {
-        const int error = errno;
         messlog2(0, 0, "%s", reason.data());
-        errno = error;
     }
     return connection;
 }

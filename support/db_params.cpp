@@ -6,16 +6,16 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <utility>
 
+#include "support/c_pointer.h"
 #include "support/db.h"
 #include "support/db_handle.h"
 #include "support/log.h"
 
-using tolva::db::connection_handle;
-using tolva::db::result_handle;
+using support::db::connection_handle;
+using support::db::result_handle;
 
 namespace {
 
@@ -36,11 +36,6 @@ class borrowed_or_own {
     MYSQL* connection_;
 };
 
-struct memory_deleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using escaped_text = std::unique_ptr<char, memory_deleter>;
-
 // What the server says is the whole reason: no error of the system is added to the message.
 const char* reason_of(MYSQL* connection) {
     errno = 0;
@@ -49,7 +44,7 @@ const char* reason_of(MYSQL* connection) {
 
 // Adds the value as a string literal of SQL; false with errno ENOMEM.
 bool append_value(std::string& statement, MYSQL* connection, const char* value) {
-    const escaped_text escaped(escape_mysql_param(connection, value));
+    const support::CPointer<char> escaped(escape_mysql_param(connection, value));
     if (escaped == nullptr) {
         return false;
     }

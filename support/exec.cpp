@@ -4,7 +4,7 @@
 
 #include "support/child_process.h"
 
-namespace child = tolva::child;
+namespace child = support::child;
 
 int fork_execv_pipes(int fd_in, int fd_out, int fd_err, const char* path, char* const argv[]) {
     const pid_t pid = child::start({fd_in, fd_out, fd_err}, path, argv);
@@ -17,11 +17,9 @@ int fork_execv_pipes(int fd_in, int fd_out, int fd_err, const char* path, char* 
 int fork_execl_pipes(int fd_in, int fd_out, int fd_err, const char* path, ...) {
     va_list arguments;
     va_start(arguments, path);
-    const child::argument_vector argv = child::collect_arguments(arguments);
+    const int result = child::with_arguments(arguments, 1, [&](char** argv) {
+        return fork_execv_pipes(fd_in, fd_out, fd_err, path, argv);
+    });
     va_end(arguments);
-    if (argv == nullptr) {
-        child::report_failed_malloc(1);
-        return -1;
-    }
-    return fork_execv_pipes(fd_in, fd_out, fd_err, path, argv.get());
+    return result;
 }

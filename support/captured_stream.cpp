@@ -1,0 +1,120 @@
+#include "support/captured_stream.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <vector>
+
+#include "support/log.h"
+
+namespace support {
+
+namespace {
+
+// Waits until a stream has something to read, and reads it; false when a read failed. errno is then
+// that of the failure.
+bool collect(const std::vector<captured_stream*>& captured) {
+    std::vector<pollfd> waiting(captured.size());
+    while (true) {
+        bool any = false;
+        for (std::size_t i = 0; i < captured.size(); ++i) {
+            waiting[i] = {captured[i]->read_end(), POLLIN, 0};
+            any = any || waiting[i].fd != -1;
+        }
+        if (!any) {
+            return true;
+        }
+        if (poll(waiting.data(), waiting.size(), -1) == -1) {
+            continue;  // a signal
+        }
+        for (std::size_t i = 0; i < captured.size(); ++i) {
+            if (waiting[i].revents != 0 && !captured[i]->read()) {
+                return false;
+            }
+        }
+    }
+}
+
+}  // namespace
+
+output_buffer::outcome read_and_report(output_buffer& buffer, int fd) {
+    const output_buffer::outcome outcome = buffer.read_from(fd);
+    if (outcome == output_buffer::outcome::no_memory) {
+        messlog2(0, 0, "Cannot allocate memory");
+    } else if (outcome == output_buffer::outcome::failed) {
+        messlog2(0, 0, "fork_exec*: read(pipe) failed: %s\n", strerror(errno));
+    }
+    return outcome;
+}
+
+captured_stream::captured_stream(char** target) : target_(target) {
+    if (target_ != nullptr) {
+        *target_ = nullptr;
+    }
+}
+
+bool captured_stream::open() {
+    if (target_ == nullptr) {
+        return true;
+    }
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) == -1) {
+        messlog2(0, 0, "fork_execv_getouterr: pipe() failed");
+        return false;
+    }
+    read_end_ = descriptor(ends[0]);
+    child_end_ = descriptor(ends[1]);
+    if (fcntl(read_end_.get(), F_SETFL, O_NONBLOCK) == -1) {
+        messlog2(0, 0, "fork_execv_getouterr: fcntl(O_NONBLOCK) failed");
+        return false;
+    }
+    return true;
+}
+
+bool captured_stream::read() {
+    const output_buffer::outcome outcome = read_and_report(text_, read_end_.get());
+    if (outcome == output_buffer::outcome::ended) {
+        read_end_.reset();
+    }
+    return outcome == output_buffer::outcome::ended || outcome == output_buffer::outcome::pending;
+}
+
+void captured_stream::hand_over() {
+    if (target_ != nullptr) {
+        *target_ = text_.release();
+    }
+}
+
+int run_captured(const child::streams& wanted, std::initializer_list<captured_stream*> captured,
+                 const char* path, char* const argv[]) {
+    const pid_t pid = child::start(wanted, path, argv);
+    if (pid == -1) {
+        child::report_failed_fork(0);
+        return -1;
+    }
+    for (captured_stream* stream : captured) {
+        stream->close_child_end();
+    }
+    const bool complete = collect(captured);
+    const int error = errno;
+    for (captured_stream* stream : captured) {
+        stream->close();  // a child that still writes must not wait for a reader
+    }
+    const int status = child::wait_for(pid);
+    if (!complete) {
+        errno = error;
+        return -1;
+    }
+    if (status != -1) {
+        for (captured_stream* stream : captured) {
+            stream->hand_over();
+        }
+    }
+    return status;
+}
+
+}  // namespace support

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <initializer_list>
+
+#include "support/child_process.h"
+#include "support/descriptor.h"
+#include "support/output_buffer.h"
+
+namespace support {
+
+// A stream of a child that is collected through a pipe. The pipe's read end does not block, so that
+// several can be read in turn.
+class captured_stream {
+  public:
+    // target is where the text goes at the end, null until then. Without a target the stream is not
+    // collected, and the child has /dev/null in its place.
+    explicit captured_stream(char** target);
+
+    // Makes the pipe; reports through messlog2 when it cannot.
+    bool open();
+
+    // What to pass for the child's stream; -1 where nothing is collected.
+    int child_end() const { return child_end_.get(); }
+
+    // To be called once the child has its end.
+    void close_child_end() { child_end_.reset(); }
+
+    // The descriptor to wait at, -1 at end of file.
+    int read_end() const { return read_end_.get(); }
+
+    // Reads what there is; reports through messlog2 when that fails.
+    bool read();
+
+    void close() { read_end_.reset(); }
+    void hand_over();
+
+  private:
+    char** target_;
+    descriptor read_end_;
+    descriptor child_end_;
+    output_buffer text_;
+};
+
+// Reads from the descriptor as output_buffer does and reports a failure through messlog2:
+// "Cannot allocate memory" or "fork_exec*: read(pipe) failed: %s\n".
+output_buffer::outcome read_and_report(output_buffer& buffer, int fd);
+
+// Runs the program, collects the streams and hands their texts over. Gives the status of the
+// program, or -1 with errno after reporting through messlog2.
+int run_captured(const child::streams& wanted, std::initializer_list<captured_stream*> captured,
+                 const char* path, char* const argv[]);
+
+}  // namespace support

@@ -1,0 +1,185 @@
+#include "support/exec_output.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+
+#include "support/captured_stream.h"
+#include "support/child_process.h"
+#include "support/descriptor.h"
+#include "support/log.h"
+#include "support/output_buffer.h"
+
+namespace child = support::child;
+using support::captured_stream;
+using support::descriptor;
+using support::output_buffer;
+
+namespace {
+
+void report_failed_exec(const char* path, int error) {
+    child::say({"Cannot exec ", path, ":\n", child::reason(error), "\n"});
+}
+
+// As the shell puts it in $?.
+int shell_code(int status) {
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+void report_utility(int status, const char* path, const char* output) {
+    errno = 0;
+    if (WIFSIGNALED(status) && WCOREDUMP(status)) {
+        messlog2(0, 0, "utility %s crashed (status %d):\n%s", path, status, output);
+    } else if (WIFSIGNALED(status)) {
+        messlog2(0, 0, "utility %s killed (signal %d):\n%s", path, WTERMSIG(status), output);
+    } else if (status != 0) {
+        messlog2(0, 0, "utility %s failed (result=%d):\n%s", path, WEXITSTATUS(status), output);
+    }
+}
+
+int getoutput(char** output, const char* path, char* const argv[]) {
+    output_buffer text;
+    std::array<int, 2> ends{};
+    if (argv == nullptr || !text.reserve() || pipe2(ends.data(), O_CLOEXEC) == -1) {
+        messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(errno));
+        return -1;
+    }
+    descriptor read_end(ends[0]);
+    descriptor write_end(ends[1]);
+    const pid_t pid = child::start({0, write_end.get(), 2}, path, argv, report_failed_exec);
+    if (pid == -1) {
+        messlog2(0, 0, "Cannot fork():\n%s", strerror(errno));
+        return -1;
+    }
+    write_end.reset();
+    const auto outcome = text.read_from(read_end.get());
+    const int error = errno;
+    if (outcome == output_buffer::outcome::no_memory) {
+        messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(error));
+    } else if (outcome == output_buffer::outcome::failed) {
+        messlog2(0, 0, "Cannot read child output:\n%s", strerror(error));
+    }
+    read_end.reset();
+    const int status = child::wait_for(pid);
+    if (outcome != output_buffer::outcome::ended) {
+        errno = error;
+        return -1;
+    }
+    if (status == -1) {
+        messlog2(0, 0, "error:\n%s", strerror(errno));
+        return -1;
+    }
+    report_utility(status, path, text.text());
+    *output = text.release();
+    return status;
+}
+
+}  // namespace
+
+int popen_exec_getoutput(char** output, const char* command) {
+    *output = nullptr;
+    output_buffer text;
+    if (!text.reserve()) {
+        messlog2(0, 0, "popen_exec: failed to allocate memory\n");
+        return -1;
+    }
+    FILE* pipe = popen(command, "r");
+    if (pipe == nullptr) {
+        messlog2(0, 0,
+                 "popen_exec: failed to execute command: fork or pipe calls failed, or cannon "
+                 "allocate memory\n");
+        return -1;
+    }
+    if (text.read_from(fileno(pipe)) == output_buffer::outcome::no_memory) {
+        messlog2(0, 0,
+                 "popen_exec: warning: failed to allocate memory for command output buffer\n");
+        output_buffer::drain(fileno(pipe));
+    }
+    const int status = pclose(pipe);
+    if (status != -1) {
+        *output = text.release();
+    }
+    return status;
+}
+
+int popen_exec(const char* command) {
+    char* collected = nullptr;
+    const int status = popen_exec_getoutput(&collected, command);
+    const support::CPointer<char> output(collected);
+    if (status == -1) {
+        messlog2(0, 0, "popen_exec: failed to execute command: %s\n", command);
+    } else if (status != 0) {
+        const bool silent = *output == '\0';
+        errno = 0;
+        messlog2(0, 0, "popen_exec: command failed code: %d , %s\n", shell_code(status),
+                 silent ? "error: none" : output.get());
+    }
+    return status;
+}
+
+int fork_execv_getoutput(char** output, const char* path, ...) {
+    *output = nullptr;
+    va_list arguments;
+    va_start(arguments, path);
+    const child::argument_vector argv = child::collect_arguments(arguments);
+    va_end(arguments);
+    return getoutput(output, path, argv.get());
+}
+
+int read_to_buf(int fd, char** buf, size_t* length) {
+    output_buffer buffer(*buf, *length);
+    const output_buffer::outcome outcome = support::read_and_report(buffer, fd);
+    *length = buffer.length();
+    *buf = buffer.release();
+    switch (outcome) {
+        case output_buffer::outcome::ended:
+            return 0;
+        case output_buffer::outcome::pending:
+            return 1;
+        default:
+            return -1;
+    }
+}
+
+int fork_execv_getouterr(char** out, char** err, const char* path, char* const argv[]) {
+    captured_stream output(out);
+    captured_stream errors(err);
+    if (!output.open() || !errors.open()) {
+        return -1;
+    }
+    return support::run_captured({0, output.child_end(), errors.child_end()}, {&output, &errors},
+                                 path, argv);
+}
+
+int fork_execl_getouterr(char** out, char** err, const char* path, ...) {
+    va_list arguments;
+    va_start(arguments, path);
+    const int result = child::with_arguments(
+        arguments, 0, [&](char** argv) { return fork_execv_getouterr(out, err, path, argv); });
+    va_end(arguments);
+    return result;
+}
+
+int fork_execv_getout(char** out, const char* path, char* const argv[]) {
+    captured_stream output(out);
+    if (!output.open()) {
+        return -1;
+    }
+    return support::run_captured({0, output.child_end(), 2}, {&output}, path, argv);
+}
+
+int fork_execl_getout(char** out, const char* path, ...) {
+    va_list arguments;
+    va_start(arguments, path);
+    const int result = child::with_arguments(
+        arguments, 0, [&](char** argv) { return fork_execv_getout(out, path, argv); });
+    va_end(arguments);
+    return result;
+}

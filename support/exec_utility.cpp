@@ -1,0 +1,87 @@
+#include "support/exec_utility.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <string>
+#include <string_view>
+
+#include "support/c_pointer.h"
+#include "support/child_process.h"
+#include "support/conf.h"
+#include "support/exec_output.h"
+#include "support/exec_run.h"
+#include "support/log.h"
+
+namespace child = support::child;
+
+namespace {
+
+bool is_utility_name(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
+}
+
+}  // namespace
+
+int fork_execv_log(const char* path, char* const argv[]) {
+    char* collected_output = nullptr;
+    char* collected_errors = nullptr;
+    const int status = fork_execv_getouterr(&collected_output, &collected_errors, path, argv);
+    const int error = errno;
+    const support::CPointer<char> output(collected_output);
+    const support::CPointer<char> errors(collected_errors);
+    if (status == 0) {
+        return 0;
+    }
+    std::string text;
+    if (status != -1) {
+        text.append(output.get()).append(errors.get());
+    }
+    errno = 0;
+    if (text.empty()) {
+        messlog2(0, 0, "%s execution failed (no output)", path);
+    } else {
+        messlog2(0, 0, "%s execution failed:\n%s", path, text.c_str());
+    }
+    errno = error;
+    return status;
+}
+
+int fork_execl_log(const char* path, ...) {
+    va_list arguments;
+    va_start(arguments, path);
+    const int result = child::with_arguments(
+        arguments, 0, [&](char** argv) { return fork_execv_log(path, argv); });
+    va_end(arguments);
+    return result;
+}
+
+int util_exec_args(const char* name, char* const argv[]) {
+    if (name == nullptr || !is_utility_name(name)) {
+        errno = 0;
+        messlog2(0, 0, "Utility name '%s' is invalid. Use only utility name without path.",
+                 name != nullptr ? name : "(null)");
+        errno = EINVAL;
+        return -1;
+    }
+    const std::string root = tvaConfGetDefaultByIndex(PRODUCT_ROOT_D);
+    return do_exec((root + "/admin/bin/" + name).c_str(), argv);
+}
+
+int util_exec(const char* name, ...) {
+    va_list arguments;
+    va_start(arguments, name);
+    const int result = child::with_arguments(
+        arguments, 0, [&](char** argv) { return util_exec_args(name, argv); });
+    va_end(arguments);
+    return result;
+}
+
+int util_libexec(const char* name, ...) {
+    const std::string path = std::string("/usr/lib/tolva-9.0/") + name;
+    va_list arguments;
+    va_start(arguments, name);
+    const int result = child::with_arguments(
+        arguments, 0, [&](char** argv) { return do_exec(path.c_str(), argv); });
+    va_end(arguments);
+    return result;
+}

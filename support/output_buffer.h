@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+
+#include "support/c_pointer.h"
+
+namespace support {
+
+// Text that is read from a descriptor: any bytes, with a NUL behind them.
+class output_buffer {
+  public:
+    enum class outcome { ended, pending, no_memory, failed };
+
+    output_buffer() = default;
+    // Goes on with a text and length that came from release(), or begins with null and 0.
+    output_buffer(char* text, std::size_t length);
+
+    // Makes room for more text and the NUL; false with errno ENOMEM.
+    bool reserve();
+
+    // Reads until end of file (ended) or until a non-blocking descriptor has nothing more for now
+    // (pending). no_memory and failed leave errno. What was read so far is kept.
+    outcome read_from(int descriptor);
+
+    // Reads to the end of file and keeps nothing of it.
+    static void drain(int descriptor);
+
+    // Never null.
+    const char* text() const { return text_ != nullptr ? text_.get() : ""; }
+    std::size_t length() const { return length_; }
+
+    // Hands the text over, to be freed with free(3); null if nothing was ever reserved.
+    char* release() { return text_.release(); }
+
+  private:
+    CPointer<char> text_;
+    std::size_t length_ = 0;
+    std::size_t capacity_ = 0;
+};
+
+}  // namespace support
