@@ -126,8 +126,11 @@ void reset_sigpipe() {
     }
     close_descriptors_from(kStandardStreams);
     reset_sigpipe();
-    errno = 0;
-    execv(path, argv);
+    errno = EFAULT;
+    if (path != nullptr) {
+        errno = 0;
+        execv(path, argv);
+    }
     report(path != nullptr ? path : "(null)", errno);
     _exit(kCannotBecomeProgram);
 }

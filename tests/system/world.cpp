@@ -97,8 +97,8 @@ std::vector<Submission> captured_mails() {
 void World::install(const std::string& program, const std::string& mail_program) {
     fs::create_directories("/world/bin");
     // Copies, so that a test may cover /tmp although the build directory lies below it.
-    fs::copy_file(program, kProgram);
-    fs::copy_file(mail_program, kCapture);
+    fs::copy_file(program, kProgram, fs::copy_options::overwrite_existing);
+    fs::copy_file(mail_program, kCapture, fs::copy_options::overwrite_existing);
     password();
 }
 

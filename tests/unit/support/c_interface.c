@@ -2,8 +2,15 @@
 
 #include <stdlib.h>
 #include <string.h>
+#include <sys/wait.h>
 
 #include "support/conf.h"
+#include "support/db.h"
+#include "support/db_params.h"
+#include "support/exec.h"
+#include "support/exec_output.h"
+#include "support/exec_run.h"
+#include "support/exec_utility.h"
 #include "support/log.h"
 #include "support/string_helpers.h"
 #include "support/template.h"
@@ -56,4 +63,21 @@ int c_reports_and_goes_on(void) {
     tolva_log_init("console", 2, 0, 0, "c");
     tolva_log(2, "%s", tvaConfGetDefault("_MIN_POSSIBLE") == NULL ? "null" : "not null");
     return status == 5 && ended_with == 5;
+}
+
+int c_runs_programs(void) {
+    char* output = NULL;
+    int right = fork_execl_getout(&output, "/bin/echo", "echo", "from C", (char*)NULL) == 0 &&
+                strcmp(output, "from C\n") == 0;
+    free(output);
+    right = right && fork_execl_pipes(-1, 1, 2, "/bin/true", "true", (char*)NULL) > 0;
+    return right && wait(NULL) > 0 && fork_execv("/bin/true", "true", (char*)NULL) == 0 &&
+           fork_execl_log("/bin/true", "true", (char*)NULL) == 0;
+}
+
+int c_uses_the_database_library(void) {
+    char escaped[5];
+    db_library_init();
+    return mysql_escape_string(escaped, "'a", 2) == 3 && tolva_db_mysql41_compatible_raw() == -1 &&
+           escape_mysql_param(NULL, NULL) == NULL;
 }

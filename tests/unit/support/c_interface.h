@@ -10,6 +10,8 @@ int c_reads_a_configuration(const char* path, const char* name, const char* valu
 int c_replaces_a_placeholder(void);
 int c_uses_string_helpers(void);
 int c_reports_and_goes_on(void);
+int c_runs_programs(void);
+int c_uses_the_database_library(void);
 
 #ifdef __cplusplus
 }

@@ -38,4 +38,12 @@ TEST(CInterface, Log) {
     EXPECT_EQ(run.out, run.err);
 }
 
+TEST(CInterface, Programs) {
+    EXPECT_TRUE(c_runs_programs());
+}
+
+TEST(CInterface, Database) {
+    EXPECT_TRUE(c_uses_the_database_library());
+}
+
 }  // namespace

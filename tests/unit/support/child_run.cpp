@@ -69,3 +69,7 @@ ChildRun run_in_child(const std::function<void()>& body) {
     const int status = WIFEXITED(state) ? WEXITSTATUS(state) : -WTERMSIG(state);
     return {status, out.text(), err.text()};
 }
+
+ChildRun status_in_child(const std::function<int()>& body) {
+    return run_in_child([&body] { std::exit(body()); });
+}

@@ -12,3 +12,6 @@ struct ChildRun {
 
 // Runs body in a forked child, which then exits with status 0, and gives what the child wrote.
 ChildRun run_in_child(const std::function<void()>& body);
+
+// The same with the exit status that body returns.
+ChildRun status_in_child(const std::function<int()>& body);

@@ -1,0 +1,386 @@
+#include "support/db.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/db_handle.h"
+#include "support/log.h"
+#include "tests/system/world.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/database.h"
+#include "tests/unit/support/process_state.h"
+
+namespace {
+
+using support::db::connection_handle;
+using testing_support::admin_password;
+using testing_support::fail_library;
+using testing_support::library_failure;
+using testing_support::open_descriptors;
+using testing_support::password_file;
+using testing_support::query;
+using testing_support::status_beside_world;
+
+using DbConnect = World;
+using DbSessionSetUp = World;
+
+using connect_function = MYSQL* (*)(char* err, size_t size);
+
+struct attempt {
+    bool connected = false;
+    std::string reason;
+    int error = 0;
+};
+
+attempt try_connect(connect_function connect = tolva_db_connect) {
+    std::array<char, 4097> reason{};
+    errno = 0;
+    const connection_handle connection(connect(reason.data(), reason.size()));
+    const int error = errno;
+    return {connection != nullptr, reason.data(), error};
+}
+
+connection_handle connect() {
+    std::array<char, 4097> reason{};
+    connection_handle connection(tolva_db_connect(reason.data(), reason.size()));
+    EXPECT_NE(connection, nullptr) << reason.data();
+    return connection;
+}
+
+std::string random_password() {
+    return testing_support::query_as_root("select md5(rand())");
+}
+
+TEST_F(DbConnect, ConnectsAsAdminToThePanelsDatabase) {
+    for (connect_function function : {tolva_db_connect_raw_ex, tolva_db_connect_raw,
+                                      tolva_db_connect_ex, tolva_db_connect, db_connect_nothrow}) {
+        std::array<char, 100> reason{};
+        const connection_handle connection(function(reason.data(), reason.size()));
+        ASSERT_NE(connection, nullptr);
+        EXPECT_STREQ(reason.data(), "");
+        EXPECT_EQ(query(connection.get(), "select user()"), "admin@localhost");
+        EXPECT_EQ(query(connection.get(), "select database()"), "tva");
+    }
+    const connection_handle connection(db_connect());
+    EXPECT_EQ(query(connection.get(), "select user()"), "admin@localhost");
+}
+
+TEST_F(DbConnect, ReportsAMissingPasswordFile) {
+    const long before = open_descriptors();
+    std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
+    const attempt failed = try_connect();
+    std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
+    EXPECT_FALSE(failed.connected);
+    EXPECT_EQ(failed.reason, "Unable to open admin password file: No such file or directory");
+    EXPECT_EQ(failed.error, ENOENT);
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST_F(DbConnect, ReportsAPasswordFileThatCannotBeRead) {
+    const long before = open_descriptors();
+    std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
+    std::filesystem::create_directory("/etc/tva/.tva.shadow");
+    const attempt failed = try_connect();
+    std::filesystem::remove("/etc/tva/.tva.shadow");
+    std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
+    EXPECT_FALSE(failed.connected);
+    EXPECT_EQ(failed.reason, "Unable to read admin password file: Is a directory");
+    EXPECT_EQ(failed.error, EISDIR);
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST_F(DbConnect, ReportsAnEmptyPasswordFileWithoutAnErrorOfTheSystem) {
+    const password_file empty("");
+    errno = EIO;
+    const attempt failed = try_connect();
+    EXPECT_FALSE(failed.connected);
+    EXPECT_EQ(failed.reason, "Unable to read admin password file: Success");
+    EXPECT_EQ(failed.error, 0);
+}
+
+TEST_F(DbConnect, TakesAPasswordLineWithoutALineFeedAsItIs) {
+    const std::string password = random_password();
+    const admin_password changed(password);
+    const password_file file(password);
+    EXPECT_EQ(try_connect().reason, "");
+}
+
+TEST_F(DbConnect, TakesTheFirstLineOnly) {
+    const std::string password = random_password();
+    const admin_password changed(password);
+    const password_file file(password + "\nsecond line\n");
+    EXPECT_EQ(try_connect().reason, "");
+}
+
+TEST_F(DbConnect, KeepsACarriageReturnInThePassword) {
+    const std::string password = random_password();
+    const password_file file(password + "\r\n");
+    {
+        const admin_password changed(password);
+        EXPECT_FALSE(try_connect().connected);
+    }
+    const admin_password changed(password + "\r");
+    EXPECT_EQ(try_connect().reason, "");
+}
+
+TEST_F(DbConnect, TakesAtMost99CharactersOfThePasswordLine) {
+    const std::string password(99, 'p');
+    const admin_password changed(password);
+    for (const char* rest : {"", "\n", "q", "qrstuvwxyz\n"}) {
+        const password_file file(password + rest);
+        EXPECT_EQ(try_connect().reason, "");
+    }
+    const password_file file(password.substr(1) + "\n");
+    EXPECT_FALSE(try_connect().connected);
+}
+
+TEST_F(DbConnect, ReportsThatTheServerRefuses) {
+    const password_file file("wrong\n");
+    const long before = open_descriptors();
+    for (connect_function function : {tolva_db_connect_raw_ex, tolva_db_connect_raw,
+                                      tolva_db_connect_ex, tolva_db_connect, db_connect_nothrow}) {
+        const attempt failed = try_connect(function);
+        EXPECT_FALSE(failed.connected);
+        EXPECT_EQ(failed.reason,
+                  "Unable to connect to Tolva Database: Access denied for user "
+                  "'admin'@'localhost' (using password: YES)");
+        EXPECT_EQ(failed.error, 0);
+    }
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST_F(DbConnect, AnEmptyFirstLineIsNoPassword) {
+    const password_file file("\n");
+    EXPECT_EQ(try_connect().reason,
+              "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' "
+              "(using password: NO)");
+}
+
+TEST_F(DbConnect, ReportsThatTheStructureCannotBeMade) {
+    fail_library(library_failure::initialisation);
+    const attempt failed = try_connect();
+    fail_library(library_failure::none);
+    EXPECT_FALSE(failed.connected);
+    EXPECT_EQ(failed.reason,
+              "Unable to initialize MySQL connection structure: Cannot allocate memory");
+    EXPECT_EQ(failed.error, ENOMEM);
+}
+
+TEST_F(DbConnect, CutsTheReasonToTheBuffer) {
+    const password_file file("wrong\n");
+    std::array<char, 10> reason{};
+    reason.back() = 'x';
+    EXPECT_EQ(tolva_db_connect(reason.data(), reason.size() - 1), nullptr);
+    EXPECT_STREQ(reason.data(), "Unable t");
+    EXPECT_EQ(reason.back(), 'x');
+    EXPECT_EQ(tolva_db_connect(reason.data(), 1), nullptr);
+    EXPECT_STREQ(reason.data(), "");
+}
+
+TEST_F(DbConnect, TakesABufferOfNoSize) {
+    const password_file file("wrong\n");
+    EXPECT_EQ(tolva_db_connect(nullptr, 0), nullptr);
+    const password_file empty("");
+    EXPECT_EQ(tolva_db_connect(nullptr, 0), nullptr);
+    database().allow_statements(1);
+    EXPECT_EQ(tolva_db_connect(nullptr, 0), nullptr);
+}
+
+TEST_F(DbConnect, WaitsALimitedTime) {
+    const connection_handle connection = connect();
+    unsigned int seconds = 0;
+    EXPECT_EQ(mysql_get_option(connection.get(), MYSQL_OPT_CONNECT_TIMEOUT, &seconds), 0);
+    EXPECT_EQ(seconds, 30U);
+    EXPECT_EQ(mysql_get_option(connection.get(), MYSQL_OPT_READ_TIMEOUT, &seconds), 0);
+    EXPECT_EQ(seconds, 300U);
+    EXPECT_EQ(mysql_get_option(connection.get(), MYSQL_OPT_WRITE_TIMEOUT, &seconds), 0);
+    EXPECT_EQ(seconds, 300U);
+}
+
+TEST_F(DbConnect, DoesNotConnectAgainByItself) {
+    const connection_handle connection = connect();
+    testing_support::execute_as_root("kill " + query(connection.get(), "select connection_id()"));
+    EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
+    EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
+}
+
+TEST_F(DbConnect, TheServerCannotAskForLocalFiles) {
+    const connection_handle connection = connect();
+    EXPECT_NE(mysql_query(connection.get(),
+                          "load data local infile '/etc/passwd' into table misc (param)"),
+              0);
+    EXPECT_EQ(query(connection.get(), "select count(*) from misc"), "0");
+}
+
+TEST_F(DbSessionSetUp, LeavesForeignKeysUnchecked) {
+    EXPECT_EQ(query(connect().get(), "select @@foreign_key_checks"), "0");
+}
+
+TEST_F(DbSessionSetUp, IsInBinaryModeWithAndWithoutTheSetting) {
+    EXPECT_EQ(query(connect().get(), "select @@character_set_client"), "binary");
+    for (const char* value : {"''", "'false'", "'true'", "null"}) {
+        testing_support::execute_as_root(
+            std::string("replace into misc values('mysql41_compatible', ") + value + ")");
+        const connection_handle connection = connect();
+        EXPECT_EQ(query(connection.get(), "select @@character_set_client"), "binary") << value;
+        EXPECT_EQ(query(connection.get(), "select @@character_set_results"), "binary") << value;
+        EXPECT_EQ(tolva_db_mysql41_compatible_raw(), 0) << value;
+    }
+}
+
+TEST_F(DbSessionSetUp, ARawConnectionIsLeftAsTheServerGivesIt) {
+    std::array<char, 100> reason{};
+    const connection_handle connection(tolva_db_connect_raw(reason.data(), reason.size()));
+    EXPECT_EQ(query(connection.get(), "select @@foreign_key_checks"), "1");
+}
+
+// Sets the session up against a server that fails at one step: no connection from
+// tolva_db_connect, the connection as it is from tolva_db_connect_ex, the same text from both.
+void expect_failed_step(const std::string& reason) {
+    const long before = open_descriptors();
+    const attempt failed = try_connect(tolva_db_connect);
+    EXPECT_FALSE(failed.connected);
+    EXPECT_EQ(failed.reason, reason);
+    EXPECT_EQ(failed.error, 0);
+    testing_support::execute_as_root("flush user_resources");
+    const attempt kept = try_connect(tolva_db_connect_ex);
+    EXPECT_TRUE(kept.connected);
+    EXPECT_EQ(kept.reason, reason);
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+std::string limit_reason(const char* step, int limit) {
+    return std::string("DB error (") + step +
+           ") 1226: User 'admin' has exceeded the 'max_queries_per_hour' resource (current "
+           "value: " +
+           std::to_string(limit) + ")";
+}
+
+TEST_F(DbSessionSetUp, ReportsAFailedQueryOfTheVersion) {
+    database().allow_statements(1);
+    expect_failed_step(limit_reason("query version", 1));
+}
+
+TEST_F(DbSessionSetUp, ReportsAFailedQueryOfTheSetting) {
+    lose_table("misc");
+    expect_failed_step("DB error (mysql41 compatible query) 1146: Table 'tva.misc' doesn't exist");
+}
+
+TEST_F(DbSessionSetUp, ReportsAFailedQueryOfTheSettingAtALimit) {
+    database().allow_statements(2);
+    expect_failed_step(limit_reason("mysql41 compatible query", 2));
+}
+
+TEST_F(DbSessionSetUp, ReportsAFailedSetNames) {
+    database().allow_statements(3);
+    expect_failed_step(limit_reason("set names query", 3));
+}
+
+// Failures that leave no error number do not cost the connection.
+void expect_step_without_number(library_failure failure, const std::string& reason) {
+    fail_library(failure);
+    const attempt kept = try_connect(tolva_db_connect);
+    fail_library(library_failure::none);
+    EXPECT_TRUE(kept.connected);
+    EXPECT_EQ(kept.reason, reason);
+}
+
+TEST_F(DbSessionSetUp, ReportsAResultThatCannotBeStored) {
+    expect_step_without_number(library_failure::result,
+                               "DB error (store query result): unknown error");
+}
+
+TEST_F(DbSessionSetUp, ReportsAnEmptyResultForTheVersion) {
+    expect_step_without_number(library_failure::row,
+                               "DB error (empty version result): unknown error");
+}
+
+TEST_F(DbConnect, LogsTheReasonOfAFailure) {
+    const ChildRun run = status_beside_world([] {
+        PROGNAME = "/usr/bin/tool";
+        const password_file file("wrong\n");
+        return db_connect() == nullptr ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "tool: Unable to connect to Tolva Database: Access denied for user "
+              "'admin'@'localhost' (using password: YES)\n");
+    EXPECT_EQ(run.out, run.err);
+}
+
+TEST_F(DbConnect, LogsAFailureOfTheSystemWithItsNumber) {
+    std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
+    const ChildRun run =
+        status_beside_world([] { return db_connect() == nullptr && errno == ENOENT ? 0 : 1; });
+    std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "Unable to open admin password file: No such file or directory\n"
+              "System error 2: No such file or directory\n");
+}
+
+// These begin in a process where nothing of the database has been called yet.
+template <class Fixture>
+class FreshProcess : public Fixture {
+  protected:
+    FreshProcess() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    // At once: a connection is lost on purpose, which a sanitizer would find at exit(3).
+    [[noreturn]] static void end(bool passed) { testing_support::end_child(passed ? 0 : 1); }
+};
+
+using DbFreshProcess = FreshProcess<World>;
+using DbFreshLibrary = FreshProcess<testing::Test>;
+
+bool finds_out_mode_once() {
+    const bool unknown = tolva_db_mysql41_compatible_raw() == -1;
+    const long before = open_descriptors();
+    const bool known = db_is_mysql41_compatible() == 0 && db_is_mysql41_compatible() == 0 &&
+                       tolva_db_mysql41_compatible_raw() == 0;
+    const bool one_connection_left = open_descriptors() == before + 1;
+    return unknown && known && one_connection_left;
+}
+
+TEST_F(DbFreshProcess, TheModeIsUnknownUntilASessionIsSetUp) {
+    EXPECT_EXIT(end(finds_out_mode_once()), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(DbFreshProcess, TheModeStaysUnknownAfterAFailedSetUp) {
+    database().allow_statements(2);
+    EXPECT_EXIT(end(db_is_mysql41_compatible() == -1), ::testing::ExitedWithCode(0),
+                "DB error \\(mysql41 compatible query\\) 1226");
+}
+
+bool escapes_without_connection() {
+    db_library_init();
+    db_library_init();
+    std::array<char, 20> escaped{};
+    return mysql_escape_string(escaped.data(), "it's", 4) == 5 &&
+           std::strcmp(escaped.data(), "it\\'s") == 0;
+}
+
+TEST_F(DbFreshLibrary, EscapesWithoutAConnection) {
+    EXPECT_EXIT(end(escapes_without_connection()), ::testing::ExitedWithCode(0), "");
+}
+
+std::string reason_without_server() {
+    setenv("MYSQL_UNIX_PORT", "/no/such/socket", 1);
+    return try_connect().reason;
+}
+
+TEST_F(DbFreshLibrary, AMissingServerIsReported) {
+    EXPECT_EXIT(end(reason_without_server() ==
+                    "Unable to connect to Tolva Database: Can't connect to local server through "
+                    "socket '/no/such/socket' (2)"),
+                ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

@@ -1,0 +1,543 @@
+#include "support/exec_output.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/c_pointer.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
+#include "tests/unit/support/failing_calls.h"
+#include "tests/unit/support/process_state.h"
+
+namespace {
+
+using testing_support::exited_with;
+using testing_support::fail_fork;
+using testing_support::fail_system_call;
+using testing_support::has_children;
+using testing_support::no_more_descriptors;
+using testing_support::open_descriptors;
+
+constexpr char kShell[] = "/bin/sh";
+constexpr char kAgain[] = "\nSystem error 11: Resource temporarily unavailable\n";
+constexpr char kNoMemory[] = "\nSystem error 12: Cannot allocate memory\n";
+
+// A text that a function of the family gave, or none.
+class given_text {
+  public:
+    given_text() = default;
+    given_text(const given_text&) = delete;
+    given_text& operator=(const given_text&) = delete;
+    ~given_text() { std::free(text_); }
+
+    char** target() { return &text_; }
+    bool given() const { return text_ != nullptr; }
+    std::string text() const { return text_ != nullptr ? text_ : "(null)"; }
+
+  private:
+    char* text_ = nullptr;
+};
+
+// Whether call gives -1 with that errno and no text, and leaves no child and no descriptor behind.
+template <typename Call>
+bool fails_cleanly(int error, Call call) {
+    given_text out;
+    const long before = open_descriptors();
+    errno = 0;
+    const int result = call(out.target());
+    const int left = errno;
+    return result == -1 && left == error && !out.given() && !has_children() &&
+           open_descriptors() == before;
+}
+
+TEST(PopenExecGetoutput, CollectsTheOutputOfACommand) {
+    given_text output;
+    EXPECT_EQ(popen_exec_getoutput(output.target(), "echo one; echo two"), 0);
+    EXPECT_EQ(output.text(), "one\ntwo\n");
+}
+
+TEST(PopenExecGetoutput, GivesEmptyTextWhereNothingIsWritten) {
+    given_text output;
+    EXPECT_TRUE(exited_with(popen_exec_getoutput(output.target(), "exit 3"), 3));
+    EXPECT_TRUE(output.given());
+    EXPECT_EQ(output.text(), "");
+}
+
+TEST(PopenExecGetoutput, CollectsLargeOutput) {
+    given_text output;
+    EXPECT_EQ(popen_exec_getoutput(output.target(), "head -c 300000 /dev/zero | tr '\\0' x"), 0);
+    EXPECT_EQ(output.text(), std::string(300000, 'x'));
+}
+
+TEST(PopenExecGetoutput, NoMemoryAtTheStartIsReportedAndNothingRun) {
+    const ChildRun run = status_in_child([] {
+        const FailingAllocation memory(1);
+        return fails_cleanly(ENOMEM,
+                             [](char** out) { return popen_exec_getoutput(out, "echo ran >&2"); })
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string("popen_exec: failed to allocate memory\n") + kNoMemory);
+}
+
+TEST(PopenExecGetoutput, NoMemoryLaterCutsTheOutputWithAWarning) {
+    const ChildRun run = status_in_child([] {
+        const FailingAllocation memory(2);
+        given_text output;
+        const int status = popen_exec_getoutput(
+            output.target(), "head -c 300000 /dev/zero | tr '\\0' x; echo done >&2");
+        return status == 0 && output.text() == std::string(4095, 'x') ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.err.find("popen_exec: warning: failed to allocate memory for command output "
+                           "buffer\n" +
+                           std::string(kNoMemory)),
+              std::string::npos);
+    EXPECT_NE(run.err.find("done\n"), std::string::npos);
+}
+
+constexpr char kPopenMessage[] =
+    "popen_exec: failed to execute command: fork or pipe calls failed, or cannon allocate memory\n";
+
+TEST(PopenExecGetoutput, AFailedForkIsReported) {
+    const ChildRun run = status_in_child([] {
+        fail_fork(ENOMEM);  // what popen of glibc says of every failure
+        return fails_cleanly(ENOMEM, [](char** out) { return popen_exec_getoutput(out, "exit 0"); })
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string(kPopenMessage) + kNoMemory);
+}
+
+TEST(PopenExec, ASuccessfulCommandIsNotReported) {
+    const ChildRun run = status_in_child([] { return popen_exec("echo text"); });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST(PopenExec, AFailedCommandIsReportedWithItsOutput) {
+    const ChildRun run = status_in_child([] {
+        errno = EIO;
+        return WEXITSTATUS(popen_exec("echo text; exit 5"));
+    });
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err, "popen_exec: command failed code: 5 , text\n\n");
+    EXPECT_EQ(run.out, run.err);
+}
+
+TEST(PopenExec, AFailedCommandWithoutOutputIsReported) {
+    const ChildRun run = status_in_child([] { return WEXITSTATUS(popen_exec("exit 5")); });
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err, "popen_exec: command failed code: 5 , error: none\n");
+}
+
+TEST(PopenExec, ACommandEndedByASignalIsReported) {
+    const ChildRun run = status_in_child([] { return WTERMSIG(popen_exec("kill -TERM $$")); });
+    EXPECT_EQ(run.status, SIGTERM);
+    EXPECT_EQ(run.err, "popen_exec: command failed code: 143 , error: none\n");
+}
+
+TEST(PopenExec, ACommandThatCannotBeRunIsReported) {
+    const ChildRun run = status_in_child([] {
+        fail_fork(ENOMEM);
+        return popen_exec("some command") == -1 && errno == ENOMEM ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string(kPopenMessage) + kNoMemory +
+                           "popen_exec: failed to execute command: some command\n" + kNoMemory);
+}
+
+TEST(ForkExecvGetoutput, CollectsStandardOutputAlone) {
+    const ChildRun run = status_in_child([] {
+        given_text output;
+        const int status = fork_execv_getoutput(output.target(), kShell, "sh", "-c",
+                                                "echo out; echo err >&2", nullptr);
+        return status == 0 && output.text() == "out\n" && !has_children() ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "err\n");
+}
+
+TEST(ForkExecvGetoutput, AFailedUtilityIsReported) {
+    const ChildRun run = status_in_child([] {
+        errno = EIO;
+        given_text output;
+        const int status =
+            fork_execv_getoutput(output.target(), kShell, "sh", "-c", "echo text; exit 4", nullptr);
+        return exited_with(status, 4) && output.text() == "text\n" ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "utility /bin/sh failed (result=4):\ntext\n");
+}
+
+TEST(ForkExecvGetoutput, AKilledUtilityIsReported) {
+    const ChildRun run = status_in_child([] {
+        given_text output;
+        const int status = fork_execv_getoutput(output.target(), kShell, "sh", "-c",
+                                                "echo text; kill -TERM $$", nullptr);
+        return WIFSIGNALED(status) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "utility /bin/sh killed (signal 15):\ntext\n");
+}
+
+// Whether a core file is written is up to the machine; where none is, the utility counts as killed.
+TEST(ForkExecvGetoutput, AUtilityThatLeavesACoreFileIsReportedAsCrashed) {
+    const ChildRun run = status_in_child([] {
+        char directory[] = "/tmp/support-core-XXXXXX";
+        if (mkdtemp(directory) == nullptr || chdir(directory) != 0) {
+            return 3;
+        }
+        const rlimit any = {RLIM_INFINITY, RLIM_INFINITY};
+        setrlimit(RLIMIT_CORE, &any);
+        given_text output;
+        const int status = fork_execv_getoutput(output.target(), kShell, "sh", "-c",
+                                                "echo text; kill -ABRT $$", nullptr);
+        std::filesystem::remove_all(directory);
+        return !WIFSIGNALED(status) ? 1 : WCOREDUMP(status) ? 0 : 2;
+    });
+    if (run.status == 2) {
+        EXPECT_EQ(run.err, "utility /bin/sh killed (signal 6):\ntext\n");
+        GTEST_SKIP() << "this machine writes no core files";
+    }
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "utility /bin/sh crashed (status 134):\ntext\n");
+}
+
+TEST(ForkExecvGetoutput, AProgramThatCannotBeRunIsSaidByTheChild) {
+    const ChildRun run = status_in_child([] {
+        given_text output;
+        const int status =
+            fork_execv_getoutput(output.target(), "/no/such/program", "program", nullptr);
+        return exited_with(status, 255) && output.text().empty() ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "Cannot exec /no/such/program:\nNo such file or directory\n"
+              "utility /no/such/program failed (result=255):\n");
+}
+
+int getoutput_of_shell(char** out) {
+    return fork_execv_getoutput(out, kShell, "sh", "-c", "head -c 300000 /dev/zero", nullptr);
+}
+
+TEST(ForkExecvGetoutput, AFailedForkIsReported) {
+    const ChildRun run = status_in_child([] {
+        fail_fork(EAGAIN);
+        return fails_cleanly(EAGAIN, getoutput_of_shell) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string("Cannot fork():\nResource temporarily unavailable") + kAgain);
+}
+
+TEST(ForkExecvGetoutput, NoMemoryIsReportedAtEveryStage) {
+    for (const int allocation : {1, 2, 3}) {  // arguments, buffer, growth of the buffer
+        const ChildRun run = status_in_child([allocation] {
+            const FailingAllocation memory(allocation);
+            return fails_cleanly(ENOMEM, getoutput_of_shell) ? 0 : 1;
+        });
+        EXPECT_EQ(run.status, 0) << allocation;
+        EXPECT_EQ(run.err,
+                  std::string("Cannot allocate buffer:\nCannot allocate memory") + kNoMemory);
+    }
+}
+
+TEST(ForkExecvGetoutput, AFailedPipeIsReported) {
+    const ChildRun run = status_in_child([] {
+        return fails_cleanly(EMFILE,
+                             [](char** out) {
+                                 const no_more_descriptors limit;
+                                 return getoutput_of_shell(out);
+                             })
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(
+        run.err,
+        "Cannot allocate buffer:\nToo many open files\nSystem error 24: Too many open files\n");
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST(ForkExecvGetoutput, AFailedReadIsReported) {
+    const ChildRun run = status_in_child([] {
+        given_text output;
+        const int next = dup(0);  // the number that the pipe's read end will have
+        close(next);
+        testing_support::fail_system_call_with(SYS_read, static_cast<unsigned char>(next), EIO);
+        return fork_execv_getoutput(output.target(), "/no/such/program", "program", nullptr) ==
+                           -1 &&
+                       errno == EIO && !output.given() && !has_children()
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.err.find("Cannot read child output:\nInput/output error\nSystem error 5: "
+                           "Input/output error\n"),
+              std::string::npos);
+}
+
+TEST(ForkExecvGetoutput, AFailedWaitIsReported) {
+    const ChildRun run = status_in_child([] {
+        signal(SIGCHLD, SIG_IGN);
+        given_text output;
+        return fork_execv_getoutput(output.target(), kShell, "sh", "-c", "exit 0", nullptr) == -1 &&
+                       errno == ECHILD && !output.given()
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "error:\nNo child processes\nSystem error 10: No child processes\n");
+}
+
+TEST(ReadToBuf, GivesZeroAtTheEndOfFile) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(write(ends[1], "a\0b", 3), 3);
+    close(ends[1]);
+    char* buffer = nullptr;
+    size_t length = 0;
+    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 0);
+    EXPECT_EQ(std::string(buffer, length), std::string("a\0b", 3));
+    EXPECT_EQ(buffer[length], '\0');
+    std::free(buffer);
+    close(ends[0]);
+}
+
+TEST(ReadToBuf, GoesOnWhereANonBlockingPipeHadNoMore) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    char* buffer = nullptr;
+    size_t length = 0;
+    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 1);
+    EXPECT_EQ(length, 0U);
+    ASSERT_EQ(write(ends[1], "one ", 4), 4);
+    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 1);
+    ASSERT_EQ(write(ends[1], "two", 3), 3);
+    close(ends[1]);
+    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 0);
+    EXPECT_STREQ(buffer, "one two");
+    std::free(buffer);
+    close(ends[0]);
+}
+
+TEST(ReadToBuf, AFailedReadIsReported) {
+    const ChildRun run = status_in_child([] {
+        char* buffer = nullptr;
+        size_t length = 0;
+        const int result = read_to_buf(-1, &buffer, &length);
+        const int error = errno;
+        std::free(buffer);
+        return result == -1 && error == EBADF && length == 0 ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "fork_exec*: read(pipe) failed: Bad file descriptor\n\n"
+              "System error 9: Bad file descriptor\n");
+}
+
+TEST(ReadToBuf, NoMemoryIsReported) {
+    const ChildRun run = status_in_child([] {
+        const FailingAllocation memory(1);
+        char* buffer = nullptr;
+        size_t length = 0;
+        return read_to_buf(0, &buffer, &length) == -1 && errno == ENOMEM && buffer == nullptr ? 0
+                                                                                              : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string("Cannot allocate memory") + kNoMemory);
+}
+
+constexpr char kBoth[] = "echo out; echo err >&2; exit 2";
+
+TEST(ForkExeclGetouterr, CollectsBothStreams) {
+    given_text out;
+    given_text err;
+    const long before = open_descriptors();
+    EXPECT_TRUE(exited_with(
+        fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c", kBoth, nullptr), 2));
+    EXPECT_EQ(out.text(), "out\n");
+    EXPECT_EQ(err.text(), "err\n");
+    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_FALSE(has_children());
+}
+
+TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsAtATime) {
+    given_text out;
+    given_text err;
+    EXPECT_EQ(fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c",
+                                   "head -c 300000 /dev/zero | tr '\\0' e >&2;"
+                                   "head -c 300000 /dev/zero | tr '\\0' o",
+                                   nullptr),
+              0);
+    EXPECT_EQ(out.text(), std::string(300000, 'o'));
+    EXPECT_EQ(err.text(), std::string(300000, 'e'));
+}
+
+TEST(ForkExeclGetouterr, AStreamWithoutTargetGoesToDevNull) {
+    const ChildRun run = status_in_child([] {
+        given_text out;
+        given_text err;
+        const int first =
+            fork_execl_getouterr(out.target(), nullptr, kShell, "sh", "-c", kBoth, nullptr);
+        const int second =
+            fork_execl_getouterr(nullptr, err.target(), kShell, "sh", "-c", kBoth, nullptr);
+        return exited_with(first, 2) && exited_with(second, 2) && out.text() == "out\n" &&
+                       err.text() == "err\n"
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST(ForkExeclGetouterr, AProgramThatCannotBeRunSaysSoInTheErrorsCollected) {
+    given_text out;
+    given_text err;
+    EXPECT_TRUE(exited_with(
+        fork_execl_getouterr(out.target(), err.target(), "/no/such/program", "program", nullptr),
+        255));
+    EXPECT_EQ(out.text(), "");
+    EXPECT_EQ(err.text(),
+              "fork_execv: execv(\"/no/such/program\") failed: No such file or directory\n");
+}
+
+TEST(ForkExeclGetouterr, NoMemoryForTheArgumentsIsReported) {
+    const ChildRun run = status_in_child([] {
+        const FailingAllocation memory(1);
+        return fork_execl_getouterr(nullptr, nullptr, kShell, "sh", nullptr) == -1 &&
+                       errno == ENOMEM
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string("malloc() failed: Cannot allocate memory") + kNoMemory);
+}
+
+int getouterr_of_shell(char** out) {
+    given_text err;
+    const int result = fork_execl_getouterr(out, err.target(), kShell, "sh", "-c",
+                                            "head -c 300000 /dev/zero", nullptr);
+    return err.given() ? 0 : result;
+}
+
+TEST(ForkExecvGetouterr, AFailedPipeIsReported) {
+    const ChildRun run = status_in_child([] {
+        return fails_cleanly(EMFILE,
+                             [](char** out) {
+                                 const no_more_descriptors limit;
+                                 return getouterr_of_shell(out);
+                             })
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "fork_execv_getouterr: pipe() failed\nSystem error 24: Too many open files\n");
+}
+
+TEST(ForkExecvGetouterr, AFailedFcntlIsReported) {
+    const ChildRun run = status_in_child([] {
+        fail_system_call(SYS_fcntl, EINVAL);
+        return fails_cleanly(EINVAL, getouterr_of_shell) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(
+        run.err,
+        "fork_execv_getouterr: fcntl(O_NONBLOCK) failed\nSystem error 22: Invalid argument\n");
+}
+
+TEST(ForkExecvGetouterr, AFailedForkIsReported) {
+    const ChildRun run = status_in_child([] {
+        fail_fork(EAGAIN);
+        return fails_cleanly(EAGAIN, getouterr_of_shell) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string("fork_execv_pipes: fork() failed") + kAgain);
+}
+
+TEST(ForkExecvGetouterr, NoMemoryForTheOutputIsReportedAndTheChildWaitedFor) {
+    const ChildRun run = status_in_child([] {
+        const FailingAllocation memory(3);
+        return fails_cleanly(ENOMEM, getouterr_of_shell) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.err.find(std::string("Cannot allocate memory") + kNoMemory), std::string::npos);
+}
+
+TEST(ForkExecvGetouterr, SignalsDoNotEndTheCollecting) {
+    const ChildRun run = status_in_child([] {
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGALRM, &action, nullptr);  // without SA_RESTART
+        const itimerval often = {{0, 20000}, {0, 20000}};
+        setitimer(ITIMER_REAL, &often, nullptr);
+        given_text out;
+        const int status =
+            fork_execl_getout(out.target(), kShell, "sh", "-c", "sleep 0.2; echo late", nullptr);
+        return status == 0 && out.text() == "late\n" ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST(ForkExecvGetouterr, AFailedWaitGivesMinusOneAndNoText) {
+    const ChildRun run = status_in_child([] {
+        signal(SIGCHLD, SIG_IGN);
+        return fails_cleanly(ECHILD, getouterr_of_shell) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST(ForkExeclGetout, CollectsStandardOutputAlone) {
+    const ChildRun run = status_in_child([] {
+        given_text out;
+        return exited_with(fork_execl_getout(out.target(), kShell, "sh", "-c", kBoth, nullptr),
+                           2) &&
+                       out.text() == "out\n"
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "err\n");
+}
+
+TEST(ForkExeclGetout, NoMemoryForTheArgumentsIsReported) {
+    const ChildRun run = status_in_child([] {
+        const FailingAllocation memory(1);
+        return fork_execl_getout(nullptr, kShell, "sh", nullptr) == -1 && errno == ENOMEM ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, std::string("malloc() failed: Cannot allocate memory") + kNoMemory);
+}
+
+TEST(ForkExecvGetout, AFailedPipeIsReportedInTheWordsOfGetouterr) {
+    const ChildRun run = status_in_child([] {
+        const no_more_descriptors limit;
+        given_text out;
+        return fork_execl_getout(out.target(), kShell, "sh", nullptr) == -1 && errno == EMFILE ? 0
+                                                                                               : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "fork_execv_getouterr: pipe() failed\nSystem error 24: Too many open files\n");
+}
+
+}  // namespace

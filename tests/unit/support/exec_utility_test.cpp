@@ -1,0 +1,117 @@
+#include "support/exec_utility.h"
+
+#include <sys/wait.h>
+
+#include <array>
+#include <cerrno>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/conf.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
+#include "tests/unit/support/failing_calls.h"
+#include "tests/unit/support/process_state.h"
+
+namespace {
+
+using testing_support::exited_with;
+
+TEST(ForkExeclLog, ASuccessIsNotReported) {
+    const ChildRun run = status_in_child(
+        [] { return fork_execl_log("/bin/sh", "sh", "-c", "echo out; echo err >&2", nullptr); });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST(ForkExeclLog, AFailureIsReportedWithTheOutput) {
+    const ChildRun run = status_in_child([] {
+        errno = EIO;
+        return WEXITSTATUS(
+            fork_execl_log("/bin/sh", "sh", "-c", "echo err >&2; echo out; exit 3", nullptr));
+    });
+    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.err, "/bin/sh execution failed:\nout\nerr\n");
+    EXPECT_EQ(run.out, run.err);
+}
+
+TEST(ForkExeclLog, AFailureWithoutOutputIsReported) {
+    const ChildRun run = status_in_child(
+        [] { return WEXITSTATUS(fork_execl_log("/bin/sh", "sh", "-c", "exit 3", nullptr)); });
+    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.err, "/bin/sh execution failed (no output)\n");
+}
+
+TEST(ForkExeclLog, AProgramThatCannotBeRunIsReportedInItsOwnWords) {
+    const ChildRun run = status_in_child(
+        [] { return WEXITSTATUS(fork_execl_log("/no/such/program", "program", nullptr)); });
+    EXPECT_EQ(run.status, 255);
+    EXPECT_EQ(run.err,
+              "/no/such/program execution failed:\n"
+              "fork_execv: execv(\"/no/such/program\") failed: No such file or directory\n");
+}
+
+TEST(ForkExeclLog, AFailedForkIsReported) {
+    const ChildRun run = status_in_child([] {
+        testing_support::fail_fork(EAGAIN);
+        return fork_execl_log("/bin/sh", "sh", nullptr) == -1 && errno == EAGAIN ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "fork_execv_pipes: fork() failed\n"
+              "System error 11: Resource temporarily unavailable\n"
+              "/bin/sh execution failed (no output)\n");
+}
+
+TEST(ForkExeclLog, NoMemoryForTheArgumentsIsReported) {
+    const ChildRun run = status_in_child([] {
+        const FailingAllocation memory(1);
+        return fork_execl_log("/bin/sh", "sh", nullptr) == -1 && errno == ENOMEM ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err,
+              "malloc() failed: Cannot allocate memory\nSystem error 12: Cannot allocate memory\n");
+}
+
+TEST(UtilExec, RunsTheUtilityBelowThePanelsDirectory) {
+    const ChildRun run = status_in_child(
+        [] { return WEXITSTATUS(util_exec("no-such-utility", "utility", "argument", nullptr)); });
+    EXPECT_EQ(run.status, 255);
+    EXPECT_EQ(run.err, std::string("fork_execv: execv(\"") +
+                           tvaConfGetDefaultByIndex(PRODUCT_ROOT_D) +
+                           "/admin/bin/no-such-utility\") failed: No such file or directory\n");
+}
+
+TEST(UtilExecArgs, RefusesANameThatIsNoneOrHasAPath) {
+    for (const char* name : {"", ".", "..", "a/b", "/bin/sh", "../sh"}) {
+        const ChildRun run = status_in_child([name] {
+            const std::array<char*, 1> argv = {nullptr};
+            errno = EIO;
+            return util_exec_args(name, argv.data()) == -1 && errno == EINVAL ? 0 : 1;
+        });
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.err, std::string("Utility name '") + name +
+                               "' is invalid. Use only utility name without path.\n");
+        EXPECT_EQ(run.out, run.err);
+    }
+}
+
+TEST(UtilExec, RefusesANullName) {
+    const ChildRun run = status_in_child(
+        [] { return util_exec(nullptr, "sh", nullptr) == -1 && errno == EINVAL ? 0 : 1; });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "Utility name '(null)' is invalid. Use only utility name without path.\n");
+}
+
+TEST(UtilLibexec, RunsTheProgramBelowTheLibraryDirectory) {
+    const ChildRun run = status_in_child(
+        [] { return WEXITSTATUS(util_libexec("some/no-such-program", "program", nullptr)); });
+    EXPECT_EQ(run.status, 255);
+    EXPECT_EQ(run.err,
+              "fork_execv: execv(\"/usr/lib/tolva-9.0/some/no-such-program\") failed: "
+              "No such file or directory\n");
+}
+
+}  // namespace

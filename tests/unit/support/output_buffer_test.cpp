@@ -1,0 +1,156 @@
+#include "support/output_buffer.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "support/c_pointer.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
+
+namespace {
+
+using support::output_buffer;
+using outcome = support::output_buffer::outcome;
+
+// A file with that content, read from its start.
+int file_with(std::string_view content) {
+    const int file = memfd_create("content", MFD_CLOEXEC);
+    EXPECT_EQ(write(file, content.data(), content.size()), static_cast<ssize_t>(content.size()));
+    lseek(file, 0, SEEK_SET);
+    return file;
+}
+
+std::string_view view(const output_buffer& buffer) {
+    return {buffer.text(), buffer.length()};
+}
+
+TEST(OutputBuffer, IsEmptyAtFirst) {
+    output_buffer buffer;
+    EXPECT_STREQ(buffer.text(), "");
+    EXPECT_EQ(buffer.release(), nullptr);
+}
+
+TEST(OutputBuffer, ReadsToTheEndWhateverTheSize) {
+    for (const std::size_t size : {0U, 1U, 4094U, 4095U, 4096U, 8191U, 8192U, 100000U}) {
+        const std::string content(size, 'x');
+        const int file = file_with(content);
+        output_buffer buffer;
+        EXPECT_EQ(buffer.read_from(file), outcome::ended);
+        EXPECT_EQ(view(buffer), content);
+        EXPECT_EQ(buffer.text()[size], '\0');
+        close(file);
+    }
+}
+
+TEST(OutputBuffer, KeepsZeroBytes) {
+    const std::string content("a\0b\0", 4);
+    const int file = file_with(content);
+    output_buffer buffer;
+    EXPECT_EQ(buffer.read_from(file), outcome::ended);
+    EXPECT_EQ(view(buffer), content);
+    close(file);
+}
+
+TEST(OutputBuffer, GoesOnWithWhatItHandedOver) {
+    for (const std::size_t size : {0U, 5U, 4095U, 4096U, 8191U}) {
+        const std::string begin(size, 'a');
+        const int first = file_with(begin);
+        output_buffer buffer;
+        EXPECT_EQ(buffer.read_from(first), outcome::ended);
+        close(first);
+
+        const std::string end(5000, 'b');
+        const int second = file_with(end);
+        const std::size_t length = buffer.length();
+        output_buffer further(buffer.release(), length);
+        EXPECT_EQ(further.read_from(second), outcome::ended);
+        EXPECT_EQ(view(further), begin + end);
+        close(second);
+    }
+}
+
+TEST(OutputBuffer, ADescriptorWithoutMoreForNowIsPending) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    output_buffer buffer;
+    EXPECT_EQ(buffer.read_from(ends[0]), outcome::pending);
+    ASSERT_EQ(write(ends[1], "text", 4), 4);
+    EXPECT_EQ(buffer.read_from(ends[0]), outcome::pending);
+    EXPECT_EQ(view(buffer), "text");
+    close(ends[1]);
+    EXPECT_EQ(buffer.read_from(ends[0]), outcome::ended);
+    EXPECT_EQ(view(buffer), "text");
+    close(ends[0]);
+}
+
+TEST(OutputBuffer, AFailedReadLeavesErrno) {
+    output_buffer buffer;
+    EXPECT_EQ(buffer.read_from(-1), outcome::failed);
+    EXPECT_EQ(errno, EBADF);
+}
+
+TEST(OutputBuffer, NoMemoryKeepsWhatWasRead) {
+    const std::string content(10000, 'x');
+    const int file = file_with(content);
+    output_buffer buffer;
+    {
+        const FailingAllocation memory(2);
+        EXPECT_EQ(buffer.read_from(file), outcome::no_memory);
+        EXPECT_EQ(errno, ENOMEM);
+    }
+    EXPECT_EQ(view(buffer), std::string(4095, 'x'));
+    EXPECT_EQ(buffer.read_from(file), outcome::ended);
+    EXPECT_EQ(view(buffer), content);
+    close(file);
+}
+
+TEST(OutputBuffer, NoMemoryAtAllIsReportedByReserve) {
+    const FailingAllocation memory(1);
+    output_buffer buffer;
+    EXPECT_FALSE(buffer.reserve());
+    EXPECT_TRUE(buffer.reserve());
+    EXPECT_STREQ(buffer.text(), "");
+}
+
+TEST(OutputBuffer, DrainingReadsToTheEnd) {
+    const int file = file_with(std::string(10000, 'x'));
+    output_buffer::drain(file);
+    EXPECT_EQ(lseek(file, 0, SEEK_CUR), 10000);
+    close(file);
+}
+
+TEST(OutputBuffer, SignalsDoNotEndReading) {
+    const ChildRun run = status_in_child([] {
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGALRM, &action, nullptr);  // without SA_RESTART
+        std::array<int, 2> ends{};
+        if (pipe(ends.data()) != 0) {
+            return 2;
+        }
+        const pid_t writer = fork();
+        if (writer == 0) {
+            usleep(200000);
+            _exit(write(ends[1], "late", 4) == 4 ? 0 : 1);
+        }
+        close(ends[1]);
+        const itimerval often = {{0, 20000}, {0, 20000}};
+        setitimer(ITIMER_REAL, &often, nullptr);
+        output_buffer buffer;
+        return buffer.read_from(ends[0]) == outcome::ended && view(buffer) == "late" ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
+}  // namespace

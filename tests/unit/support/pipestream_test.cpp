@@ -1,0 +1,261 @@
+#include "support/pipestream.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <type_traits>
+
+#include <gtest/gtest.h>
+
+#include "support/exec.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/process_state.h"
+
+namespace {
+
+using testing_support::exited_with;
+using testing_support::open_descriptors;
+
+using popen_stream = basic_handlestream<PipeCloseStrategy, OutputStreamStrategy>;
+
+static_assert(std::is_base_of_v<std::ostream, ofd_pipestream>);
+static_assert(std::is_base_of_v<OutputStreamStrategy, ofd_pipestream>);
+static_assert(!std::is_convertible_v<ofd_pipestream*, OutputStreamStrategy*>);
+static_assert(sizeof(ofd_pipestream) == sizeof(popen_stream));
+
+struct pipe_ends {
+    pipe_ends() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        read_end = ends[0];
+        write_end = ends[1];
+    }
+    int read_end = -1;
+    int write_end = -1;
+};
+
+std::string content_of(int file) {
+    std::array<char, 100> content{};
+    const ssize_t size = pread(file, content.data(), content.size(), 0);
+    return {content.data(), static_cast<size_t>(size)};
+}
+
+// What the pipe holds until its last write end is closed; closes the read end.
+std::string read_all(int read_end) {
+    std::string text;
+    std::array<char, 4096> piece{};
+    ssize_t count = 0;
+    while ((count = read(read_end, piece.data(), piece.size())) > 0) {
+        text.append(piece.data(), static_cast<size_t>(count));
+    }
+    close(read_end);
+    return text;
+}
+
+TEST(OfdPipestream, WritesWhatIsInserted) {
+    const pipe_ends ends;
+    {
+        ofd_pipestream stream(ends.write_end);
+        EXPECT_TRUE(stream.good());
+        stream << "From: " << 12 << '\n' << std::string("a\0b", 3);
+    }
+    EXPECT_EQ(read_all(ends.read_end), std::string("From: 12\na\0b", 12));
+}
+
+TEST(OfdPipestream, ItsDestructionGivesTheReaderEndOfFile) {
+    const pipe_ends ends;
+    const long before = open_descriptors();
+    { const ofd_pipestream stream(ends.write_end); }
+    EXPECT_EQ(open_descriptors(), before - 1);
+    EXPECT_EQ(read_all(ends.read_end), "");
+}
+
+TEST(OfdPipestream, WritesABufferOf8192BytesAtATime) {
+    const pipe_ends ends;
+    int held = 0;
+    {
+        ofd_pipestream stream(ends.write_end);
+        for (int i = 0; i < 8191; ++i) {
+            stream.put('x');
+        }
+        EXPECT_EQ(ioctl(ends.read_end, FIONREAD, &held), 0);
+        EXPECT_EQ(held, 0);
+        stream << "yz";
+        EXPECT_EQ(ioctl(ends.read_end, FIONREAD, &held), 0);
+        EXPECT_GE(held, 8191);
+    }
+    EXPECT_EQ(read_all(ends.read_end), std::string(8191, 'x') + "yz");
+}
+
+TEST(OfdPipestream, LosesNothingOfOutputLargerThanItsBuffer) {
+    const pipe_ends ends;
+    std::string written;
+    for (int i = 0; i < 50000; ++i) {
+        written += std::to_string(i) + "\n";
+    }
+    std::thread writer([&] {
+        ofd_pipestream stream(ends.write_end);
+        for (int i = 0; i < 50000; ++i) {
+            stream << i << '\n';
+        }
+    });
+    const std::string text = read_all(ends.read_end);
+    writer.join();
+    EXPECT_EQ(text, written);
+}
+
+TEST(OfdPipestream, FeedsAProgramThatIsWaitedFor) {
+    const pipe_ends in;
+    const pipe_ends out;
+    const pid_t pid =
+        fork_execl_pipes(in.read_end, out.write_end, 2, "/usr/bin/wc", "wc", "-c", nullptr);
+    close(in.read_end);
+    close(out.write_end);
+    {
+        ofd_pipestream stream(in.write_end);
+        stream << std::string(100000, 'x');
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(pid, &status, WUNTRACED), pid);
+    EXPECT_TRUE(exited_with(status, 0));
+    EXPECT_EQ(read_all(out.read_end), "100000\n");
+}
+
+TEST(OfdPipestream, OverABareDescriptorDoesNotWaitForAProcess) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        _exit(3);
+    }
+    const pipe_ends ends;
+    { const ofd_pipestream stream(ends.write_end); }
+    close(ends.read_end);
+    int status = -1;
+    EXPECT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(exited_with(status, 3));
+}
+
+TEST(OfdPipestream, CannotBeUsedOverADescriptorThatIsNotOpen) {
+    ofd_pipestream stream(-1);
+    EXPECT_TRUE(stream.bad());
+    stream << "lost";
+    EXPECT_TRUE(stream.fail());
+}
+
+TEST(OfdPipestream, ClosesADescriptorThatItCannotUse) {
+    const pipe_ends ends;
+    const long before = open_descriptors();
+    {
+        const ofd_pipestream stream(ends.read_end);
+        EXPECT_TRUE(stream.bad());
+    }
+    EXPECT_EQ(open_descriptors(), before - 1);
+    close(ends.write_end);
+}
+
+TEST(OfdPipestream, AReaderThatHasGoneShowsInTheStreamWhereSigpipeIsIgnored) {
+    const ChildRun run = status_in_child([] {
+        signal(SIGPIPE, SIG_IGN);
+        const pipe_ends ends;
+        close(ends.read_end);
+        ofd_pipestream stream(ends.write_end);
+        stream << "text" << std::flush;
+        return stream.bad() ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
+    const ChildRun run = status_in_child([] {
+        signal(SIGPIPE, SIG_IGN);
+        const pipe_ends ends;
+        close(ends.read_end);
+        const long before = open_descriptors();
+        {
+            ofd_pipestream stream(ends.write_end);
+            stream << "text";
+        }
+        return open_descriptors() == before - 1 ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST(Handlestream, OverAPopenStreamSendsAllAndWaits) {
+    const ChildRun run = status_in_child([] {
+        const long before = open_descriptors();
+        {
+            popen_stream stream(popen("sleep 0.1; cat; echo end", "w"));
+            stream << "first\n" << std::string(20000, 'x') << "\nlast\n";
+        }
+        return testing_support::has_children() || open_descriptors() != before ? 1 : 0;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "first\n" + std::string(20000, 'x') + "\nlast\nend\n");
+}
+
+TEST(Handlestream, KeepsTheOrderWithWhatTheStdioStreamHadBefore) {
+    const ChildRun run = status_in_child([] {
+        FILE* process = popen("cat", "w");
+        std::fputs("before ", process);
+        popen_stream stream(process);
+        stream << "after\n";
+        return 0;
+    });
+    EXPECT_EQ(run.out, "before after\n");
+}
+
+TEST(Handlestream, SurvivesAProcessThatEndsWithoutReading) {
+    const ChildRun run = status_in_child([] {
+        signal(SIGPIPE, SIG_IGN);
+        FILE* process = popen("exit 0", "w");
+        siginfo_t ended{};
+        waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT);
+        {
+            popen_stream stream(process);
+            stream << "nobody reads this";
+        }
+        return testing_support::has_children() ? 1 : 0;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST(Handlestream, OverNoStdioStreamCannotBeUsed) {
+    popen_stream stream(static_cast<FILE*>(nullptr));
+    EXPECT_TRUE(stream.bad());
+    stream << "lost";
+    EXPECT_TRUE(stream.fail());
+}
+
+struct recording_close {
+    static inline int closed = 0;
+    static void close(FILE* handle) noexcept {
+        ++closed;
+        std::fclose(handle);
+    }
+};
+
+TEST(Handlestream, ClosesAHandleByItsStrategyAndADescriptorWithoutIt) {
+    const pipe_ends ends;
+    { const basic_handlestream<recording_close, OutputStreamStrategy> stream(ends.write_end); }
+    EXPECT_EQ(recording_close::closed, 0);
+    EXPECT_EQ(read_all(ends.read_end), "");
+
+    std::FILE* file = std::tmpfile();
+    const int kept = dup(fileno(file));
+    {
+        basic_handlestream<recording_close, OutputStreamStrategy> stream(file);
+        stream << "text";
+    }
+    EXPECT_EQ(recording_close::closed, 1);
+    EXPECT_EQ(content_of(kept), "text");
+    close(kept);
+}
+
+}  // namespace
