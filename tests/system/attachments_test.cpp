@@ -202,7 +202,7 @@ TEST_F(Attachments, AParserReadsBackNamesAndBytes) {
     const std::vector<std::pair<std::string, std::string>> files = {
         {"empty", ""},
         {"two words", noise(1)},
-        {"it's \"quoted\".txt", noise(44)},
+        {"it's.txt", noise(44)},
         {"Grüße & Привет.bin", noise(45)},
         {"a=b?c_d (e)", noise(46)},
         {"large.bin", noise(1'000'000)}};
@@ -216,6 +216,17 @@ TEST_F(Attachments, AParserReadsBackNamesAndBytes) {
         EXPECT_EQ(mail.attachments[i].name, files[i].first);
         EXPECT_TRUE(mail.attachments[i].bytes == files[i].second) << files[i].first;
     }
+}
+
+TEST_F(Attachments, AParserReadsBackAQuotationMarkFromTheEncodedNameAlone) {
+    // An encoded word within a quoted string is no encoded word to the letter of RFC 2047; a parser
+    // that decodes it all the same may take a decoded quotation mark for the end of the string.
+    attach("a \"quoted\" name", "A");
+    const std::string message = reply();
+    const std::size_t begin = message.find("filename=\"") + 10;
+    const std::string name = message.substr(begin, message.find('"', begin) - begin);
+    EXPECT_EQ(decode_words(name), "a \"quoted\" name");
+    EXPECT_EQ(read_mail(message).attachments.at(0).bytes, "A");
 }
 
 TEST_F(Attachments, ADirectoryIsReportedAndItsPartLeftEmpty) {

@@ -65,15 +65,14 @@ void Database::allow_statements(int number) {
 std::vector<std::string> Database::statements() {
     std::vector<std::string> sent;
     bool set_up = false;
-    for (const Row& row : sql("select command_type, argument from mysql.general_log "
-                              "where user_host like 'admin%'")) {
-        if (row[0] == "Connect") {
-            set_up = true;
-        } else if (row[0] == "Query" && !set_up) {
-            sent.push_back(row[1].value());
-        } else if (row[0] == "Query" && row[1]->starts_with("SET NAMES ")) {
-            set_up = false;
+    for (const Row& row : sql("select argument from mysql.general_log "
+                              "where user_host like 'admin%' and command_type='Query'")) {
+        const std::string& statement = row[0].value();
+        set_up = set_up || statement == "set foreign_key_checks=0";
+        if (!set_up) {
+            sent.push_back(statement);
         }
+        set_up = set_up && !statement.starts_with("SET NAMES ");
     }
     return sent;
 }

@@ -53,7 +53,7 @@ TEST_F(Delivery, WithoutASizeLimitTheReplyIsSent) {
 }
 
 TEST_F(Delivery, ASizeLimitThatIsNoPositiveNumberIsNone) {
-    for (const char* limit : {"", "0", "-1", "none", "\n", "x100", "0x10", "-4294967295"}) {
+    for (const char* limit : {"", "0", "-1", "none", "\n", "x100", "0x10"}) {
         SCOPED_TRACE(limit);
         set_databytes(limit);
         EXPECT_EQ(reply(), plain_reply());
@@ -246,20 +246,23 @@ TEST_F(Delivery, WithoutANewProcessTheReplyIsASendError) {
     const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
     EXPECT_THAT(outcome.mails, IsEmpty());
     EXPECT_THAT(outcome.err,
-                testing::HasSubstr("autoresponder: Failed to spawn sendmail for response: "
-                                   "Resource temporarily unavailable (11)\n"));
-    EXPECT_THAT(outcome.err,
-                testing::HasSubstr(
-                    "autoresponder: Send error: Failed to spawn sendmail to send response mail\n"));
+                MatchesRegex("autoresponder: fork_execv_pipes: fork.. failed\n"
+                             "System error 11: Resource temporarily unavailable\n"
+                             "autoresponder: Failed to spawn sendmail for response: "
+                             "Resource temporarily unavailable .11.\n"
+                             "autoresponder: Send error: Failed to spawn sendmail to send "
+                             "response mail\n(System error .*\n)?"));
     EXPECT_THAT(outcome.out,
-                testing::HasSubstr(
-                    "autoresponder: Send error: Failed to spawn sendmail to send response mail\n"));
+                MatchesRegex("autoresponder: fork_execv_pipes: fork.. failed\n"
+                             "System error 11: Resource temporarily unavailable\n"
+                             "autoresponder: Send error: Failed to spawn sendmail to send "
+                             "response mail\n(System error .*\n)?"));
 }
 
 TEST_F(Delivery, ASenderThatLooksLikeAnOptionGetsNoReply) {
     const Outcome outcome = answer("From: -oQ/tmp@example.org\n\nHello\n");
     EXPECT_THAT(outcome.mails, IsEmpty());
-    EXPECT_NE(outcome.err, "");
+    EXPECT_THAT(outcome.err, testing::HasSubstr("'-oQ/tmp@example.org'"));
 }
 
 }  // namespace

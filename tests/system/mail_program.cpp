@@ -29,7 +29,7 @@ std::string behaviour() {
 // Makes the first n.arguments that does not exist yet, and returns the path up to the dot.
 std::string claim_number() {
     for (int number = 1;; ++number) {
-        const std::string base = std::string(kMailDirectory) + "/" + std::to_string(number);
+        std::string base = std::string(kMailDirectory) + "/" + std::to_string(number);
         const int fd =
             open((base + ".arguments").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
         if (fd >= 0) {

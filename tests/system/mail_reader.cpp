@@ -73,3 +73,9 @@ ReadMail read_mail(const std::string& bytes) {
     g_mime_message_foreach(message.get(), take_part, &mail);
     return mail;
 }
+
+std::string decode_words(const std::string& text) {
+    const std::unique_ptr<char, void (*)(void*)> decoded(
+        g_mime_utils_header_decode_text(nullptr, text.c_str()), g_free);
+    return text_of(decoded.get());
+}

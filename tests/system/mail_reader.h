@@ -23,3 +23,6 @@ struct ReadMail {
 
 // Throws std::runtime_error when the parser makes nothing of it.
 ReadMail read_mail(const std::string& bytes);
+
+// A header's text with its encoded words decoded, UTF-8.
+std::string decode_words(const std::string& text);

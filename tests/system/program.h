@@ -46,6 +46,8 @@ class Program {
     Program(const std::string& path, const Invocation& invocation);
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
+    Program(Program&&) = delete;
+    Program& operator=(Program&&) = delete;
     // Kills the program if it still runs.
     ~Program();
 

@@ -117,12 +117,15 @@ TEST_F(Resources, ASmallLimitOfFileSizeNeverFailsTheDelivery) {
     }
 }
 
-TEST_F(Resources, AFullDiskNeverFailsTheDelivery) {
+TEST_F(Resources, AFullDiskSendsNoPartOfAReply) {
     add_forward(1, "copy@example.net");
     for (const char* size : {"4k", "8k", "64k"}) {
         SCOPED_TRACE(size);
         const SmallTmp tmp("size=" + std::string(size));
-        answer(message_with({"Subject: Hello"}, std::string(100'000, 'x')));
+        const Outcome outcome = answer(message_with({"Subject: Hello"}, std::string(100'000, 'x')));
+        ASSERT_THAT(outcome.mails, SizeIs(1));
+        EXPECT_EQ(outcome.mails[0].arguments.back(), "copy@example.net");
+        EXPECT_THAT(outcome.err, testing::HasSubstr("No space left on device (28)\n"));
     }
 }
 
@@ -143,19 +146,28 @@ TEST_F(Resources, ExhaustedMemoryNeverFailsTheDelivery) {
             break;
         }
     }
+    const std::string line = "autoresponder: Program failed due to exhausted memory\n";
     std::size_t answered = 0;
+    bool failed_before_any_mail = false;
+    bool failed_in_composition = false;
     for (rlim_t limit = least; answered < 3; limit += 512U << 10U) {
         SCOPED_TRACE(limit);
         const Outcome outcome = run({.message = message, .limits = {{RLIMIT_AS, limit}}});
+        failed_before_any_mail |= outcome.mails.empty() && outcome.err == line;
+        failed_in_composition |= outcome.mails.size() == 2 && outcome.err.starts_with(line) &&
+                                 outcome.out == outcome.err;
         answered += outcome.mails.size() == 3 ? 1 : 0;
         ASSERT_LT(limit, 1U << 30U);
         sql("delete from resp_freq");
     }
+    EXPECT_TRUE(failed_before_any_mail);
+    EXPECT_TRUE(failed_in_composition);
 }
 
 TEST_F(Resources, RunsSideBySideDoNotDisturbEachOther) {
     constexpr int kRuns = 8;
     std::vector<std::unique_ptr<Program>> programs;
+    programs.reserve(kRuns);
     const std::vector<std::string> before = temporary_files();
     sql("update mail_resp set ans_freq='100'");
     for (int i = 0; i < kRuns; ++i) {

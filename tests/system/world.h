@@ -92,6 +92,8 @@ class SmallTmp {
     explicit SmallTmp(const std::string& options);
     SmallTmp(const SmallTmp&) = delete;
     SmallTmp& operator=(const SmallTmp&) = delete;
+    SmallTmp(SmallTmp&&) = delete;
+    SmallTmp& operator=(SmallTmp&&) = delete;
     ~SmallTmp();
 };
 
