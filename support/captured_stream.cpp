@@ -11,7 +11,7 @@
 
 #include "support/log.h"
 
-namespace support {
+namespace tolva {
 
 namespace {
 
@@ -117,4 +117,4 @@ int run_captured(const child::streams& wanted, std::initializer_list<captured_st
     return status;
 }
 
-}  // namespace support
+}  // namespace tolva

@@ -6,7 +6,7 @@
 #include "support/descriptor.h"
 #include "support/output_buffer.h"
 
-namespace support {
+namespace tolva {
 
 // A stream of a child that is collected through a pipe. The pipe's read end does not block, so that
 // several can be read in turn.
@@ -50,4 +50,4 @@ output_buffer::outcome read_and_report(output_buffer& buffer, int fd);
 int run_captured(const child::streams& wanted, std::initializer_list<captured_stream*> captured,
                  const char* path, char* const argv[]);
 
-}  // namespace support
+}  // namespace tolva

@@ -14,7 +14,7 @@
 
 #include "support/log.h"
 
-namespace support::child {
+namespace tolva::child {
 
 namespace {
 
@@ -203,4 +203,4 @@ void report_failed_fork(int status) {
     messlog2(status, 0, "fork_execv_pipes: fork() failed");
 }
 
-}  // namespace support::child
+}  // namespace tolva::child

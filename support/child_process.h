@@ -8,7 +8,7 @@
 #include "support/c_pointer.h"
 
 // What the functions of the exec family share: the way from fork(2) to execv(2), and the wait.
-namespace support::child {
+namespace tolva::child {
 
 // Where the child's standard streams come from. The number of the stream itself means that the
 // child inherits it, -1 means /dev/null, any other value is a descriptor of the caller, which is
@@ -69,4 +69,4 @@ int with_arguments(va_list arguments, int status, Run run) {
 // Reports "fork_execv_pipes: fork() failed" through messlog2, which keeps errno.
 void report_failed_fork(int status);
 
-}  // namespace support::child
+}  // namespace tolva::child

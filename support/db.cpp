@@ -12,7 +12,7 @@
 #include "support/db_session.h"
 #include "support/log.h"
 
-using support::db::connection_handle;
+using tolva::db::connection_handle;
 
 namespace {
 
@@ -130,7 +130,7 @@ MYSQL* tolva_db_connect_ex(char* err, size_t size) {
         return nullptr;
     }
     bool utf8_mode = false;
-    if (support::db::set_up_session(connection, utf8_mode, err, size)) {
+    if (tolva::db::set_up_session(connection, utf8_mode, err, size)) {
         mysql41_compatible = utf8_mode ? 1 : 0;
     }
     return connection;

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace support::db {
+namespace tolva::db {
 
 struct connection_deleter {
     void operator()(MYSQL* connection) const { mysql_close(connection); }
@@ -17,4 +17,4 @@ struct result_deleter {
 using connection_handle = std::unique_ptr<MYSQL, connection_deleter>;
 using result_handle = std::unique_ptr<MYSQL_RES, result_deleter>;
 
-}  // namespace support::db
+}  // namespace tolva::db

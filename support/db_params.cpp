@@ -14,8 +14,8 @@
 #include "support/db_handle.h"
 #include "support/log.h"
 
-using support::db::connection_handle;
-using support::db::result_handle;
+using tolva::db::connection_handle;
+using tolva::db::result_handle;
 
 namespace {
 
@@ -44,7 +44,7 @@ const char* reason_of(MYSQL* connection) {
 
 // Adds the value as a string literal of SQL; false with errno ENOMEM.
 bool append_value(std::string& statement, MYSQL* connection, const char* value) {
-    const support::CPointer<char> escaped(escape_mysql_param(connection, value));
+    const tolva::CPointer<char> escaped(escape_mysql_param(connection, value));
     if (escaped == nullptr) {
         return false;
     }

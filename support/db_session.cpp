@@ -6,7 +6,7 @@
 
 #include "support/db_handle.h"
 
-namespace support::db {
+namespace tolva::db {
 
 namespace {
 
@@ -76,4 +76,4 @@ bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) 
     return true;
 }
 
-}  // namespace support::db
+}  // namespace tolva::db

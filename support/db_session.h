@@ -6,7 +6,7 @@
 #include <string_view>
 
 // The settings of a session, as part of opening a connection (db.h).
-namespace support::db {
+namespace tolva::db {
 
 // Whether a server of that version knows character sets of sessions: all but "3." and "4.0.".
 bool has_session_charset(std::string_view version);
@@ -26,4 +26,4 @@ bool is_utf8_wanted(const char* setting);
 // err when a step fails.
 bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size);
 
-}  // namespace support::db
+}  // namespace tolva::db

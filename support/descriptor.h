@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace support {
+namespace tolva {
 
 // The one owner of a descriptor; -1 is none.
 class descriptor {
@@ -29,4 +29,4 @@ class descriptor {
     int number_;
 };
 
-}  // namespace support
+}  // namespace tolva

@@ -4,7 +4,7 @@
 
 #include "support/child_process.h"
 
-namespace child = support::child;
+namespace child = tolva::child;
 
 int fork_execv_pipes(int fd_in, int fd_out, int fd_err, const char* path, char* const argv[]) {
     const pid_t pid = child::start({fd_in, fd_out, fd_err}, path, argv);

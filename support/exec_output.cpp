@@ -17,10 +17,10 @@
 #include "support/log.h"
 #include "support/output_buffer.h"
 
-namespace child = support::child;
-using support::captured_stream;
-using support::descriptor;
-using support::output_buffer;
+namespace child = tolva::child;
+using tolva::captured_stream;
+using tolva::descriptor;
+using tolva::output_buffer;
 
 namespace {
 
@@ -112,7 +112,7 @@ int popen_exec_getoutput(char** output, const char* command) {
 int popen_exec(const char* command) {
     char* collected = nullptr;
     const int status = popen_exec_getoutput(&collected, command);
-    const support::CPointer<char> output(collected);
+    const tolva::CPointer<char> output(collected);
     if (status == -1) {
         messlog2(0, 0, "popen_exec: failed to execute command: %s\n", command);
     } else if (status != 0) {
@@ -135,7 +135,7 @@ int fork_execv_getoutput(char** output, const char* path, ...) {
 
 int read_to_buf(int fd, char** buf, size_t* length) {
     output_buffer buffer(*buf, *length);
-    const output_buffer::outcome outcome = support::read_and_report(buffer, fd);
+    const output_buffer::outcome outcome = tolva::read_and_report(buffer, fd);
     *length = buffer.length();
     *buf = buffer.release();
     switch (outcome) {
@@ -154,8 +154,8 @@ int fork_execv_getouterr(char** out, char** err, const char* path, char* const a
     if (!output.open() || !errors.open()) {
         return -1;
     }
-    return support::run_captured({0, output.child_end(), errors.child_end()}, {&output, &errors},
-                                 path, argv);
+    return tolva::run_captured({0, output.child_end(), errors.child_end()}, {&output, &errors},
+                               path, argv);
 }
 
 int fork_execl_getouterr(char** out, char** err, const char* path, ...) {
@@ -172,7 +172,7 @@ int fork_execv_getout(char** out, const char* path, char* const argv[]) {
     if (!output.open()) {
         return -1;
     }
-    return support::run_captured({0, output.child_end(), 2}, {&output}, path, argv);
+    return tolva::run_captured({0, output.child_end(), 2}, {&output}, path, argv);
 }
 
 int fork_execl_getout(char** out, const char* path, ...) {

@@ -9,7 +9,7 @@
 #include "support/child_process.h"
 #include "support/log.h"
 
-namespace child = support::child;
+namespace child = tolva::child;
 
 namespace {
 

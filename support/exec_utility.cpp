@@ -12,7 +12,7 @@
 #include "support/exec_run.h"
 #include "support/log.h"
 
-namespace child = support::child;
+namespace child = tolva::child;
 
 namespace {
 
@@ -27,8 +27,8 @@ int fork_execv_log(const char* path, char* const argv[]) {
     char* collected_errors = nullptr;
     const int status = fork_execv_getouterr(&collected_output, &collected_errors, path, argv);
     const int error = errno;
-    const support::CPointer<char> output(collected_output);
-    const support::CPointer<char> errors(collected_errors);
+    const tolva::CPointer<char> output(collected_output);
+    const tolva::CPointer<char> errors(collected_errors);
     if (status == 0) {
         return 0;
     }

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-namespace support {
+namespace tolva {
 
 namespace {
 
@@ -72,4 +72,4 @@ void output_buffer::drain(int descriptor) {
     }
 }
 
-}  // namespace support
+}  // namespace tolva

@@ -4,7 +4,7 @@
 
 #include "support/c_pointer.h"
 
-namespace support {
+namespace tolva {
 
 // Text that is read from a descriptor: any bytes, with a NUL behind them.
 class output_buffer {
@@ -38,4 +38,4 @@ class output_buffer {
     std::size_t capacity_ = 0;
 };
 
-}  // namespace support
+}  // namespace tolva

@@ -44,21 +44,25 @@ std::string trim_right(const std::string& text, const std::string& what) {
     return text.substr(0, text.find_last_not_of(what) + 1);
 }
 
-// A token is its text; what it is shows in its first character, except that an atom is any text that
-// starts with no special. `behind` is the character that follows it, or a space.
+// A token is its text; what it is shows in its first character, except that an atom is any text
+// that starts with no special. `behind` is the character that follows it, or a space.
 struct Token {
     std::string text;
     char behind = ' ';
     std::size_t begin = 0;
 };
 
-bool is_gap(char c) { return c >= 0 && c <= ' ' && c != 0x10; }
+bool is_gap(char c) {
+    return c >= 0 && c <= ' ' && c != 0x10;
+}
 
 bool is_atom(const Token& token, const std::string& specials) {
     return specials.find(token.text[0]) == std::string::npos;
 }
 
-bool is_quoted(const Token& token) { return token.text[0] == '"'; }
+bool is_quoted(const Token& token) {
+    return token.text[0] == '"';
+}
 
 std::vector<Token> tokens_of(const std::string& text, const std::string& specials) {
     std::vector<Token> tokens;
@@ -95,8 +99,7 @@ std::vector<Token> tokens_of(const std::string& text, const std::string& special
         } else {
             ++i;
         }
-        tokens.push_back(
-            {text.substr(begin, i - begin), i < text.size() ? text[i] : ' ', begin});
+        tokens.push_back({text.substr(begin, i - begin), i < text.size() ? text[i] : ' ', begin});
     }
     return tokens;
 }
@@ -464,7 +467,8 @@ Reading read_message(const std::string& text) {
     } else if (lower(type.type) == "multipart") {
         reading.kind = "multipart-none";
         unsigned number = 0;
-        for (const std::string& text_of_part : parts(message.body, parameter(type, "boundary", ""))) {
+        for (const std::string& text_of_part :
+             parts(message.body, parameter(type, "boundary", ""))) {
             const Entity part = entity(text_of_part);
             const std::string* part_type = field(part, "content-type");
             if (part_type != nullptr && lower(media_type(*part_type).type) == "text") {

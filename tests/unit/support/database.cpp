@@ -101,7 +101,7 @@ std::string query(MYSQL* connection, const std::string& statement) {
     if (mysql_query(connection, statement.c_str()) != 0) {
         return mysql_error(connection);
     }
-    const support::db::result_handle result(mysql_store_result(connection));
+    const tolva::db::result_handle result(mysql_store_result(connection));
     MYSQL_ROW row = mysql_fetch_row(result.get());
     if (row == nullptr) {
         return "(none)";

@@ -11,7 +11,7 @@
 // The database of the private world, as its administrator sees it.
 namespace testing_support {
 
-using connection_handle = support::db::connection_handle;
+using connection_handle = tolva::db::connection_handle;
 
 // A connection of the server's root user, who has no password.
 connection_handle connect_as_root();

@@ -18,12 +18,12 @@
 
 namespace {
 
-using support::db::connection_handle;
 using testing_support::execute_as_root;
 using testing_support::open_descriptors;
 using testing_support::password_file;
 using testing_support::query_as_root;
 using testing_support::status_beside_world;
+using tolva::db::connection_handle;
 
 constexpr char kRefused[] =
     "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' (using "
@@ -157,7 +157,7 @@ TEST_F(GetParam, AQueryWithoutAResultGivesEmptyText) {
 }
 
 std::string escape(MYSQL* connection, const char* text) {
-    const support::CPointer<char> escaped(escape_mysql_param(connection, text));
+    const tolva::CPointer<char> escaped(escape_mysql_param(connection, text));
     return escaped != nullptr ? escaped.get() : "(null)";
 }
 

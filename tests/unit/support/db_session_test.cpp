@@ -9,9 +9,9 @@
 
 namespace {
 
-using support::db::compatibility_setting;
-using support::db::has_session_charset;
-using support::db::is_utf8_wanted;
+using tolva::db::compatibility_setting;
+using tolva::db::has_session_charset;
+using tolva::db::is_utf8_wanted;
 
 TEST(DbSession, ServersBefore41HaveNoCharsetOfTheSession) {
     EXPECT_FALSE(has_session_charset("3.23.58"));
@@ -55,7 +55,7 @@ class one_result {
 
   private:
     testing_support::connection_handle connection_;
-    support::db::result_handle result_;
+    tolva::db::result_handle result_;
     MYSQL_ROW row_;
 };
 

@@ -20,7 +20,6 @@
 
 namespace {
 
-using support::db::connection_handle;
 using testing_support::admin_password;
 using testing_support::fail_library;
 using testing_support::library_failure;
@@ -28,6 +27,7 @@ using testing_support::open_descriptors;
 using testing_support::password_file;
 using testing_support::query;
 using testing_support::status_beside_world;
+using tolva::db::connection_handle;
 
 using DbConnect = World;
 using DbSessionSetUp = World;

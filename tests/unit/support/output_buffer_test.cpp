@@ -20,8 +20,8 @@
 
 namespace {
 
-using support::output_buffer;
-using outcome = support::output_buffer::outcome;
+using tolva::output_buffer;
+using outcome = tolva::output_buffer::outcome;
 
 // A file with that content, read from its start.
 int file_with(std::string_view content) {
