@@ -1,10 +1,9 @@
 #include "support/db.h"
 
-#include <string.h>
-
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <span>
 
@@ -31,6 +30,8 @@ class admin_password {
     admin_password() = default;
     admin_password(const admin_password&) = delete;
     admin_password& operator=(const admin_password&) = delete;
+    admin_password(admin_password&&) = delete;
+    admin_password& operator=(admin_password&&) = delete;
     ~admin_password() { explicit_bzero(text_.data(), text_.size()); }
 
     // False with errno and the reason in err.

@@ -15,7 +15,7 @@
 #define SUPPORT_DB_H
 
 #include <mysql.h>
-#include <stddef.h>
+#include <stddef.h> /* NOLINT(modernize-deprecated-headers): C, too */
 
 #ifdef __cplusplus
 extern "C" {

@@ -1,11 +1,10 @@
 #include "support/db_params.h"
 
-#include <string.h>
-
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <utility>
 

@@ -10,6 +10,8 @@ namespace tolva {
 class descriptor {
   public:
     explicit descriptor(int number = -1) : number_(number) {}
+    descriptor(const descriptor&) = delete;
+    descriptor& operator=(const descriptor&) = delete;
     descriptor(descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
     descriptor& operator=(descriptor&& other) noexcept {
         std::swap(number_, other.number_);

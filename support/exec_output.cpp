@@ -1,15 +1,15 @@
 #include "support/exec_output.h"
 
 #include <fcntl.h>
-#include <stdio.h>
-#include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "support/captured_stream.h"
 #include "support/child_process.h"

@@ -15,7 +15,7 @@
 #ifndef SUPPORT_EXEC_OUTPUT_H
 #define SUPPORT_EXEC_OUTPUT_H
 
-#include <stddef.h>
+#include <stddef.h> /* NOLINT(modernize-deprecated-headers): C, too */
 
 #ifdef __cplusplus
 extern "C" {

@@ -1,10 +1,10 @@
 #include "support/exec_run.h"
 
-#include <string.h>
 #include <sys/wait.h>
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 
 #include "support/child_process.h"
 #include "support/log.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <stdio.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <ostream>
 
 #include <ext/stdio_filebuf.h>
