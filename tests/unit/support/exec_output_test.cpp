@@ -26,7 +26,6 @@ namespace {
 
 using testing_support::exited_with;
 using testing_support::fail_fork;
-using testing_support::fail_system_call;
 using testing_support::has_children;
 using testing_support::no_more_descriptors;
 using testing_support::open_descriptors;
@@ -281,11 +280,10 @@ TEST(ForkExecvGetoutput, AFailedReadIsReported) {
         const int next = dup(0);  // the number that the pipe's read end will have
         close(next);
         testing_support::fail_system_call_with(SYS_read, static_cast<unsigned char>(next), EIO);
-        return fork_execv_getoutput(output.target(), "/no/such/program", "program", nullptr) ==
-                           -1 &&
-                       errno == EIO && !output.given() && !has_children()
-                   ? 0
-                   : 1;
+        const int result =
+            fork_execv_getoutput(output.target(), "/no/such/program", "program", nullptr);
+        const bool failed = result == -1 && errno == EIO && !output.given() && !has_children();
+        return failed && dup(0) == next ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(run.err.find("Cannot read child output:\nInput/output error\nSystem error 5: "
@@ -455,8 +453,11 @@ TEST(ForkExecvGetouterr, AFailedPipeIsReported) {
 
 TEST(ForkExecvGetouterr, AFailedFcntlIsReported) {
     const ChildRun run = status_in_child([] {
-        fail_system_call(SYS_fcntl, EINVAL);
-        return fails_cleanly(EINVAL, getouterr_of_shell) ? 0 : 1;
+        const int next = dup(0);  // the number that the pipe's read end will have
+        close(next);
+        testing_support::fail_system_call_with(SYS_fcntl, static_cast<unsigned char>(next), EINVAL);
+        const bool failed = fails_cleanly(EINVAL, getouterr_of_shell);
+        return failed && dup(0) == next ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(
