@@ -42,24 +42,35 @@ DwHeaders::DwHeaders(DwString text) noexcept : DwMessageComponent(std::move(text
 
 DwHeaders::~DwHeaders() = default;
 
-DwHeaders::Fields& DwHeaders::fields() const {
-    if (fields_) {
-        return *fields_;
+DwHeaders::Fields* DwHeaders::present_fields() const {
+    if (is_indexed_) {
+        return fields_.get();
     }
-    auto fields = std::make_unique<Fields>();
     const mimelib::FieldIndex index = mimelib::index_fields(mimelib::view(text()));
-    const auto set = [&](auto& field, mimelib::KnownField known) {
+    std::unique_ptr<Fields> fields;
+    const auto set = [&](auto field, mimelib::KnownField known) {
         if (index[known]) {
-            field.set(mimelib::slice_of(text(), *index[known]));
+            if (!fields) {
+                fields = std::make_unique<Fields>();
+            }
+            ((*fields).*field).set(mimelib::slice_of(text(), *index[known]));
         }
     };
-    set(fields->reply_to, mimelib::kReplyTo);
-    set(fields->from, mimelib::kFrom);
-    set(fields->subject, mimelib::kSubject);
-    set(fields->date, mimelib::kDate);
-    set(fields->content_type, mimelib::kContentType);
-    set(fields->content_transfer_encoding, mimelib::kContentTransferEncoding);
+    set(&Fields::reply_to, mimelib::kReplyTo);
+    set(&Fields::from, mimelib::kFrom);
+    set(&Fields::subject, mimelib::kSubject);
+    set(&Fields::date, mimelib::kDate);
+    set(&Fields::content_type, mimelib::kContentType);
+    set(&Fields::content_transfer_encoding, mimelib::kContentTransferEncoding);
     fields_ = std::move(fields);
+    is_indexed_ = true;
+    return fields_.get();
+}
+
+DwHeaders::Fields& DwHeaders::fields() const {
+    if (present_fields() == nullptr) {
+        fields_ = std::make_unique<Fields>();
+    }
     return *fields_;
 }
 
@@ -79,7 +90,8 @@ DwBool DwHeaders::HasContentType() const {
     return fields().content_type.present();
 }
 DwBool DwHeaders::HasContentTransferEncoding() const {
-    return fields().content_transfer_encoding.present();
+    const Fields* fields = present_fields();
+    return fields != nullptr && fields->content_transfer_encoding.present();
 }
 
 DwAddressList& DwHeaders::ReplyTo() {
