@@ -1,0 +1,72 @@
+#include <string>
+
+#include <gtest/gtest.h>
+#include <mimelib/codec.h>
+
+#include "tests/unit/mimelib/reading.h"
+
+namespace {
+
+std::string decoded(const std::string& text) {
+    DwString out("left over");
+    DwDecodeBase64(to_dw_string(text), out);
+    return to_string(out);
+}
+
+int result(const std::string& text) {
+    DwString out;
+    return DwDecodeBase64(to_dw_string(text), out);
+}
+
+TEST(Base64, DecodesGroupsOfFour) {
+    EXPECT_EQ(decoded("QUJDREVG"), "ABCDEF");
+    EXPECT_EQ(decoded("AAD/"), std::string("\0\0\xFF", 3));
+    EXPECT_EQ(decoded(""), "");
+}
+
+TEST(Base64, SkipsCharactersOutsideTheAlphabet) {
+    EXPECT_EQ(decoded("Q U\r\nJ!D"), "ABC");
+    EXPECT_EQ(decoded(std::string("QUJD\0RUZH\xE9", 10)), "ABCEFG");
+    EXPECT_EQ(decoded("-_-_-_"), "");
+}
+
+TEST(Base64, PaddingEndsTheText) {
+    EXPECT_EQ(decoded("QQ=="), "A");
+    EXPECT_EQ(decoded("QUI="), "AB");
+    EXPECT_EQ(decoded("QUJDQQ==QUJD"), "ABCA");
+    EXPECT_EQ(decoded("QUJD=RUZH"), "ABC");
+}
+
+TEST(Base64, AGroupWithPaddingInTheWrongPlaceGivesNothing) {
+    EXPECT_EQ(decoded("QUJDQ==="), "ABC");
+    EXPECT_EQ(decoded("QUJDQQ=A"), "ABC");
+    EXPECT_EQ(decoded("QUJD===="), "ABC");
+}
+
+TEST(Base64, ACutGroupGivesNothing) {
+    EXPECT_EQ(decoded("QUJDRE"), "ABC");
+    EXPECT_EQ(decoded("QUJDRUZ"), "ABC");
+    EXPECT_EQ(decoded("QUJDQQ="), "ABC");
+}
+
+TEST(Base64, InputOfOneTwoOrFiveBytesGivesNothing) {
+    EXPECT_EQ(decoded("QUJD\n"), "");
+    EXPECT_EQ(decoded("=QUJD"), "");
+    EXPECT_EQ(decoded("Q"), "");
+    EXPECT_EQ(decoded("QQ"), "");
+    EXPECT_EQ(decoded("QUJD\r\n"), "ABC");
+}
+
+TEST(Base64, TellsMalformedInput) {
+    EXPECT_EQ(result("QUJD\r\nQQ==\r\n"), 0);
+    EXPECT_EQ(result("QUJDQ"), -1);
+    EXPECT_EQ(result("QUJDQQ=A"), -1);
+}
+
+TEST(Base64, OutputMayBeTheInput) {
+    DwString text("QUJD");
+    DwDecodeBase64(text, text);
+    EXPECT_EQ(text, DwString("ABC"));
+}
+
+}  // namespace

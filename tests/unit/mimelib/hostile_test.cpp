@@ -1,0 +1,111 @@
+// Messages that would take minutes, or more stack than there is, if anything took time in
+// proportion to the square of the input or recursed on it.
+
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/unit/mimelib/reading.h"
+
+namespace {
+
+constexpr std::size_t kMillion = 1000 * 1000;
+
+std::string repeated(const std::string& text, std::size_t times) {
+    std::string all;
+    for (std::size_t i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+Reading read(const std::string& text) {
+    return read_message(to_dw_string(text));
+}
+
+const std::string kMultipart = "From: a@b\nContent-Type: multipart/mixed; boundary=";
+
+TEST(Hostile, OneHeaderLineOf64Megabytes) {
+    EXPECT_EQ(read("X: " + std::string(64 * kMillion, 'x') + "\nFrom: a@b\n\n").from, "a@b");
+}
+
+TEST(Hostile, AMillionFields) {
+    EXPECT_EQ(read(repeated("X: y\n", kMillion) + "From: a@b\n\n").from, "a@b");
+}
+
+TEST(Hostile, AMillionAddresses) {
+    EXPECT_EQ(read("From: " + repeated("<>,", kMillion) + "a@b\n\n").from, "a@b");
+    EXPECT_EQ(read("Reply-To: " + repeated("g:;,", kMillion) + "a@b\n\n").from, "a@b");
+    const DwMailboxList list(to_dw_string(repeated("a,", kMillion)));
+    std::size_t count = 0;
+    for (const DwAddress* mailbox = list.FirstMailbox(); mailbox != nullptr;
+         mailbox = mailbox->Next()) {
+        ++count;
+    }
+    EXPECT_EQ(count, kMillion);
+}
+
+TEST(Hostile, ALocalPartOfAMillionWords) {
+    EXPECT_EQ(read("From: " + repeated("a ", kMillion) + "@b\n\n").from,
+              std::string(kMillion, 'a') + "@b");
+}
+
+TEST(Hostile, AMillionParameters) {
+    EXPECT_EQ(
+        read("Content-Type: text/plain" + repeated(";a=b", kMillion) + ";charset=x\n\n").charset,
+        "x");
+}
+
+TEST(Hostile, AMillionParts) {
+    EXPECT_EQ(read(kMultipart + "b\n\n" + repeated("--b\n", kMillion) +
+                   "--b\nContent-Type: text/plain\n\nx\n--b--\n")
+                  .part,
+              kMillion);
+}
+
+TEST(Hostile, ABoundaryTextOfAMegabyte) {
+    const std::string boundary(kMillion, 'b');
+    const std::string near = repeated("--" + boundary + "x\n", 10);
+    EXPECT_EQ(read(kMultipart + boundary + "\n\n" + near + "--" + boundary +
+                   "\nContent-Type: text/plain\n\none\n--" + boundary + "--\n")
+                  .body,
+              "one");
+}
+
+TEST(Hostile, ShortLinesBeforeALongBoundary) {
+    const std::string boundary(kMillion / 2, '-');
+    EXPECT_EQ(read(kMultipart + boundary + "\n\n" + repeated("--\n", kMillion)).kind,
+              "multipart-none");
+}
+
+TEST(Hostile, TenMegabytesOfDashesAndLineFeeds) {
+    EXPECT_EQ(read(kMultipart + "\"\"\n\n" + repeated("---------\n", kMillion)).kind,
+              "multipart-none");
+    EXPECT_EQ(read(kMultipart + "b\n\n" + repeated("\n--", 3 * kMillion)).kind, "multipart-none");
+    EXPECT_EQ(read(kMultipart + "b1\n\n" + repeated("\n--b1x", kMillion)).kind, "multipart-none");
+}
+
+TEST(Hostile, TenMegabytesOfEqualsSigns) {
+    const std::string signs(10 * kMillion, '=');
+    EXPECT_EQ(read("Content-Transfer-Encoding: quoted-printable\n\n" + signs).body.size(),
+              10 * kMillion / 3);
+    EXPECT_EQ(read("Content-Transfer-Encoding: base64\n\n" + signs).body, "");
+}
+
+TEST(Hostile, CommentsAMillionDeep) {
+    const std::string open(kMillion, '(');
+    EXPECT_EQ(read("From: " + open + std::string(kMillion, ')') + "a@b\n\n").from, "a@b");
+    EXPECT_EQ(read("From: a@b" + open + "\n\n").from, "a@b");
+}
+
+TEST(Hostile, MultipartsTenThousandDeep) {
+    std::string text = "From: a@b\n";
+    for (int i = 0; i < 10000; ++i) {
+        const std::string boundary = "b" + std::to_string(i);
+        text += "Content-Type: multipart/mixed; boundary=" + boundary + "\n\n--" + boundary + "\n";
+    }
+    EXPECT_EQ(read(text).kind, "multipart-none");
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#include <string>
+
+#include <gtest/gtest.h>
+#include <mimelib/codec.h>
+
+#include "tests/unit/mimelib/reading.h"
+
+namespace {
+
+std::string decoded(const std::string& text) {
+    DwString out("left over");
+    DwDecodeQuotedPrintable(to_dw_string(text), out);
+    return to_string(out);
+}
+
+int result(const std::string& text) {
+    DwString out;
+    return DwDecodeQuotedPrintable(to_dw_string(text), out);
+}
+
+TEST(QuotedPrintable, DecodesHexDigitsInEitherCase) {
+    EXPECT_EQ(decoded("=41=c3=A9b"),
+              "A\xC3\xA9"
+              "b");
+    EXPECT_EQ(decoded("a=0D=0A"), "a\r\n");
+    EXPECT_EQ(decoded("=00"), std::string("\0", 1));
+}
+
+TEST(QuotedPrintable, OtherDigitsCountWithTheirCode) {
+    EXPECT_EQ(decoded("=zz"), "\x1A");
+    EXPECT_EQ(decoded("=4z"), "\xBA");
+    EXPECT_EQ(decoded("=z4"), "\xA4");
+    EXPECT_EQ(decoded("==41"),
+              "\xD4"
+              "1");
+    EXPECT_EQ(decoded("=\xFF"
+                      "41"),
+              "\xF4"
+              "1");
+    EXPECT_EQ(decoded("=4\xFF"), "\x3F");
+}
+
+TEST(QuotedPrintable, AnEqualsSignAtALineEndJoinsLines) {
+    EXPECT_EQ(decoded("a=\nb"), "ab");
+    EXPECT_EQ(decoded("a= \t\r\nb"), "ab");
+    EXPECT_EQ(decoded("a="), "a");
+    EXPECT_EQ(decoded("=\n=\n=\n"), "");
+}
+
+TEST(QuotedPrintable, WithOneCharacterBehindItTheEqualsSignIsDropped) {
+    EXPECT_EQ(decoded("a=4"), "a4");
+    EXPECT_EQ(decoded("a=4\nb"), "a4\nb");
+    EXPECT_EQ(decoded("a=\xE9"), "ai");
+    EXPECT_EQ(decoded("a==\nb"), "ab");
+}
+
+TEST(QuotedPrintable, WhiteSpaceAtLineEndsIsCut) {
+    EXPECT_EQ(decoded("a \t\nb\v\f\r\nc "), "a\nb\nc");
+    EXPECT_EQ(decoded("a\t b"), "a\t b");
+    EXPECT_EQ(decoded("a\rb"), "a\rb");
+}
+
+TEST(QuotedPrintable, LineFeedsStay) {
+    EXPECT_EQ(decoded("a\n\n\nb"), "a\n\n\nb");
+    EXPECT_EQ(decoded("\r\n\r\n"), "\n\n");
+}
+
+TEST(QuotedPrintable, TheHighestBitIsCleared) {
+    EXPECT_EQ(decoded("\xE9\xFF"), "i\x7F");
+}
+
+TEST(QuotedPrintable, TheInputEndsAtAZeroByte) {
+    EXPECT_EQ(decoded(std::string("a \0b", 4)), "a");
+    EXPECT_EQ(decoded(std::string("\0a", 2)), "");
+}
+
+TEST(QuotedPrintable, TellsMalformedInput) {
+    EXPECT_EQ(result("a=41=\n"), 0);
+    EXPECT_EQ(result("=4z"), -1);
+    EXPECT_EQ(result("=4"), -1);
+}
+
+TEST(QuotedPrintable, OutputMayBeTheInput) {
+    DwString text("=41");
+    DwDecodeQuotedPrintable(text, text);
+    EXPECT_EQ(text, DwString("A"));
+}
+
+}  // namespace

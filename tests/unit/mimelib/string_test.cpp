@@ -1,0 +1,140 @@
+#include <string>
+
+#include <gtest/gtest.h>
+#include <mimelib/string.h>
+
+namespace {
+
+TEST(DwString, HoldsZeroBytes) {
+    const DwString text("a\0b", 3);
+    EXPECT_EQ(text.length(), 3U);
+    EXPECT_EQ(text[1], '\0');
+    EXPECT_EQ(std::string(text.data(), text.size()), std::string("a\0b", 3));
+}
+
+TEST(DwString, EmptyStringsHaveData) {
+    EXPECT_TRUE(DwString().empty());
+    EXPECT_NE(DwString().data(), nullptr);
+    EXPECT_STREQ(DwString().c_str(), "");
+    EXPECT_TRUE(DwString(nullptr, 0).empty());
+    EXPECT_TRUE(DwString(static_cast<const char*>(nullptr)).empty());
+}
+
+TEST(DwString, CopiesAndSubstringsShareOneBuffer) {
+    const DwString text("0123456789");
+    const DwString copy(text);
+    EXPECT_EQ(copy.data(), text.data());
+    EXPECT_EQ(text.substr(3, 4).data(), text.data() + 3);
+    EXPECT_EQ(text.substr(3, 4), DwString("3456"));
+    EXPECT_EQ(text.substr(3, 4).substr(1, 2).data(), text.data() + 4);
+}
+
+TEST(DwString, SubstringsEndWithTheString) {
+    const DwString text("0123456789");
+    EXPECT_EQ(text.substr(7, DwString::npos), DwString("789"));
+    EXPECT_EQ(text.substr(7), DwString("789"));
+    EXPECT_TRUE(text.substr(10, 1).empty());
+    EXPECT_TRUE(text.substr(11, 1).empty());
+    EXPECT_EQ(text.substr(2, 4).substr(1), DwString("345"));
+}
+
+TEST(DwString, CStrOfAnEndingSliceSharesTheBuffer) {
+    const DwString text("0123456789");
+    EXPECT_EQ(text.substr(5).c_str(), text.data() + 5);
+    EXPECT_STREQ(text.substr(5).c_str(), "56789");
+}
+
+TEST(DwString, CStrOfAMiddleSliceLeavesTheOthersAlone) {
+    const DwString text("0123456789");
+    const DwString middle = text.substr(2, 3);
+    EXPECT_STREQ(middle.c_str(), "234");
+    EXPECT_EQ(middle, DwString("234"));
+    EXPECT_EQ(text, DwString("0123456789"));
+}
+
+TEST(DwString, CStrOfTheLastOwnerTerminatesInPlace) {
+    DwString text("0123456789");
+    text = text.substr(2, 3);
+    const char* const data = text.data();
+    EXPECT_EQ(text.c_str(), data);
+    EXPECT_STREQ(text.c_str(), "234");
+}
+
+TEST(DwString, AppendingChangesNoOtherString) {
+    DwString text("ab");
+    const DwString copy(text);
+    const DwString slice = text.substr(0, 1);
+    text += DwString("cd");
+    EXPECT_EQ(text, DwString("abcd"));
+    EXPECT_EQ(copy, DwString("ab"));
+    EXPECT_EQ(slice, DwString("a"));
+}
+
+TEST(DwString, AppendingToASliceOverwritesNothing) {
+    const DwString text("0123456789");
+    DwString slice = text.substr(2, 3);
+    slice += DwString("x");
+    EXPECT_EQ(slice, DwString("234x"));
+    EXPECT_EQ(text, DwString("0123456789"));
+}
+
+TEST(DwString, AppendsItselfAndSlicesOfItself) {
+    DwString text("ab");
+    text += text;
+    text += text.substr(1, 2);
+    EXPECT_EQ(text, DwString("ababba"));
+    EXPECT_STREQ(text.c_str(), "ababba");
+}
+
+TEST(DwString, AppendingToAnEmptyStringSharesTheOther) {
+    const DwString other("abc");
+    DwString text;
+    text += other;
+    EXPECT_EQ(text.data(), other.data());
+    text += DwString();
+    EXPECT_EQ(text.data(), other.data());
+}
+
+TEST(DwString, AppendingMovesTheBufferOnlyNowAndThen) {
+    DwString text;
+    std::string expected;
+    int moves = 0;
+    const char* data = nullptr;
+    for (int i = 0; i < 100000; ++i) {
+        const std::string chunk(1 + static_cast<std::size_t>(i % 7),
+                                static_cast<char>('a' + i % 26));
+        text += DwString(chunk.data(), chunk.size());
+        expected += chunk;
+        moves += text.data() != data ? 1 : 0;
+        data = text.data();
+    }
+    EXPECT_EQ(std::string(text.c_str()), expected);
+    EXPECT_LT(moves, 60);
+}
+
+TEST(DwString, AssignmentSharesAndKeepsItself) {
+    DwString text("abc");
+    DwString other;
+    other = text;
+    EXPECT_EQ(other.data(), text.data());
+    const DwString& same = text;
+    text = same;
+    EXPECT_EQ(text, DwString("abc"));
+    text = text.substr(1);
+    EXPECT_EQ(text, DwString("bc"));
+    other = std::move(text);
+    EXPECT_EQ(other, DwString("bc"));
+}
+
+TEST(DwString, ComparesLengthAndBytes) {
+    EXPECT_TRUE(DwString("ab") == DwString("ab"));
+    EXPECT_TRUE(DwString("ab") != DwString("abc"));
+    EXPECT_TRUE(DwString("a\0b", 3) != DwString("a\0c", 3));
+    EXPECT_TRUE(DwString() == DwString(""));
+}
+
+TEST(DwString, ImpossibleLengthsThrowBadAlloc) {
+    EXPECT_THROW(DwString("", DwString::npos), std::bad_alloc);
+}
+
+}  // namespace
