@@ -43,7 +43,7 @@ double cost_in_child(const DwString& message) {
     const pid_t child = ::fork();
     if (child == 0) {
         const double start = cpu_seconds();
-        const Extract extract = read_with_mimelib(message);
+        read_with_mimelib(message);
         const double cost = cpu_seconds() - start;
         const ssize_t written = ::write(pipe[1], &cost, sizeof cost);
         ::_exit(written == static_cast<ssize_t>(sizeof cost) ? 0 : 1);

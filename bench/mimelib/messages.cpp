@@ -95,7 +95,8 @@ std::string nested_multiparts(std::size_t depth) {
     std::string text = kFrom;
     for (std::size_t i = 0; i < depth; ++i) {
         const std::string boundary = "b" + std::to_string(100000 + i);
-        text += "Content-Type: multipart/mixed; boundary=" + boundary + "\n\n--" + boundary + "\n";
+        text.append("Content-Type: multipart/mixed; boundary=").append(boundary);
+        text.append("\n\n--").append(boundary).append("\n");
     }
     return text + "Content-Type: text/plain\n\nbody\n";
 }
@@ -127,7 +128,7 @@ std::string multipart_message(std::size_t size, TextPart place) {
 }
 
 std::vector<HostileShape> hostile_shapes() {
-    constexpr std::size_t kMega = 1000 * 1000;
+    constexpr std::size_t kMega = 1000000;
     return {
         {"one header line of 64 MB", 64 * kMega, long_header_line},
         {"a million header fields", kMega, many_fields},
@@ -143,6 +144,6 @@ std::vector<HostileShape> hostile_shapes() {
         {"10 MB of '=', quoted-printable", 10 * kMega, equals_signs},
         {"10 MB outside of Base64", 10 * kMega, base64_padding},
         {"comments a million deep", kMega, nested_comments},
-        {"multiparts 10,000 deep", 10 * 1000, nested_multiparts},
+        {"multiparts 10,000 deep", 10000, nested_multiparts},
     };
 }

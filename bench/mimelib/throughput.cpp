@@ -13,14 +13,14 @@ namespace {
 
 void use_mimelib(benchmark::State& state, const std::string& text) {
     const DwString message(text.data(), text.size());
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(read_with_mimelib(message));
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
 void use_gmime(benchmark::State& state, const std::string& text) {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(read_with_gmime(text));
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));

@@ -63,6 +63,8 @@ class DwAddressList : public DwFieldBody {
   public:
     explicit DwAddressList(DwString text) noexcept;
     ~DwAddressList() override;
+    DwAddressList(const DwAddressList&) = delete;
+    DwAddressList& operator=(const DwAddressList&) = delete;
 
     // The first valid element, or null.
     DwAddress* FirstAddress() const;
@@ -76,6 +78,8 @@ class DwMailboxList : public DwFieldBody {
   public:
     explicit DwMailboxList(DwString text) noexcept;
     ~DwMailboxList() override;
+    DwMailboxList(const DwMailboxList&) = delete;
+    DwMailboxList& operator=(const DwMailboxList&) = delete;
 
     // The first valid mailbox, or null.
     DwMailbox* FirstMailbox() const;

@@ -15,6 +15,8 @@ class DwBody : public DwMessageComponent {
     // `entity` is the one that holds the body; its media type tells how the body is divided.
     DwBody(DwString text, const DwEntity& entity) noexcept;
     ~DwBody() override;
+    DwBody(const DwBody&) = delete;
+    DwBody& operator=(const DwBody&) = delete;
 
     // The first part of a multipart body (RFC 2046, section 5.1), or null. Parts are looked for one
     // by one, as they are asked for.

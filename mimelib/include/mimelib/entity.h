@@ -12,6 +12,8 @@ class DwHeaders;
 class DwEntity : public DwMessageComponent {
   public:
     ~DwEntity() override;
+    DwEntity(const DwEntity&) = delete;
+    DwEntity& operator=(const DwEntity&) = delete;
 
     // Finds where the headers end.
     void Parse() override;

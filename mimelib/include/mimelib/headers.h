@@ -19,6 +19,8 @@ class DwHeaders : public DwMessageComponent {
   public:
     explicit DwHeaders(DwString text) noexcept;
     ~DwHeaders() override;
+    DwHeaders(const DwHeaders&) = delete;
+    DwHeaders& operator=(const DwHeaders&) = delete;
 
     DwBool HasReplyTo() const;
     DwBool HasFrom() const;

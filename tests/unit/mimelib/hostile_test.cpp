@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::size_t kMillion = 1000 * 1000;
+constexpr std::size_t kMillion = 1000000;
 
 std::string repeated(const std::string& text, std::size_t times) {
     std::string all;
@@ -79,10 +79,10 @@ TEST(Hostile, ShortLinesBeforeALongBoundary) {
               "multipart-none");
 }
 
-TEST(Hostile, TenMegabytesOfDashesAndLineFeeds) {
+TEST(Hostile, MegabytesOfDashesAndLineFeeds) {
     EXPECT_EQ(read(kMultipart + "\"\"\n\n" + repeated("---------\n", kMillion)).kind,
               "multipart-none");
-    EXPECT_EQ(read(kMultipart + "b\n\n" + repeated("\n--", 3 * kMillion)).kind, "multipart-none");
+    EXPECT_EQ(read(kMultipart + "b\n\n" + repeated("\n--", kMillion)).kind, "multipart-none");
     EXPECT_EQ(read(kMultipart + "b1\n\n" + repeated("\n--b1x", kMillion)).kind, "multipart-none");
 }
 
@@ -103,7 +103,8 @@ TEST(Hostile, MultipartsTenThousandDeep) {
     std::string text = "From: a@b\n";
     for (int i = 0; i < 10000; ++i) {
         const std::string boundary = "b" + std::to_string(i);
-        text += "Content-Type: multipart/mixed; boundary=" + boundary + "\n\n--" + boundary + "\n";
+        text.append("Content-Type: multipart/mixed; boundary=").append(boundary);
+        text.append("\n\n--").append(boundary).append("\n");
     }
     EXPECT_EQ(read(text).kind, "multipart-none");
 }

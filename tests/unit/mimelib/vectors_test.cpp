@@ -8,6 +8,8 @@
 
 namespace {
 
+using namespace std::string_view_literals;
+
 TEST(Vectors, EveryRecordedMessageReadsAsRecorded) {
     const std::vector<Vector> vectors = load_vectors(MIMELIB_VECTORS);
     ASSERT_EQ(vectors.size(), 579U);
@@ -43,9 +45,9 @@ class Mutator {
     std::size_t below(std::size_t limit) { return random_() % limit; }
     const std::string& any() { return vectors_[below(vectors_.size())].message; }
     std::string piece() {
-        static const std::string kBytes("\0\r\n \t\"\\()<>@,;:.[]/?=-\x10\x7F\xFF'", 28);
+        static constexpr std::string_view kBytes = "\0\r\n \t\"\\()<>@,;:.[]/?=-\x10\x7F\xFF'"sv;
         if (below(2) == 0) {
-            return {kBytes[below(kBytes.size())]};
+            return std::string(1, kBytes[below(kBytes.size())]);
         }
         const std::string& source = any();
         return source.substr(below(source.size() + 1), below(24));
