@@ -241,7 +241,7 @@ TEST_F(Mailbox, ASessionThatCannotBeSetUpIsNoConnection) {
 }
 
 TEST_F(Mailbox, WithoutMemoryForTheEscapedAddressTheRunEnds) {
-    if (kAddressSanitizer) {
+    if (kSanitized) {
         GTEST_SKIP() << "the address sanitizer needs more address space than a limit allows";
     }
     // The two escape buffers are the first large pieces of memory that the run asks for, so some

@@ -11,13 +11,13 @@
 #include <utility>
 #include <vector>
 
-// Whether tests and program are built with the address sanitizer.
+// Whether tests and program are built with the sanitizers.
 #if defined(__SANITIZE_ADDRESS__)
-constexpr bool kAddressSanitizer = true;
+constexpr bool kSanitized = true;
 #elif defined(__has_feature)
-constexpr bool kAddressSanitizer = __has_feature(address_sanitizer);
+constexpr bool kSanitized = __has_feature(address_sanitizer);
 #else
-constexpr bool kAddressSanitizer = false;
+constexpr bool kSanitized = false;
 #endif
 
 // How a run is started.
