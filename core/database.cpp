@@ -1,6 +1,7 @@
 #include "core/database.h"
 
 #include <cstdlib>
+#include <iostream>
 #include <new>
 
 #include "core/run_end.h"
@@ -27,7 +28,12 @@ std::optional<Query_result> try_query(MYSQL* connection, const std::string& stat
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
         return std::nullopt;
     }
-    return Query_result(mysql_store_result(connection));
+    MYSQL_RES* rows = mysql_store_result(connection);
+    if (rows == nullptr && mysql_field_count(connection) != 0) {
+        std::cerr << "autoresponder: Unable to read the rows of a query: "
+                  << mysql_error(connection) << std::endl;
+    }
+    return Query_result(rows);
 }
 
 Query_result query(MYSQL* connection, const std::string& statement, std::string_view failure) {

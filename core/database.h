@@ -43,7 +43,8 @@ class Query_result {
 };
 
 /// Runs `statement` and reads its rows. If the server refuses it, ends the run with `failure`
-/// followed by the server's reason.
+/// followed by the server's reason. Rows that were promised and cannot be read are reported on
+/// standard error and count as none.
 Query_result query(MYSQL* connection, const std::string& statement,
                    std::string_view failure = "autoresponder: Unable to exec query :");
 
