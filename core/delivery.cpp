@@ -15,9 +15,9 @@
 #include "core/mail_program.h"
 #include "core/response_file.h"
 #include "core/run_end.h"
-#include "core/unique_fd.h"
 #include "encoding/idn.h"
 #include "encoding/rfc1522.h"
+#include "support/descriptor.h"
 #include "support/exec.h"
 
 namespace {
@@ -69,7 +69,7 @@ void hold_to_size_limit(const Response_file& file, const Mail_content& mail,
 }
 
 void submit_response(const Mail_content& mail) {
-    Unique_fd response(open(resp_uu_file_name, O_RDONLY | O_CLOEXEC));
+    tolva::Descriptor response(open(resp_uu_file_name, O_RDONLY | O_CLOEXEC));
     if (!response) {
         fail("autoresponder: Failed to open temporary file with response mail contents '" +
                  std::string(resp_uu_file_name) + "': ",

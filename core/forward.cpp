@@ -12,7 +12,7 @@
 #include "core/mail_content.h"
 #include "core/mail_program.h"
 #include "core/run_end.h"
-#include "core/unique_fd.h"
+#include "support/descriptor.h"
 #include "support/exec.h"
 
 namespace {
@@ -44,7 +44,7 @@ void forward(st_mysql* connection, Mail_content* mail,
     if (addresses.empty()) {
         return;
     }
-    Unique_fd message(open(mail_file_name, O_RDONLY | O_CLOEXEC));
+    tolva::Descriptor message(open(mail_file_name, O_RDONLY | O_CLOEXEC));
     if (!message) {
         std::cerr << "autoresponder: Failed to open temporary file with forward mail contents '"
                   << mail_file_name << "': " << error_text(errno) << std::endl;

@@ -17,9 +17,9 @@
 #include "core/diagnostics.h"
 #include "core/mail_content.h"
 #include "core/run_end.h"
-#include "core/unique_fd.h"
 #include "encoding/iconv_recode.h"
 #include "encoding/rfc1522.h"
+#include "support/descriptor.h"
 
 namespace {
 
@@ -72,7 +72,7 @@ void write_copy(int fd, std::string_view bytes) {
 /// Reads the message into `text` and into its copy on disk. Both get a line feed behind the last
 /// line, the empty one behind a final line feed included. False if there is no file for the copy.
 bool read_message(DwString& text) {
-    const Unique_fd copy(mkstemp(mail_file_name));
+    const tolva::Descriptor copy(mkstemp(mail_file_name));
     if (!copy) {
         return false;
     }

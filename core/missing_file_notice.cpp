@@ -14,8 +14,8 @@
 #include "core/diagnostics.h"
 #include "core/mail_content.h"
 #include "core/mail_program.h"
-#include "core/unique_fd.h"
 #include "support/db_params.h"
+#include "support/descriptor.h"
 #include "support/exec.h"
 #include "support/pipestream.h"
 
@@ -97,7 +97,7 @@ void write_notice(std::ostream& out, const Notice& notice, const Mail_content& m
 }
 
 /// Writes the notice into the pipe and closes it, which ends the mail program's input.
-void feed_notice(Unique_fd pipe_end, const Notice& notice, const Mail_content& mail) {
+void feed_notice(tolva::Descriptor pipe_end, const Notice& notice, const Mail_content& mail) {
     ofd_pipestream out(pipe_end.release());
     if (out) {
         write_notice(out, notice, mail);
@@ -114,8 +114,8 @@ void submit_notice(const Notice& notice, const Mail_content& mail) {
                   << error_text(errno) << std::endl;
         return;
     }
-    Unique_fd read_end(ends[0]);
-    Unique_fd write_end(ends[1]);
+    tolva::Descriptor read_end(ends[0]);
+    tolva::Descriptor write_end(ends[1]);
     const pid_t pid = fork_execl_pipes(read_end.get(), fileno(stdout), fileno(stderr), kMailProgram,
                                        kMailProgram, "-f", notice.sender.c_str(),
                                        notice.client.email.c_str(), static_cast<char*>(nullptr));

@@ -14,11 +14,11 @@
 #include "core/diagnostics.h"
 #include "core/mail_content.h"
 #include "core/responder_row.h"
-#include "core/unique_fd.h"
 #include "encoding/base64.h"
 #include "encoding/iconv_recode.h"
 #include "encoding/idn.h"
 #include "encoding/rfc1522.h"
+#include "support/descriptor.h"
 #include "support/log.h"
 #include "support/template.h"
 
@@ -103,7 +103,7 @@ void write_text(std::ostream& out, const Responder_row& responder) {
 /// Opens a file to attach. Only what has an end can be attached, and opening must not wait for
 /// anybody: directories, pipes and devices are refused. Null, with the reason in errno, on failure.
 File open_attachment(const std::string& path) {
-    Unique_fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    tolva::Descriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {};
     if (!fd || fstat(fd.get(), &status) != 0) {
         return nullptr;

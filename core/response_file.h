@@ -3,7 +3,7 @@
 #include <functional>
 #include <ostream>
 
-#include "core/unique_fd.h"
+#include "support/descriptor.h"
 
 /// The file that a reply is written into and sent from. It is made by mkstemp(3), readable for its
 /// owner only, lies under the name `resp_uu_file_name`, and is removed with this object.
@@ -22,6 +22,6 @@ class Response_file {
     void write(const std::function<void(std::ostream&)>& contents) const;
 
   private:
-    Unique_fd fd_;
+    tolva::Descriptor fd_;
     bool made_;
 };

@@ -66,8 +66,8 @@ bool captured_stream::open() {
         messlog2(0, 0, "fork_execv_getouterr: pipe() failed");
         return false;
     }
-    read_end_ = descriptor(ends[0]);
-    child_end_ = descriptor(ends[1]);
+    read_end_ = Descriptor(ends[0]);
+    child_end_ = Descriptor(ends[1]);
     if (fcntl(read_end_.get(), F_SETFL, O_NONBLOCK) == -1) {
         messlog2(0, 0, "fork_execv_getouterr: fcntl(O_NONBLOCK) failed");
         return false;
@@ -78,7 +78,7 @@ bool captured_stream::open() {
 bool captured_stream::read() {
     const output_buffer::outcome outcome = read_and_report(text_, read_end_.get());
     if (outcome == output_buffer::outcome::ended) {
-        read_end_.reset();
+        read_end_.close();
     }
     return outcome == output_buffer::outcome::ended || outcome == output_buffer::outcome::pending;
 }

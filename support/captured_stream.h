@@ -23,7 +23,7 @@ class captured_stream {
     int child_end() const { return child_end_.get(); }
 
     // To be called once the child has its end.
-    void close_child_end() { child_end_.reset(); }
+    void close_child_end() { child_end_.close(); }
 
     // The descriptor to wait at, -1 at end of file.
     int read_end() const { return read_end_.get(); }
@@ -31,13 +31,13 @@ class captured_stream {
     // Reads what there is; reports through messlog2 when that fails.
     bool read();
 
-    void close() { read_end_.reset(); }
+    void close() { read_end_.close(); }
     void hand_over();
 
   private:
     char** target_;
-    descriptor read_end_;
-    descriptor child_end_;
+    Descriptor read_end_;
+    Descriptor child_end_;
     output_buffer text_;
 };
 

@@ -1,34 +1,30 @@
 #pragma once
 
-#include <unistd.h>
-
-#include <utility>
-
 namespace tolva {
 
-// The one owner of a descriptor; -1 is none.
-class descriptor {
+/// Owner of a file descriptor, which it closes.
+class Descriptor {
   public:
-    explicit descriptor(int number = -1) : number_(number) {}
-    descriptor(const descriptor&) = delete;
-    descriptor& operator=(const descriptor&) = delete;
-    descriptor(descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    descriptor& operator=(descriptor&& other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    ~descriptor() { reset(); }
+    Descriptor() = default;
+    /// Takes over `fd`; a negative value stands for none, so the result of open(2) fits as it is.
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
+    Descriptor& operator=(Descriptor&& other) noexcept;
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { close(); }
 
-    int get() const { return number_; }
+    explicit operator bool() const { return fd_ >= 0; }
+    [[nodiscard]] int get() const { return fd_; }
 
-    void reset() {
-        if (number_ != -1) {
-            ::close(std::exchange(number_, -1));
-        }
-    }
+    /// Gives the descriptor to the caller.
+    [[nodiscard]] int release();
+
+    /// Closes now; errno stays what it was.
+    void close() noexcept;
 
   private:
-    int number_;
+    int fd_ = -1;
 };
 
 }  // namespace tolva

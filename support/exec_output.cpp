@@ -19,7 +19,7 @@
 
 namespace child = tolva::child;
 using tolva::captured_stream;
-using tolva::descriptor;
+using tolva::Descriptor;
 using tolva::output_buffer;
 
 namespace {
@@ -51,14 +51,14 @@ int getoutput(char** output, const char* path, char* const argv[]) {
         messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(errno));
         return -1;
     }
-    descriptor read_end(ends[0]);
-    descriptor write_end(ends[1]);
+    Descriptor read_end(ends[0]);
+    Descriptor write_end(ends[1]);
     const pid_t pid = child::start({0, write_end.get(), 2}, path, argv, report_failed_exec);
     if (pid == -1) {
         messlog2(0, 0, "Cannot fork():\n%s", strerror(errno));
         return -1;
     }
-    write_end.reset();
+    write_end.close();
     const auto outcome = text.read_from(read_end.get());
     const int error = errno;
     if (outcome == output_buffer::outcome::no_memory) {
@@ -66,7 +66,7 @@ int getoutput(char** output, const char* path, char* const argv[]) {
     } else if (outcome == output_buffer::outcome::failed) {
         messlog2(0, 0, "Cannot read child output:\n%s", strerror(error));
     }
-    read_end.reset();
+    read_end.close();
     const int status = child::wait_for(pid);
     if (outcome != output_buffer::outcome::ended) {
         errno = error;

@@ -1,11 +1,13 @@
-#include "core/unique_fd.h"
+#include "support/descriptor.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <utility>
 
-Unique_fd& Unique_fd::operator=(Unique_fd&& other) noexcept {
+namespace tolva {
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
     if (this != &other) {
         close();
         fd_ = other.release();
@@ -13,11 +15,11 @@ Unique_fd& Unique_fd::operator=(Unique_fd&& other) noexcept {
     return *this;
 }
 
-int Unique_fd::release() {
+int Descriptor::release() {
     return std::exchange(fd_, -1);
 }
 
-void Unique_fd::close() noexcept {
+void Descriptor::close() noexcept {
     if (fd_ < 0) {
         return;
     }
@@ -25,3 +27,5 @@ void Unique_fd::close() noexcept {
     ::close(std::exchange(fd_, -1));
     errno = saved_errno;
 }
+
+}  // namespace tolva
