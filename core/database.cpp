@@ -1,10 +1,11 @@
 #include "core/database.h"
 
-#include <cstdlib>
 #include <iostream>
 #include <new>
+#include <utility>
 
 #include "core/run_end.h"
+#include "support/c_pointer.h"
 #include "support/db_params.h"
 
 bool Query_result::fetch() {
@@ -29,9 +30,8 @@ std::optional<Query_result> try_query(MYSQL* connection, const std::string& stat
         return std::nullopt;
     }
     MYSQL_RES* rows = mysql_store_result(connection);
-    if (rows == nullptr && mysql_field_count(connection) != 0) {
-        std::cerr << "autoresponder: Unable to read the rows of a query: "
-                  << mysql_error(connection) << std::endl;
+    if (rows == nullptr && mysql_errno(connection) != 0) {
+        return std::nullopt;
     }
     return Query_result(rows);
 }
@@ -44,6 +44,18 @@ Query_result query(MYSQL* connection, const std::string& statement, std::string_
     return std::move(*result);
 }
 
+Query_result query_or_no_rows(MYSQL* connection, const std::string& statement) {
+    if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
+        end_run(std::string("autoresponder: Unable to exec query :") + mysql_error(connection));
+    }
+    MYSQL_RES* rows = mysql_store_result(connection);
+    if (rows == nullptr && mysql_errno(connection) != 0) {
+        std::cerr << "autoresponder: Unable to read the rows of a query: "
+                  << mysql_error(connection) << std::endl;
+    }
+    return Query_result(rows);
+}
+
 Connection connect_to_database() {
     Connection connection(db_connect());
     if (!connection) {
@@ -53,10 +65,7 @@ Connection connect_to_database() {
 }
 
 std::string escape_for_sql(MYSQL* connection, const std::string& text) {
-    struct Freer {
-        void operator()(char* memory) const { std::free(memory); }
-    };
-    const std::unique_ptr<char, Freer> escaped(escape_mysql_param(connection, text.c_str()));
+    const tolva::CPointer<char> escaped(escape_mysql_param(connection, text.c_str()));
     if (!escaped) {
         throw std::bad_alloc();
     }

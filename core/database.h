@@ -42,14 +42,15 @@ class Query_result {
     const unsigned long* lengths_ = nullptr;
 };
 
-/// Runs `statement` and reads its rows. If the server refuses it, ends the run with `failure`
-/// followed by the server's reason. Rows that were promised and cannot be read are reported on
-/// standard error and count as none.
+/// Runs `statement` and reads its rows. If the server refuses it or its rows cannot be read, ends
+/// the run with `failure` followed by the reason.
 Query_result query(MYSQL* connection, const std::string& statement,
                    std::string_view failure = "autoresponder: Unable to exec query :");
 
-/// Runs `statement` and reads its rows; nothing if the server refuses it, with the reason in
-/// mysql_error(3).
+/// The same, except that rows that cannot be read count as none, with a line on standard error.
+Query_result query_or_no_rows(MYSQL* connection, const std::string& statement);
+
+/// The same; nothing in place of ending the run, with the reason in mysql_error(3).
 std::optional<Query_result> try_query(MYSQL* connection, const std::string& statement);
 
 /// Opens the connection to the panel's database, or ends the run.

@@ -76,9 +76,9 @@ void submit_response(const Mail_content& mail) {
              errno, "Failed to generate response mail contents");
     }
     const std::string own_address = tolva::idn::toAscii(mail.to);
-    if (!is_safe_recipient(mail.from)) {
+    if (const char* objection = recipient_objection(mail.from)) {
         errno = 0;
-        throw std::runtime_error("The sender's address '" + mail.from + "' begins with a hyphen");
+        throw std::runtime_error("No reply to '" + mail.from + "': " + objection);
     }
     const pid_t pid =
         fork_execl_pipes(response.get(), fileno(stdout), fileno(stderr), kMailProgram, kMailProgram,

@@ -25,12 +25,12 @@ std::vector<std::string> forward_addresses(MYSQL* connection, const std::string&
         if (!address) {
             continue;
         }
-        addresses.emplace_back(*address);
-        if (!is_safe_recipient(addresses.back())) {
-            std::cerr << "autoresponder: Not forwarded to '" << addresses.back()
-                      << "': the address begins with a hyphen" << std::endl;
-            addresses.pop_back();
+        if (const char* objection = recipient_objection(*address)) {
+            std::cerr << "autoresponder: Not forwarded to '" << *address << "': " << objection
+                      << std::endl;
+            continue;
         }
+        addresses.emplace_back(*address);
     }
     return addresses;
 }

@@ -165,8 +165,7 @@ bool analyse_message(Message_parts& parts) {
 }
 
 void warn_unconverted(std::string_view what, std::string_view charset) {
-    std::cerr << "Could not convert message " << what << " text from " << charset << " to UTF-8."
-              << "\n";
+    std::cerr << "Could not convert message " << what << " text from " << charset << " to UTF-8.\n";
 }
 
 std::string body_in_utf8(Message_text text) {
@@ -226,7 +225,7 @@ DwMailbox* GetMailboxFromMailboxList(const DwMailboxList& mailboxes) {
 
 DwString GetCharset(const DwEntity& entity) {
     constexpr std::string_view charset = "charset";
-    const auto equal_ignoring_case = [](char left, char right) {
+    const auto matches_lowercase = [](char left, char right) {
         return (left >= 'A' && left <= 'Z' ? left - 'A' + 'a' : left) == right;
     };
 
@@ -236,7 +235,7 @@ DwString GetCharset(const DwEntity& entity) {
              parameter != nullptr; parameter = parameter->Next()) {
             const DwString& attribute = parameter->Attribute();
             if (std::ranges::equal(std::string_view(attribute.data(), attribute.length()), charset,
-                                   equal_ignoring_case)) {
+                                   matches_lowercase)) {
                 return parameter->Value();
             }
         }

@@ -41,8 +41,8 @@ void answer_message() {
 
 }  // namespace
 
-int main(int /*argc*/, char* argv[]) {
-    PROGNAME = argv[0];
+int main(int argc, char* argv[]) {
+    PROGNAME = argc > 0 && *argv[0] != '\0' ? argv[0] : "autoresponder";
     // A message of the support library that asks for the end of the process is a line in the log:
     // the run goes on, or ends where its own story says, with status 0.
     messlog_set_end([](int /*status*/) {});

@@ -139,9 +139,9 @@ void send_missing_file_notice(MYSQL* connection, const Mail_content& mail,
     if (!client) {
         return;
     }
-    if (!is_safe_recipient(client->email)) {
+    if (const char* objection = recipient_objection(client->email)) {
         std::cerr << "autoresponder: No notice about missing attachment files to '" << client->email
-                  << "': the address begins with a hyphen" << std::endl;
+                  << "': " << objection << std::endl;
         return;
     }
     submit_notice({notice_sender(connection), *client, reply_to, missing}, mail);

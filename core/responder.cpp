@@ -1,8 +1,8 @@
 #include "core/responder.h"
 
 #include <cerrno>
+#include <exception>
 #include <new>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -35,8 +35,9 @@ void send_response(const Response_file& file, const Mail_content& mail,
         errno = 0;  // not a system error: keeps the log from naming an older one
         messlog2(1, 1, "IDN conversion error: %s", error.what());
     } catch (const std::bad_alloc&) {
+        errno = 0;
         messlog2(1, 1, "Program failed due to exhausted memory");
-    } catch (const std::runtime_error& error) {
+    } catch (const std::exception& error) {
         messlog2(1, 1, "Send error: %s", error.what());
     }
 }

@@ -65,6 +65,7 @@ std::optional<std::string> from_address(const std::string& own_address) {
         errno = 0;  // not a system error: keeps the log from naming an older one
         messlog2(1, 1, "IDN conversion error: %s", error.what());
     } catch (const std::bad_alloc&) {
+        errno = 0;
         messlog2(1, 1, "Program failed due to exhausted memory");
     }
     return std::nullopt;

@@ -10,7 +10,7 @@ namespace {
 /// The first column of the first row; `when_null` for SQL NULL, `when_none` without a row.
 std::string single_value(MYSQL* connection, const std::string& statement,
                          std::string_view when_null, std::string_view when_none) {
-    Query_result result = query(connection, statement);
+    Query_result result = query_or_no_rows(connection, statement);
     return result.fetch() ? result.text(0, when_null) : std::string(when_none);
 }
 
@@ -19,16 +19,16 @@ int number(const std::string& text) {
 }
 
 void forget_earlier_days(MYSQL* connection, const std::string& rn_id) {
-    query(connection, "delete from resp_freq where rn_id=" + rn_id +
-                          " and (TO_DAYS(NOW())-TO_DAYS(time_resp))>0");
+    query_or_no_rows(connection, "delete from resp_freq where rn_id=" + rn_id +
+                                     " and (TO_DAYS(NOW())-TO_DAYS(time_resp))>0");
 }
 
 /// Drops the senders that were added at the earliest time, possibly more than one.
 void forget_oldest(MYSQL* connection, const std::string& rn_id) {
     const std::string oldest = single_value(
         connection, "select MIN(time_resp) from resp_freq where rn_id=" + rn_id, "0", "");
-    query(connection,
-          "delete from resp_freq where rn_id=" + rn_id + " and time_resp='" + oldest + "'");
+    query_or_no_rows(connection, "delete from resp_freq where rn_id=" + rn_id + " and time_resp='" +
+                                     oldest + "'");
 }
 
 }  // namespace
@@ -47,19 +47,19 @@ int can_response_freq(st_mysql* connection, Mail_content* mail,
     const std::string sender = escape_for_sql(connection, mail->from);
     const std::string this_sender = "where rn_id=" + rn_id + " and email='" + sender + "'";
 
-    Query_result known = query(connection, "select num from resp_freq " + this_sender);
+    Query_result known = query_or_no_rows(connection, "select num from resp_freq " + this_sender);
     if (known.fetch()) {
         const std::string num = known.text(0, "0");
         if (number(num) >= number(ans_freq)) {
             return 0;
         }
-        query(connection, "update resp_freq set num=" + num + "+1 " + this_sender);
+        query_or_no_rows(connection, "update resp_freq set num=" + num + "+1 " + this_sender);
         return 1;
     }
     if (number(remembered) >= number(mem_limit)) {
         forget_oldest(connection, rn_id);
     }
-    query(connection,
-          "insert into resp_freq set rn_id=" + rn_id + ", email='" + sender + "', num=1");
+    query_or_no_rows(
+        connection, "insert into resp_freq set rn_id=" + rn_id + ", email='" + sender + "', num=1");
     return 1;
 }

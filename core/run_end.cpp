@@ -3,14 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <iostream>
 #include <iterator>
 
 namespace {
-
-constexpr auto kResponseTemplate = std::to_array("/tmp/tva-response-uu-XXXXXX");
 
 void remove_file(const char* name) noexcept {
     if (name[0] != '\0') {
@@ -24,8 +21,8 @@ char mail_file_name[] = "/tmp/tva-autoresponder-XXXXXX";
 char resp_uu_file_name[] = "/tmp/tva-response-uu-XXXXXX";
 
 void reset_resp_uu_file_name() {
-    static_assert(sizeof(resp_uu_file_name) == kResponseTemplate.size());
-    std::ranges::copy(kResponseTemplate, std::begin(resp_uu_file_name));
+    constexpr int random_letters = 6;
+    std::fill_n(std::end(resp_uu_file_name) - 1 - random_letters, random_letters, 'X');
 }
 
 void remove_temporary_files() noexcept {
