@@ -27,6 +27,11 @@ class Field {
     bool present_ = false;
 };
 
+template <typename Fields, typename FieldBody>
+bool has(const Fields* fields, Field<FieldBody> Fields::*field) {
+    return fields != nullptr && (fields->*field).present();
+}
+
 }  // namespace
 
 struct DwHeaders::Fields {
@@ -75,23 +80,22 @@ DwHeaders::Fields& DwHeaders::fields() const {
 }
 
 DwBool DwHeaders::HasReplyTo() const {
-    return fields().reply_to.present();
+    return has(present_fields(), &Fields::reply_to);
 }
 DwBool DwHeaders::HasFrom() const {
-    return fields().from.present();
+    return has(present_fields(), &Fields::from);
 }
 DwBool DwHeaders::HasSubject() const {
-    return fields().subject.present();
+    return has(present_fields(), &Fields::subject);
 }
 DwBool DwHeaders::HasDate() const {
-    return fields().date.present();
+    return has(present_fields(), &Fields::date);
 }
 DwBool DwHeaders::HasContentType() const {
-    return fields().content_type.present();
+    return has(present_fields(), &Fields::content_type);
 }
 DwBool DwHeaders::HasContentTransferEncoding() const {
-    const Fields* fields = present_fields();
-    return fields != nullptr && fields->content_transfer_encoding.present();
+    return has(present_fields(), &Fields::content_transfer_encoding);
 }
 
 DwAddressList& DwHeaders::ReplyTo() {

@@ -10,15 +10,15 @@ namespace mimelib {
 class AddressSequence;
 }
 
-// An element of an address list (RFC 822, section 6): a mailbox or a group. Elements are owned by
-// their list and read one by one as they are asked for.
+/// An element of an address list (RFC 822, section 6): a mailbox or a group. Elements are owned by
+/// their list and read one by one as they are asked for.
 class DwAddress : public DwFieldBody {
   public:
     DwBool IsValid() const { return valid_; }
     virtual DwBool IsGroup() const = 0;
     DwBool IsMailbox() const { return !IsGroup(); }
 
-    // The next valid element of the list, or null.
+    /// The next valid element of the list, or null.
     DwAddress* Next() const;
 
   protected:
@@ -32,16 +32,16 @@ class DwAddress : public DwFieldBody {
     DwAddress* next_ = nullptr;
 };
 
-// A single address. It is valid when it has a local part; the domain may be empty.
+/// A single address. It is valid when it has a local part; the domain may be empty.
 class DwMailbox : public DwAddress {
   public:
     DwMailbox(DwString text, DwString local_part, DwString domain) noexcept;
 
     DwBool IsGroup() const override;
 
-    // The parts of the address without what stands around them (display name, route, comments) and
-    // without the gaps between their words. Quotes and brackets are kept. Line ends in the local
-    // part have become spaces.
+    /// The parts of the address without what stands around them (display name, route, comments) and
+    /// without the gaps between their words. Quotes and brackets are kept. Line ends in the local
+    /// part have become spaces.
     const DwString& LocalPart() const { return local_part_; }
     const DwString& Domain() const { return domain_; }
 
@@ -50,7 +50,7 @@ class DwMailbox : public DwAddress {
     DwString domain_;
 };
 
-// A named group of mailboxes ("name: a@b, c@d;"). Its members are not looked at.
+/// A named group of mailboxes ("name: a@b, c@d;"). Its members are not looked at.
 class DwGroup : public DwAddress {
   public:
     explicit DwGroup(DwString text, bool named) noexcept;
@@ -58,7 +58,7 @@ class DwGroup : public DwAddress {
     DwBool IsGroup() const override;
 };
 
-// A list of mailboxes and groups, as in Reply-To.
+/// A list of mailboxes and groups, as in Reply-To.
 class DwAddressList : public DwFieldBody {
   public:
     explicit DwAddressList(DwString text) noexcept;
@@ -66,14 +66,14 @@ class DwAddressList : public DwFieldBody {
     DwAddressList(const DwAddressList&) = delete;
     DwAddressList& operator=(const DwAddressList&) = delete;
 
-    // The first valid element, or null.
+    /// The first valid element, or null.
     DwAddress* FirstAddress() const;
 
   private:
     mutable std::unique_ptr<mimelib::AddressSequence> sequence_;
 };
 
-// A list of mailboxes, as in From. It has no groups: ':' and ';' mean nothing in it.
+/// A list of mailboxes, as in From. It has no groups: ':' and ';' mean nothing in it.
 class DwMailboxList : public DwFieldBody {
   public:
     explicit DwMailboxList(DwString text) noexcept;
@@ -81,7 +81,7 @@ class DwMailboxList : public DwFieldBody {
     DwMailboxList(const DwMailboxList&) = delete;
     DwMailboxList& operator=(const DwMailboxList&) = delete;
 
-    // The first valid mailbox, or null.
+    /// The first valid mailbox, or null.
     DwMailbox* FirstMailbox() const;
 
   private:

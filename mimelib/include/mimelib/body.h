@@ -9,17 +9,17 @@
 class DwBodyPart;
 class DwEntity;
 
-// The body of an entity. Its text is as it came: transfer encodings are for the caller to undo.
+/// The body of an entity. Its text is as it came: transfer encodings are for the caller to undo.
 class DwBody : public DwMessageComponent {
   public:
-    // `entity` is the one that holds the body; its media type tells how the body is divided.
+    /// `entity` is the one that holds the body; its media type tells how the body is divided.
     DwBody(DwString text, const DwEntity& entity) noexcept;
     ~DwBody() override;
     DwBody(const DwBody&) = delete;
     DwBody& operator=(const DwBody&) = delete;
 
-    // The first part of a multipart body (RFC 2046, section 5.1), or null. Parts are looked for one
-    // by one, as they are asked for.
+    /// The first part of a multipart body (RFC 2046, section 5.1), or null. Parts are looked for
+    /// one by one, as they are asked for.
     DwBodyPart* FirstBodyPart() const;
 
   private:

@@ -2,13 +2,13 @@
 
 #include <mimelib/string.h>
 
-// Undo the transfer encodings of RFC 2045, sections 6.7 and 6.8. Both set `out`, which may be `in`
-// itself, to what could be decoded. They return 0, or -1 when the input is malformed.
+/// Undo the transfer encodings of RFC 2045, sections 6.7 and 6.8. Both set `out`, which may be `in`
+/// itself, to what could be decoded. They return 0, or -1 when the input is malformed.
 
-// Characters outside the alphabet are skipped. The text ends with the first group of four that is
-// padded, malformed or cut short. Input of 1, 2 or 5 bytes gives an empty result.
+/// Characters outside the alphabet are skipped. The text ends with the first group of four that is
+/// padded, malformed or cut short. Input of 1, 2 or 5 bytes gives an empty result.
 int DwDecodeBase64(const DwString& in, DwString& out);
 
-// The input ends at its first zero byte. White space at line ends is dropped, CR LF becomes LF, and
-// bytes that are not encoded lose their highest bit.
+/// The input ends at its first zero byte. White space at line ends is dropped, CR LF becomes LF,
+/// and bytes that are not encoded lose their highest bit.
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out);

@@ -2,18 +2,18 @@
 
 #include <mimelib/string.h>
 
-// A piece of a message: the text it was made of and what can be read from that text.
+/// A piece of a message: the text it was made of and what can be read from that text.
 class DwMessageComponent {
   public:
     virtual ~DwMessageComponent() = default;
     DwMessageComponent(const DwMessageComponent&) = delete;
     DwMessageComponent& operator=(const DwMessageComponent&) = delete;
 
-    // Reads the component's outermost structure. Members read what they need by themselves too, so
-    // that a component below the message need not be told to parse.
+    /// Reads the component's outermost structure. Members read what they need by themselves too, so
+    /// that a component below the message need not be told to parse.
     virtual void Parse() {}
 
-    // The component's text, byte for byte as it stands in the message.
+    /// The component's text, byte for byte as it stands in the message.
     const DwString& AsString() { return text_; }
 
   protected:

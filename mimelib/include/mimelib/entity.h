@@ -8,17 +8,17 @@
 class DwBody;
 class DwHeaders;
 
-// Headers and body (RFC 822, section 3.1): a message or a part of one.
+/// Headers and body (RFC 822, section 3.1): a message or a part of one.
 class DwEntity : public DwMessageComponent {
   public:
     ~DwEntity() override;
     DwEntity(const DwEntity&) = delete;
     DwEntity& operator=(const DwEntity&) = delete;
 
-    // Finds where the headers end.
+    /// Finds where the headers end.
     void Parse() override;
 
-    // Owned by the entity. An entity without headers has empty ones.
+    /// Owned by the entity. An entity without headers has empty ones.
     DwHeaders& Headers() const;
     DwBody& Body() const;
 
@@ -37,18 +37,18 @@ class DwEntity : public DwMessageComponent {
 
 class DwMessage : public DwEntity {
   public:
-    // A message of the text given, which it shares. The caller deletes it. `parent` is the
-    // component that holds the message, or null; nothing is read from it.
+    /// A message of the text given, which it shares. The caller deletes it. `parent` is the
+    /// component that holds the message, or null; nothing is read from it.
     static DwMessage* NewMessage(const DwString& text, DwMessageComponent* parent);
 
   private:
     using DwEntity::DwEntity;
 };
 
-// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts.
+/// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts.
 class DwBodyPart : public DwEntity {
   public:
-    // The part behind this one, or null.
+    /// The part behind this one, or null.
     DwBodyPart* Next() const;
 
   private:

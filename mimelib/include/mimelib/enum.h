@@ -2,8 +2,8 @@
 
 using DwBool = bool;
 
-// Media types (RFC 2046) and transfer encodings (RFC 2045) by number. "Null" stands for an empty
-// field, "unknown" for any word that is not listed.
+/// Media types (RFC 2046) and transfer encodings (RFC 2045) by number. "Null" stands for an empty
+/// field, "unknown" for any word that is not listed.
 class DwMime {
   public:
     enum {

@@ -1,13 +1,13 @@
 #pragma once
 
-// The MIME library: parsing of a mail message as it came in (RFC 822/2822, RFC 2045, RFC 2046).
-//
-// Everything a component yields is a slice of the message text, which is held once. Nothing is
-// parsed before it is asked for, nested multiparts are never parsed, and time grows in proportion
-// to the text whatever it holds. Any byte string is a message. Pointers and references that a
-// component hands out belong to it and live as long as it does. No component may be used by two
-// threads at once, and neither may two strings that share a buffer. Running out of memory throws
-// std::bad_alloc.
+/// The MIME library: parsing of a mail message as it came in (RFC 822/2822, RFC 2045, RFC 2046).
+///
+/// Everything a component yields is a slice of the message text, which is held once. Nothing is
+/// parsed before it is asked for, nested multiparts are never parsed, and time grows in proportion
+/// to the text whatever it holds. Any byte string is a message. Pointers and references that a
+/// component hands out belong to it and live as long as it does. No component may be used by two
+/// threads at once, and neither may two strings that share a buffer. Running out of memory throws
+/// std::bad_alloc.
 
 #include <mimelib/address.h>
 #include <mimelib/body.h>
@@ -20,5 +20,5 @@
 #include <mimelib/media_type.h>
 #include <mimelib/string.h>
 
-// To be called once before anything is parsed.
+/// To be called once before anything is parsed.
 void DwInitialize();

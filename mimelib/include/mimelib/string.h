@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <utility>
 
-// A byte string that may hold zero bytes. Copies and substrings share one buffer and cost the same
-// whatever their length. Appending to a string that owns its buffer alone is amortised constant
-// time per byte and grows the buffer in place where the allocator can; otherwise the string first
-// gets a buffer of its own, so that no other string changes.
+/// A byte string that may hold zero bytes. Copies and substrings share one buffer and cost the same
+/// whatever their length. Appending to a string that owns its buffer alone is amortised constant
+/// time per byte and grows the buffer in place where the allocator can; otherwise the string first
+/// gets a buffer of its own, so that no other string changes.
 class DwString {
   public:
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
@@ -14,9 +14,9 @@ class DwString {
     DwString() noexcept = default;
     DwString(const DwString& other) noexcept;
     DwString(DwString&& other) noexcept;
-    // Copies `len` bytes from `buf`, which may be null when `len` is 0.
+    /// Copies `len` bytes from `buf`, which may be null when `len` is 0.
     DwString(const char* buf, std::size_t len);
-    // Copies up to the terminating zero byte; a null pointer gives an empty string.
+    /// Copies up to the terminating zero byte; a null pointer gives an empty string.
     DwString(const char* zero_terminated);  // NOLINT(google-explicit-constructor)
     ~DwString();
 
@@ -24,20 +24,20 @@ class DwString {
     DwString& operator=(DwString&& other) noexcept;
     DwString& operator+=(const DwString& other);
 
-    // The bytes, without a terminator; never null. Valid until the string is changed, destroyed or
-    // asked for c_str().
+    /// The bytes, without a terminator; never null. Valid until the string is changed, destroyed or
+    /// asked for c_str().
     const char* data() const noexcept;
-    // The bytes with a zero byte behind them. A slice from the middle of a shared buffer moves to a
-    // buffer of its own for this.
+    /// The bytes with a zero byte behind them. A slice from the middle of a shared buffer moves to
+    /// a buffer of its own for this.
     const char* c_str() const;
     std::size_t length() const noexcept { return length_; }
     std::size_t size() const noexcept { return length_; }
     bool empty() const noexcept { return length_ == 0; }
-    // `position` must be less than the length.
+    /// `position` must be less than the length.
     const char& operator[](std::size_t position) const noexcept { return data()[position]; }
 
-    // At most `len` bytes from `pos` on, as a slice of the same buffer; empty when `pos` is behind
-    // the end.
+    /// At most `len` bytes from `pos` on, as a slice of the same buffer; empty when `pos` is behind
+    /// the end.
     DwString substr(std::size_t pos, std::size_t len = npos) const noexcept;
 
     void swap(DwString& other) noexcept;
@@ -51,7 +51,7 @@ class DwString {
     void move_to_own_buffer(std::size_t capacity) const;
     bool owns_alone() const noexcept;
 
-    // A slice may change buffers in c_str(), which its users see as const.
+    /// A slice may change buffers in c_str(), which its users see as const.
     mutable Buffer* buffer_ = nullptr;
     mutable std::size_t start_ = 0;
     std::size_t length_ = 0;
