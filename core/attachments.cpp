@@ -15,8 +15,9 @@ Attachments find_attachments(MYSQL* connection, const std::string& rn_id,
             continue;
         }
         const std::string name = tolva_trim(filename.data());
+        const std::string path = std::string(directory).append("/").append(name);
         struct stat status {};
-        if (stat((directory + "/" + name).c_str(), &status) == 0) {
+        if (stat(path.c_str(), &status) == 0) {
             attachments.present.push_back(name);
         } else {
             attachments.missing += name + "\n";
