@@ -22,7 +22,7 @@ TEST(DwString, EmptyStringsHaveData) {
 
 TEST(DwString, CopiesAndSubstringsShareOneBuffer) {
     const DwString text("0123456789");
-    const DwString copy(text);
+    const DwString copy(text);  // NOLINT(performance-unnecessary-copy-initialization)
     EXPECT_EQ(copy.data(), text.data());
     EXPECT_EQ(text.substr(3, 4).data(), text.data() + 3);
     EXPECT_EQ(text.substr(3, 4), DwString("3456"));
@@ -62,7 +62,7 @@ TEST(DwString, CStrOfTheLastOwnerTerminatesInPlace) {
 
 TEST(DwString, AppendingChangesNoOtherString) {
     DwString text("ab");
-    const DwString copy(text);
+    const DwString copy(text);  // NOLINT(performance-unnecessary-copy-initialization)
     const DwString slice = text.substr(0, 1);
     text += DwString("cd");
     EXPECT_EQ(text, DwString("abcd"));
