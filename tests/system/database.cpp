@@ -44,12 +44,19 @@ std::vector<Row> Database::sql(const std::string& statement) {
     return rows;
 }
 
-void Database::reset() {
-    allow_statements(0);
+void Database::restore_tables() {
+    for (const Row& view : sql("show full tables where table_type = 'VIEW'")) {
+        sql("drop view " + view[0].value());
+    }
     for (const Row& moved : sql("show tables like '%\\_moved'")) {
         const std::string name = moved[0].value();
         sql("rename table " + name + " to " + name.substr(0, name.size() - 6));
     }
+}
+
+void Database::reset() {
+    allow_statements(0);
+    restore_tables();
     for (const char* table : kTables) {
         sql(std::string("delete from ") + table);
     }

@@ -24,6 +24,9 @@ class Database {
     // away, and lifts the limit of allow_statements.
     void reset();
 
+    // The part of it that brings back tables that were moved away, in place of views of them.
+    void restore_tables();
+
     // The panel's user "admin" may send this many more statements; later ones fail with
     // "User 'admin' has exceeded the 'max_queries_per_hour' resource (current value: N)".
     // 0 lifts the limit.

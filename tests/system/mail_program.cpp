@@ -65,6 +65,13 @@ void record_signals(std::ostream& facts) {
     }
 }
 
+void record_user(std::ostream& facts) {
+    facts << "real_user " << getuid() << '\n'
+          << "effective_user " << geteuid() << '\n'
+          << "real_group " << getgid() << '\n'
+          << "effective_group " << getegid() << '\n';
+}
+
 void record_input(std::ostream& facts) {
     struct stat status {};
     if (fstat(STDIN_FILENO, &status) == 0) {
@@ -105,10 +112,16 @@ int main(int argc, char** argv) {
     std::ostringstream facts;
     record_input(facts);
     record_signals(facts);
+    record_user(facts);
     record_descriptors(facts);
 
     const std::string how = behaviour();
     const std::string base = claim_number();
+    std::ofstream environment(base + ".environment", std::ios::binary);
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        environment << *variable << '\0';
+    }
+    environment.close();
     std::ofstream arguments(base + ".arguments", std::ios::binary);
     for (int i = 0; i < argc; ++i) {
         arguments << argv[i] << '\0';

@@ -3,9 +3,10 @@
 // What the capturing mail program and the tests agree on.
 //
 // The n-th mail program started (from 1) leaves in kMailDirectory
-//   n.arguments  its argument vector, each argument ended by a zero byte
-//   n.facts      lines "name value": what it found itself started with, see Submission
-//   n.message    its standard input, byte for byte
+//   n.arguments    its argument vector, each argument ended by a zero byte
+//   n.environment  its environment, in the same way
+//   n.facts        lines "name value": what it found itself started with, see Submission
+//   n.message      its standard input, byte for byte
 // and behaves as the word in kBehaviourFile, if there is one, says:
 //   count        stores only the number of bytes on standard input, as fact "size"
 //   unread       ends with status 0 without reading its standard input

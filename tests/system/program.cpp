@@ -1,6 +1,7 @@
 #include "tests/system/program.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -15,6 +16,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -73,6 +75,10 @@ bool refuse_fork() {
            prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
+bool become_nobody() {
+    return setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0;
+}
+
 void set_environment(const Invocation& invocation) {
     unsetenv("RESP_RECIPIENT");
     if (invocation.recipient) {
@@ -94,6 +100,9 @@ void set_environment(const Invocation& invocation) {
     for (int number = 1; number < NSIG; ++number) {
         std::signal(number, SIG_DFL);
     }
+    for (const int number : invocation.ignored) {
+        std::signal(number, SIG_IGN);
+    }
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -104,10 +113,14 @@ void set_environment(const Invocation& invocation) {
         close(fd);
     }
     for (const auto& [resource, value] : invocation.limits) {
-        const rlimit limit = {value, value};
+        // The soft limit alone: the mail program may lift it for itself.
+        rlimit limit = {};
+        ready = ready && getrlimit(static_cast<__rlimit_resource>(resource), &limit) == 0;
+        limit.rlim_cur = value;
         ready = ready && setrlimit(static_cast<__rlimit_resource>(resource), &limit) == 0;
     }
     ready = ready && (!invocation.refuse_fork || refuse_fork());
+    ready = ready && (!invocation.set_user_id || become_nobody());
     if (ready) {
         std::string name = path;
         std::array<char*, 2> arguments = {name.data(), nullptr};
@@ -128,6 +141,8 @@ Program::Program(const std::string& path, const Invocation& invocation)
         input_ = ends[0];
         holder_ = ends[1];
         write_all(holder_, invocation.message);
+    } else if (!invocation.input_path.empty()) {
+        input_ = open(invocation.input_path.c_str(), O_RDONLY | O_CLOEXEC);
     } else {
         input_ = memory_file("stdin");
         write_all(input_, invocation.message);
@@ -159,6 +174,10 @@ Program::~Program() {
 
 void Program::signal(int number) const {
     kill(pid_, number);
+}
+
+void Program::end_input() {
+    close(std::exchange(holder_, -1));
 }
 
 Finished Program::wait() {

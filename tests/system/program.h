@@ -20,6 +20,9 @@ constexpr bool kSanitized = __has_feature(address_sanitizer);
 constexpr bool kSanitized = false;
 #endif
 
+// User and group id of somebody who is not root.
+constexpr unsigned kNobody = 65534;
+
 // How a run is started.
 struct Invocation {
     std::string message;
@@ -27,9 +30,12 @@ struct Invocation {
     std::map<std::string, std::string> environment = {};        // set beside what the tests have
     std::vector<std::pair<int, rlim_t>> limits = {};            // RLIMIT_... and its value
     std::vector<int> closed = {};                               // descriptors closed at the start
+    std::vector<int> ignored = {};                              // signals ignored at the start
     mode_t umask = 022;
     bool refuse_fork = false;      // the kernel refuses new processes with EAGAIN
-    bool hold_input_open = false;  // no end of input after the message
+    bool hold_input_open = false;  // no end of input after the message until end_input()
+    std::string input_path = {};   // opened as standard input in place of the message
+    bool set_user_id = false;      // a set-user-ID copy of the program, started by kNobody
 };
 
 // What a run left behind.
@@ -52,6 +58,9 @@ class Program {
     ~Program();
 
     void signal(int number) const;
+
+    // Ends the input that was held open.
+    void end_input();
 
     // Waits for the end of the program; throws std::runtime_error when it has not ended in time.
     Finished wait();

@@ -18,10 +18,13 @@ namespace fs = std::filesystem;
 const char* const kFirstBoundary = "--------=_nWlrBbmQBhCDarzOwKkYHIDdqSCDX";
 const char* const kSecondBoundary = "--------=_rJmOWFrxsjyBldbEFSArCBynEcdyG";
 
+const std::string kRowFailure = "This row is spoilt";
+
 namespace {
 
 constexpr const char* kSendmail = "/usr/sbin/sendmail";
 constexpr const char* kProgram = "/world/bin/autoresponder";
+constexpr const char* kSetUserIdProgram = "/world/bin/set-user-id/autoresponder";
 constexpr const char* kCapture = "/world/bin/capture";
 constexpr const char* kPasswordFile = "/etc/tva/.tva.shadow";
 constexpr const char* kMailboxRoot = "/var/qmail/mailnames";
@@ -69,9 +72,27 @@ void read_facts(const fs::path& path, Submission& mail) {
             mail.blocked_signals = value;
         } else if (name == "size") {
             mail.size = std::stoull(value);
+        } else if (name == "real_user") {
+            mail.real_user = static_cast<unsigned>(std::stoul(value));
+        } else if (name == "effective_user") {
+            mail.effective_user = static_cast<unsigned>(std::stoul(value));
+        } else if (name == "real_group") {
+            mail.real_group = static_cast<unsigned>(std::stoul(value));
+        } else if (name == "effective_group") {
+            mail.effective_group = static_cast<unsigned>(std::stoul(value));
         }
     }
     std::sort(mail.descriptors.begin(), mail.descriptors.end());
+}
+
+// The strings of a file, each ended by a zero byte.
+std::vector<std::string> read_strings(const fs::path& path) {
+    std::istringstream bytes(read_file(path));
+    std::vector<std::string> strings;
+    for (std::string string; std::getline(bytes, string, '\0');) {
+        strings.push_back(string);
+    }
+    return strings;
 }
 
 std::vector<Submission> captured_mails() {
@@ -82,10 +103,8 @@ std::vector<Submission> captured_mails() {
             return mails;
         }
         Submission mail;
-        std::istringstream arguments(read_file(base + ".arguments"));
-        for (std::string argument; std::getline(arguments, argument, '\0');) {
-            mail.arguments.push_back(argument);
-        }
+        mail.arguments = read_strings(base + ".arguments");
+        mail.environment = read_strings(base + ".environment");
         mail.message = read_file(base + ".message");
         read_facts(base + ".facts", mail);
         mails.push_back(std::move(mail));
@@ -99,6 +118,9 @@ void World::install(const std::string& program, const std::string& mail_program)
     // Copies, so that a test may cover /tmp although the build directory lies below it.
     fs::copy_file(program, kProgram, fs::copy_options::overwrite_existing);
     fs::copy_file(mail_program, kCapture, fs::copy_options::overwrite_existing);
+    fs::create_directories(fs::path(kSetUserIdProgram).parent_path());
+    fs::copy_file(program, kSetUserIdProgram, fs::copy_options::overwrite_existing);
+    fs::permissions(kSetUserIdProgram, fs::perms(04755));
     password();
 }
 
@@ -124,7 +146,8 @@ void World::SetUp() {
 }
 
 std::unique_ptr<Program> World::start(const Invocation& invocation) {
-    return std::make_unique<Program>(kProgram, invocation);
+    return std::make_unique<Program>(invocation.set_user_id ? kSetUserIdProgram : kProgram,
+                                     invocation);
 }
 
 Outcome World::settle(Program& program, const std::vector<std::string>& before) {
@@ -173,6 +196,18 @@ void World::lose_table(const std::string& name) {
     sql("rename table " + name + " to " + name + "_moved");
 }
 
+void World::spoil_rows(const std::string& table, int sound) {
+    lose_table(table);
+    // Variables of a session count what each connection reads.
+    sql("create or replace function is_sound(sound int) returns int not deterministic reads sql "
+        "data "
+        "begin set @read = ifnull(@read, 0) + 1; if @read > sound then signal sqlstate '45000' "
+        "set message_text = '" +
+        kRowFailure + "'; end if; return 1; end");
+    sql("create view " + table + " as select * from " + table + "_moved where is_sound(" +
+        std::to_string(sound) + ")");
+}
+
 void World::write_file(const std::string& path, std::string_view bytes) {
     write_whole(path, bytes);
 }
@@ -214,6 +249,15 @@ std::vector<std::string> World::temporary_files() {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::vector<std::string> World::lines_of(const std::string& path) {
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    return lines;
 }
 
 SmallTmp::SmallTmp(const std::string& options) {

@@ -2,11 +2,13 @@
 
 // The fixture of the system tests: the private world, swept before each test, with a small panel.
 
+#include <chrono>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -24,6 +26,11 @@ struct Submission {
     std::vector<int> descriptors;  // open ones
     std::string ignored_signals;   // sets of signals, in hexadecimal
     std::string blocked_signals;
+    std::vector<std::string> environment;
+    unsigned real_user = 0;
+    unsigned effective_user = 0;
+    unsigned real_group = 0;
+    unsigned effective_group = 0;
 };
 
 struct Outcome {
@@ -66,6 +73,9 @@ class World : public testing::Test {
     static void add_forward(int responder, const std::string& address);
     // Moves a table of the panel out of sight until the next test.
     static void lose_table(const std::string& name);
+    // From now on the server begins to answer a query that reads rows of this table, and then fails
+    // with kRowFailure: when the query has read `sound` rows and goes on. Until the next test.
+    static void spoil_rows(const std::string& table, int sound = 0);
 
     // Makes a file, with the directories that lead to it.
     static void write_file(const std::string& path, std::string_view bytes);
@@ -84,6 +94,20 @@ class World : public testing::Test {
 
     // The names in /tmp, in order.
     static std::vector<std::string> temporary_files();
+
+    static std::vector<std::string> lines_of(const std::string& path);
+
+    // Waits until `condition` holds, for some seconds at most.
+    template <typename Condition>
+    static bool soon(Condition condition) {
+        for (int tries = 0; tries < 10000; ++tries) {
+            if (condition()) {
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return false;
+    }
 };
 
 // While it lives, /tmp is an empty file system mounted with these options of tmpfs.
@@ -96,6 +120,9 @@ class SmallTmp {
     SmallTmp& operator=(SmallTmp&&) = delete;
     ~SmallTmp();
 };
+
+// What the server says when it comes to a spoilt row.
+extern const std::string kRowFailure;
 
 // A message from sender@example.org with the header lines given and a short text.
 std::string message_with(std::initializer_list<std::string_view> lines,
