@@ -1,0 +1,112 @@
+// The program as a set-user-ID one, started by somebody who is not root.
+
+#include <sys/mount.h>
+#include <sys/prctl.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/system/world.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+// Whether the world's root may take on the user id kNobody: not so in the user namespace of an
+// ordinary user, who has but one id to give.
+bool nobody_exists() {
+    std::ifstream map("/proc/self/uid_map");
+    std::uint64_t first = 0;
+    std::uint64_t outside = 0;
+    std::uint64_t count = 0;
+    while (map >> first >> outside >> count) {
+        if (first <= kNobody && kNobody < first + count) {
+            return true;
+        }
+    }
+    return false;
+}
+
+class Privileges : public World {
+  protected:
+    void SetUp() override {
+        if (!nobody_exists() || prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) != 0) {
+            GTEST_SKIP() << "no user besides root, or no set-user-ID programs";
+        }
+        World::SetUp();
+        add_responder(1);
+        ASSERT_EQ(mount("run", "/run", "tmpfs", 0, "mode=755"), 0);
+        covered_ = true;
+    }
+
+    void TearDown() override {
+        if (covered_) {
+            umount2("/run", MNT_DETACH);
+        }
+    }
+
+    // The private server's socket appears where the client library looks for it on its own.
+    void put_server_at(const std::string& path) {
+        ASSERT_THAT(path, testing::StartsWith("/run/"));
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        std::filesystem::create_symlink(std::getenv("MYSQL_UNIX_PORT"), path);
+    }
+
+    // Where the client library looks for the server, from the report that there is none.
+    static std::string socket_named_in(const std::string& report) {
+        const std::size_t begin = report.find('\'', report.find("through socket ")) + 1;
+        return report.substr(begin, report.find('\'', begin) - begin);
+    }
+
+    const Invocation started_by_nobody_ = {
+        .message = plain_message(),
+        .environment = {{"MARIADB_PLUGIN_DIR", "/world"}, {"LC_ALL", "C"}, {"IFS", "x"}},
+        .set_user_id = true};
+
+  private:
+    bool covered_ = false;
+};
+
+TEST_F(Privileges, ASetUserIdProgramBecomesRootAndDropsItsCallersEnvironment) {
+    const Outcome without_server = run(started_by_nobody_);
+    EXPECT_THAT(without_server.err,
+                testing::StartsWith("autoresponder: Unable to connect to Tolva Database: "));
+    ASSERT_NO_FATAL_FAILURE(put_server_at(socket_named_in(without_server.err)));
+
+    const Outcome outcome = run(started_by_nobody_);
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    const Submission& mail = outcome.mails[0];
+    EXPECT_EQ(mail.message, plain_reply());
+    EXPECT_EQ(mail.real_user, 0U);
+    EXPECT_EQ(mail.effective_user, 0U);
+    EXPECT_EQ(mail.real_group, 0U);
+    EXPECT_EQ(mail.effective_group, 0U);
+    EXPECT_THAT(mail.environment, ElementsAre("RESP_RECIPIENT=user@example.com"));
+}
+
+TEST_F(Privileges, ASetUserIdProgramMissesARecipientThatIsNotSet) {
+    Invocation invocation = started_by_nobody_;
+    invocation.recipient = std::nullopt;
+    EXPECT_EQ(run(invocation).err,
+              "Could not get recipient e-mail address from RESP_RECIPIENT environment variable\n"
+              "Abnormal exit.\n");
+}
+
+TEST_F(Privileges, AProgramStartedByRootHandsItsEnvironmentOn) {
+    const Outcome outcome =
+        run({.message = plain_message(), .environment = {{"QMAILINJECT", "s"}}});
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_THAT(outcome.mails[0].environment, Contains("QMAILINJECT=s"));
+    EXPECT_THAT(outcome.mails[0].environment, Contains("RESP_RECIPIENT=user@example.com"));
+}
+
+}  // namespace
