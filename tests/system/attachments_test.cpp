@@ -257,6 +257,18 @@ TEST_F(Attachments, AFileThatCannotBeOpenedIsReportedAndItsPartLeftEmpty) {
     EXPECT_EQ(outcome.mails[0].message, reply_of(part("socket", "") + part("a.txt", "QQ==\n")));
 }
 
+TEST_F(Attachments, AFileThatFailsToBeReadIsReported) {
+    // A regular file by its status, and one that opens; nothing is mapped at its beginning.
+    std::filesystem::create_directories(attachment_path(""));
+    std::filesystem::create_symlink("/proc/self/mem", attachment_path("memory"));
+    add_attachment(1, "memory");
+    attach("a.txt", "A");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, unreadable(attachment_path("memory"), "Input/output error (5)"));
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].message, reply_of(part("memory", "") + part("a.txt", "QQ==\n")));
+}
+
 TEST_F(Attachments, FifosAndDevicesDoNotBlock) {
     std::filesystem::create_directories(attachment_path(""));
     ASSERT_EQ(mkfifo(attachment_path("fifo").c_str(), 0600), 0);
@@ -281,6 +293,16 @@ TEST_F(Attachments, AFailingQueryEndsTheRunBeforeTheReply) {
     EXPECT_EQ(outcome.err,
               "autoresponder: Unable to exec query :Table 'tva.resp_attach' doesn't exist\n");
     EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_EQ(statements().back(), "select filename from resp_attach where rn_id=1");
+}
+
+TEST_F(Attachments, NamesThatCannotBeReadEndTheRunBeforeTheReply) {
+    attach("a.txt", "A");
+    spoil_rows("resp_attach");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "autoresponder: Unable to exec query :" + kRowFailure + "\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_EQ(statements().back(), "select filename from resp_attach where rn_id=1");
 }
 
 TEST_F(Attachments, AGibibyteNeverLiesInMemory) {

@@ -98,6 +98,16 @@ TEST_F(Forward, AFailingQueryEndsTheRun) {
     EXPECT_EQ(outcome.err,
               "autoresponder: Unable to exec query :Table 'tva.resp_forward' doesn't exist\n");
     EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_EQ(statements().back(), "select address from resp_forward where rn_id=1");
+}
+
+TEST_F(Forward, AddressesThatCannotBeReadEndTheRun) {
+    add_forward(1, "copy@example.net");
+    spoil_rows("resp_forward");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "autoresponder: Unable to exec query :" + kRowFailure + "\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_EQ(statements().back(), "select address from resp_forward where rn_id=1");
 }
 
 TEST_F(Forward, WithoutTheCopyOnDiskTheReplyIsStillSent) {
@@ -128,7 +138,25 @@ TEST_F(Forward, AnAddressThatLooksLikeAnOptionGetsNothingAndTheReplyIsSent) {
     const Outcome outcome = answer(plain_message());
     ASSERT_THAT(outcome.mails, SizeIs(1));
     EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());
-    EXPECT_THAT(outcome.err, HasSubstr("'-oQ/tmp@example.net'"));
+    EXPECT_EQ(outcome.err,
+              "autoresponder: Not forwarded to '-oQ/tmp@example.net': the address begins with a "
+              "hyphen\n");
+}
+
+TEST_F(Forward, AnAddressWithAControlCharacterGetsNothingAndTheOthersDo) {
+    add_forward(1, "a@example.net\nBcc: b@example.net");
+    add_forward(1, "copy@example.net");
+    add_forward(1, "a" + std::string(1, '\0') + "@example.net");
+    const Outcome outcome = answer(plain_message());
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_THAT(outcome.mails[0].arguments,
+                ElementsAre("/usr/sbin/sendmail", "-f", "user@example.com", "copy@example.net"));
+    EXPECT_EQ(outcome.mails[1].arguments, reply_arguments());
+    EXPECT_EQ(outcome.err,
+              "autoresponder: Not forwarded to 'a@example.net\nBcc: b@example.net': the address "
+              "holds a control character\n"
+              "autoresponder: Not forwarded to 'a" +
+                  std::string(1, '\0') + "@example.net': the address holds a control character\n");
 }
 
 }  // namespace

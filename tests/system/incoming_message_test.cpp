@@ -58,6 +58,16 @@ TEST_F(Incoming, WithoutATemporaryFileTheRunEnds) {
     const Outcome outcome = answer(plain_message());
     EXPECT_EQ(outcome.err, "Could not create a temporary file.\nAbnormal exit.\n");
     EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(statements(), IsEmpty());
+}
+
+TEST_F(Incoming, AnInputThatCannotBeReadIsReported) {
+    const Outcome outcome = run({.message = "", .input_path = "/etc"});
+    EXPECT_EQ(outcome.err,
+              std::string("autoresponder: Failed to read the message: Is a directory (21)\n") +
+                  kNoSender);
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(statements(), IsEmpty());
 }
 
 TEST_F(Incoming, ReplyToComesBeforeFrom) {
@@ -109,6 +119,7 @@ TEST_F(Incoming, WithoutAUsableSenderTheRunEnds) {
         SCOPED_TRACE(message);
         EXPECT_EQ(answered(message), kNoSender);
     }
+    EXPECT_THAT(statements(), IsEmpty());
 }
 
 TEST_F(Incoming, WithoutARecipientTheRunEnds) {
@@ -117,6 +128,7 @@ TEST_F(Incoming, WithoutARecipientTheRunEnds) {
               "Could not get recipient e-mail address from RESP_RECIPIENT environment variable\n"
               "Abnormal exit.\n");
     EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(statements(), IsEmpty());
 }
 
 TEST_F(Incoming, WithNeitherSenderNorRecipientOnlyTheSenderIsReported) {

@@ -176,6 +176,33 @@ TEST_F(ResponderRow, AFailingResponderQueryEndsTheRun) {
               "autoresponder: Unable to exec query :User 'admin' has exceeded the "
               "'max_queries_per_hour' resource (current value: 5)\n");
     EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(statements().back(), testing::EndsWith("from mail_resp where mn_id=1"));
+}
+
+TEST_F(ResponderRow, RespondersThatCannotBeReadEndTheRun) {
+    add_responder(1);
+    add_responder(2);
+    for (const int sound : {0, 1}) {
+        SCOPED_TRACE(sound);
+        spoil_rows("mail_resp", sound);
+        const Outcome outcome = answer(plain_message());
+        EXPECT_EQ(outcome.err, "autoresponder: Unable to exec query :" + kRowFailure + "\n");
+        EXPECT_THAT(outcome.mails, IsEmpty());
+        EXPECT_THAT(statements().back(), testing::EndsWith("from mail_resp where mn_id=1"));
+        database().restore_tables();
+    }
+}
+
+TEST_F(ResponderRow, ColumnsGoOnBehindAZeroByte) {
+    const std::string zero(1, '\0');
+    EXPECT_EQ(reply("text=concat('before', char(0), 'after')"),
+              plain_reply("Re: Hello", "before" + zero + "after"));
+    sql("delete from mail_resp");
+    EXPECT_EQ(reply("text='Gone fishing.', reply_to=concat('a', char(0), 'b')"),
+              "Reply-To: a" + zero + "b\n" + plain_reply());
+    EXPECT_EQ(replies("resp_on=concat('false', char(0))"), 1U);
+    EXPECT_EQ(replies("key_where=concat('subj', char(0)), keystr='absent'"), 1U);
+    EXPECT_EQ(replies("key_where='subj', keystr=concat('Hello', char(0))"), 0U);
 }
 
 }  // namespace

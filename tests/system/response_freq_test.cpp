@@ -238,7 +238,26 @@ TEST_F(ResponseFreq, EachStatementThatFailsEndsTheRun) {
                       std::to_string(allowed) + ")\n");
         EXPECT_THAT(outcome.mails, IsEmpty());
         EXPECT_THAT(remembered(), SizeIs(c.known ? 1 : 0));
+        // The server's log holds the refused one, too.
+        EXPECT_THAT(statements(), SizeIs(2 + c.place + 1));
     }
+}
+
+TEST_F(ResponseFreq, RowsThatCannotBeReadCountAsNone) {
+    // The purge reads the row of yesterday. The count fails, and so does the look-up: a sender that
+    // cannot be looked up is added.
+    add_responder(1);
+    remember("yesterday@example.org", 5, "now() - interval 1 day");
+    remember("sender@example.org", 5);
+    spoil_rows("resp_freq", 1);
+    const Outcome outcome = answer(plain_message());
+    const std::string line =
+        "autoresponder: Unable to read the rows of a query: " + kRowFailure + "\n";
+    EXPECT_EQ(outcome.err, line + line);
+    EXPECT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_THAT(limit_statements(), ElementsAre(kPurge, kCount, kLookUp, kInsert));
+    EXPECT_THAT(sql("select num from resp_freq_moved order by num"),
+                ElementsAre(ElementsAre("1"), ElementsAre("5")));
 }
 
 TEST_F(ResponseFreq, AMissingTableEndsTheRun) {
@@ -249,6 +268,7 @@ TEST_F(ResponseFreq, AMissingTableEndsTheRun) {
     EXPECT_EQ(outcome.err,
               "autoresponder: Unable to exec query :Table 'tva.resp_freq' doesn't exist\n");
     EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_EQ(statements().back(), kPurge);
 }
 
 }  // namespace

@@ -46,6 +46,7 @@ TEST_F(Run, AnEmptyInputEndsTheRun) {
     EXPECT_EQ(answer("").err,
               "Could not get sender's e-mail address from Reply-To: or From: headers.\n"
               "Abnormal exit.\n");
+    EXPECT_THAT(statements(), IsEmpty());
 }
 
 TEST_F(Run, ASenderEqualToTheRecipientIsNotAnswered) {
