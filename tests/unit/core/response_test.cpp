@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <string>
 
@@ -126,6 +127,33 @@ TEST(ResponseSubject, EveryPlaceholderIsFilledIn) {
     EXPECT_EQ(subject("<orig_emails_sender_mailname>"), "ann@correspondent.example");
     EXPECT_EQ(subject("[<request_subject>]"), "[A question]");
     EXPECT_EQ(subject("<orig_emails_subj>, <incoming_message_subject>"), "A question, A question");
+}
+
+TEST(ResponseSubject, PlaceholdersKeepTheValuesOfTheFirstMessageOfTheProcess) {
+    // In a process of its own, whose first message is this one.
+    const auto answer_two_messages = [] {
+        const auto made = [](const char* from, const char* subject) {
+            Mail_content content;
+            content.from = from;
+            content.subject = subject;
+            return content;
+        };
+        static const Mail_content first = made("first@a.example", "One");
+        const Mail_content second = made("second@b.example", "Two");
+        Responder_row row = responder();
+        row.subject =
+            "<request_from> <request_subject> <orig_emails_sender_mailname> <orig_emails_subj> "
+            "<incoming_message_subject>";
+        std::cerr << response_subject(first, row) << "\n";
+        std::cerr << response_subject(second, row) << "\n";
+        std::cerr << response_subject(second, responder()) << "\n";
+        std::exit(EXIT_SUCCESS);
+    };
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(answer_two_messages(), testing::ExitedWithCode(EXIT_SUCCESS),
+                "^first@a.example One first@a.example One One\n"
+                "first@a.example One first@a.example One One\n"
+                "Re: Two\n$");
 }
 
 TEST(ResponseSubject, UnknownEmptyAndOverlongNamesStayAsWritten) {
