@@ -32,8 +32,8 @@ std::uint32_t value(char character) {
     return code < sizeof(base64idx) ? base64idx[code] : 255;
 }
 
-/// The values of `count` characters, the first in the highest place. They are added, not or-ed: the
-/// 255 of a foreign character carries into its neighbour.
+// The values of `count` characters, the first in the highest place. They are added, not or-ed: the
+// 255 of a foreign character carries into its neighbour.
 std::uint32_t gather(const char* characters, std::size_t count) {
     std::uint32_t bits = 0;
     for (std::size_t i = 0; i < count; ++i) {

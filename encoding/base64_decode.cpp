@@ -24,8 +24,8 @@ unsigned symbol_value(char symbol) {
     return symbol == '/' ? 63 : kNoSymbol;
 }
 
-/// Standard error is unbuffered: what is wrong with a run of symbols is written in blocks, not by a
-/// system call for each symbol.
+// Standard error is unbuffered: what is wrong with a run of symbols is written in blocks, not by a
+// system call for each symbol.
 class Complaints {
   public:
     Complaints() = default;

@@ -13,7 +13,7 @@ namespace {
 // the square of the length. The names that the C library knows have at most some twenty bytes.
 constexpr std::size_t kLongestName = 1024;
 
-/// An open conversion; its descriptor is given back on every way out.
+// An open conversion; its descriptor is given back on every way out.
 class Conversion {
   public:
     Conversion(const std::string& to, const std::string& from)
@@ -31,8 +31,8 @@ class Conversion {
         return descriptor == closed() || iconv_close(descriptor) == 0;
     }
 
-    /// Converts as much of `input` as fits into one piece, appends it to `result` and moves `input`
-    /// and `left` behind what was read. Returns iconv's errno, 0 for success.
+    // Converts as much of `input` as fits into one piece, appends it to `result` and moves `input`
+    // and `left` behind what was read. Returns iconv's errno, 0 for success.
     int convert_piece(char*& input, std::size_t& left, std::string& result) {
         std::array<char, 4096> piece;
         char* output = piece.data();
@@ -55,7 +55,7 @@ class Conversion {
     iconv_t descriptor_;
 };
 
-/// Converts all of `text`; false when it cannot be converted to its end.
+// Converts all of `text`; false when it cannot be converted to its end.
 bool convert(Conversion& conversion, const std::string& text, bool skip_invalid,
              std::string& result) {
     char* input = const_cast<char*>(text.data());  // iconv(3) does not write there

@@ -43,7 +43,7 @@ struct Free {
     void operator()(char* text) const { std::free(text); }
 };
 
-/// Runs one of libidn's conversions of zero-terminated UTF-8.
+// Runs one of libidn's conversions of zero-terminated UTF-8.
 std::string convert(int (*conversion)(const char* input, char** output, int flags),
                     const std::string& name) {
     char* output = nullptr;

@@ -19,8 +19,8 @@ namespace {
 
 constexpr const char* kBlanks = " \t";
 
-/// The byte that the one or two characters after a "=" stand for. strtoul(3) reads them, so a sign
-/// or a white-space character before a digit counts too.
+// The byte that the one or two characters after a "=" stand for. strtoul(3) reads them, so a sign
+// or a white-space character before a digit counts too.
 char qp_byte(const std::string& pair) {
     char* end = nullptr;
     const unsigned long byte = std::strtoul(pair.c_str(), &end, 16);

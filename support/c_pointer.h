@@ -1,4 +1,4 @@
-// Ownership of what the C library's allocators gave, behind the C interfaces.
+/// Ownership of what the C library's allocators gave, behind the C interfaces.
 #pragma once
 
 #include <cstdlib>

@@ -17,7 +17,7 @@ namespace {
 
 // Waits until a stream has something to read, and reads it; false when a read failed. errno is then
 // that of the failure.
-bool collect(const std::vector<captured_stream*>& captured) {
+bool collect(const std::vector<CapturedStream*>& captured) {
     std::vector<pollfd> waiting(captured.size());
     while (true) {
         bool any = false;
@@ -41,23 +41,23 @@ bool collect(const std::vector<captured_stream*>& captured) {
 
 }  // namespace
 
-output_buffer::outcome read_and_report(output_buffer& buffer, int fd) {
-    const output_buffer::outcome outcome = buffer.read_from(fd);
-    if (outcome == output_buffer::outcome::no_memory) {
+OutputBuffer::Outcome read_and_report(OutputBuffer& buffer, int fd) {
+    const OutputBuffer::Outcome outcome = buffer.read_from(fd);
+    if (outcome == OutputBuffer::Outcome::no_memory) {
         messlog2(0, 0, "Cannot allocate memory");
-    } else if (outcome == output_buffer::outcome::failed) {
+    } else if (outcome == OutputBuffer::Outcome::failed) {
         messlog2(0, 0, "fork_exec*: read(pipe) failed: %s\n", strerror(errno));
     }
     return outcome;
 }
 
-captured_stream::captured_stream(char** target) : target_(target) {
+CapturedStream::CapturedStream(char** target) : target_(target) {
     if (target_ != nullptr) {
         *target_ = nullptr;
     }
 }
 
-bool captured_stream::open() {
+bool CapturedStream::open() {
     if (target_ == nullptr) {
         return true;
     }
@@ -75,33 +75,33 @@ bool captured_stream::open() {
     return true;
 }
 
-bool captured_stream::read() {
-    const output_buffer::outcome outcome = read_and_report(text_, read_end_.get());
-    if (outcome == output_buffer::outcome::ended) {
+bool CapturedStream::read() {
+    const OutputBuffer::Outcome outcome = read_and_report(text_, read_end_.get());
+    if (outcome == OutputBuffer::Outcome::ended) {
         read_end_.close();
     }
-    return outcome == output_buffer::outcome::ended || outcome == output_buffer::outcome::pending;
+    return outcome == OutputBuffer::Outcome::ended || outcome == OutputBuffer::Outcome::pending;
 }
 
-void captured_stream::hand_over() {
+void CapturedStream::hand_over() {
     if (target_ != nullptr) {
         *target_ = text_.release();
     }
 }
 
-int run_captured(const child::streams& wanted, std::initializer_list<captured_stream*> captured,
+int run_captured(const child::Streams& wanted, std::initializer_list<CapturedStream*> captured,
                  const char* path, char* const argv[]) {
     const pid_t pid = child::start(wanted, path, argv);
     if (pid == -1) {
         child::report_failed_fork(0);
         return -1;
     }
-    for (captured_stream* stream : captured) {
+    for (CapturedStream* stream : captured) {
         stream->close_child_end();
     }
     const bool complete = collect(captured);
     const int error = errno;
-    for (captured_stream* stream : captured) {
+    for (CapturedStream* stream : captured) {
         stream->close();  // a child that still writes must not wait for a reader
     }
     const int status = child::wait_for(pid);
@@ -110,7 +110,7 @@ int run_captured(const child::streams& wanted, std::initializer_list<captured_st
         return -1;
     }
     if (status != -1) {
-        for (captured_stream* stream : captured) {
+        for (CapturedStream* stream : captured) {
             stream->hand_over();
         }
     }

@@ -39,7 +39,7 @@ bool connect(int source, int slot) {
     return connected;
 }
 
-bool connect_streams(const streams& wanted) {
+bool connect_streams(const Streams& wanted) {
     std::array<int, kStandardStreams> sources = {wanted.in, wanted.out, wanted.err};
     // A standard stream that is wanted in another's place goes out of the way first: its own slot
     // may be filled before it is needed, and must not be closed afterwards.
@@ -118,8 +118,8 @@ void reset_sigpipe() {
     sigaction(SIGPIPE, &action, nullptr);
 }
 
-[[noreturn]] void become(const streams& wanted, const char* path, char* const argv[],
-                         exec_failure_report report) {
+[[noreturn]] void become(const Streams& wanted, const char* path, char* const argv[],
+                         ExecFailureReport report) {
     if (!connect_streams(wanted)) {
         say({"fork_execv: dup() failed: ", reason(errno), "\n"});
         _exit(kCannotBecomeProgram);
@@ -141,8 +141,7 @@ void report_failed_execv(const char* path, int error) {
     say({"fork_execv: execv(\"", path, "\") failed: ", reason(error), "\n"});
 }
 
-pid_t start(const streams& wanted, const char* path, char* const argv[],
-            exec_failure_report report) {
+pid_t start(const Streams& wanted, const char* path, char* const argv[], ExecFailureReport report) {
     const pid_t pid = fork();
     if (pid == 0) {
         become(wanted, path, argv, report);
@@ -177,7 +176,7 @@ void say(std::initializer_list<const char*> texts) {
     }
 }
 
-argument_vector collect_arguments(va_list arguments) {
+ArgumentVector collect_arguments(va_list arguments) {
     va_list counted;
     va_copy(counted, arguments);
     size_t count = 1;  // the null pointer at the end
@@ -186,7 +185,7 @@ argument_vector collect_arguments(va_list arguments) {
     }
     va_end(counted);
 
-    argument_vector vector(static_cast<char**>(std::malloc(count * sizeof(char*))));
+    ArgumentVector vector(static_cast<char**>(std::malloc(count * sizeof(char*))));
     if (vector != nullptr) {
         for (size_t i = 0; i < count; ++i) {
             vector[i] = va_arg(arguments, char*);

@@ -7,58 +7,58 @@
 
 #include "support/c_pointer.h"
 
-// What the functions of the exec family share: the way from fork(2) to execv(2), and the wait.
+/// What the functions of the exec family share: the way from fork(2) to execv(2), and the wait.
 namespace tolva::child {
 
-// Where the child's standard streams come from. The number of the stream itself means that the
-// child inherits it, -1 means /dev/null, any other value is a descriptor of the caller, which is
-// closed in the child once it has become the stream.
-struct streams {
+/// Where the child's standard streams come from. The number of the stream itself means that the
+/// child inherits it, -1 means /dev/null, any other value is a descriptor of the caller, which is
+/// closed in the child once it has become the stream.
+struct Streams {
     int in = 0;
     int out = 1;
     int err = 2;
 };
 
-// Says on the child's standard error why execv(2) failed. Called between fork and _exit: only
-// async-signal-safe functions.
-using exec_failure_report = void (*)(const char* path, int error);
+/// Says on the child's standard error why execv(2) failed. Called between fork and _exit: only
+/// async-signal-safe functions.
+using ExecFailureReport = void (*)(const char* path, int error);
 
-// "fork_execv: execv(\"%s\") failed: %s\n"
+/// "fork_execv: execv(\"%s\") failed: %s\n"
 void report_failed_execv(const char* path, int error);
 
-// Starts path with argv in a child that has the streams given, no other descriptor, SIGPIPE at its
-// default and the signal mask of the caller. Gives the child's process id, or -1 with the errno of
-// fork(2); reports nothing itself. A child whose streams cannot be connected or that cannot become
-// the program says so on its standard error and ends with status 255, through _exit(2): what the
-// caller registered with atexit(3) or holds in stdio buffers is the caller's alone.
-pid_t start(const streams& wanted, const char* path, char* const argv[],
-            exec_failure_report report = report_failed_execv);
+/// Starts path with argv in a child that has the streams given, no other descriptor, SIGPIPE at its
+/// default and the signal mask of the caller. Gives the child's process id, or -1 with the errno of
+/// fork(2); reports nothing itself. A child whose streams cannot be connected or that cannot become
+/// the program says so on its standard error and ends with status 255, through _exit(2): what the
+/// caller registered with atexit(3) or holds in stdio buffers is the caller's alone.
+pid_t start(const Streams& wanted, const char* path, char* const argv[],
+            ExecFailureReport report = report_failed_execv);
 
-// Waits for the end of that child, whatever signals arrive meanwhile. Gives the status as
-// waitpid(2) does, or -1 with errno.
+/// Waits for the end of that child, whatever signals arrive meanwhile. Gives the status as
+/// waitpid(2) does, or -1 with errno.
 int wait_for(pid_t pid);
 
-// strerror(3) without its buffer and its locale; async-signal-safe.
+/// strerror(3) without its buffer and its locale; async-signal-safe.
 const char* reason(int error);
 
-// Writes the texts to standard error in one piece; async-signal-safe.
+/// Writes the texts to standard error in one piece; async-signal-safe.
 void say(std::initializer_list<const char*> texts);
 
-// An argument vector for execv(2); the strings belong to whoever passed them.
-using argument_vector = CPointer<char*[]>;
+/// An argument vector for execv(2); the strings belong to whoever passed them.
+using ArgumentVector = CPointer<char*[]>;
 
-// The const char* arguments of a variable list up to and including the null pointer that ends it.
-// Null with errno ENOMEM when there is no memory.
-argument_vector collect_arguments(va_list arguments);
+/// The const char* arguments of a variable list up to and including the null pointer that ends it.
+/// Null with errno ENOMEM when there is no memory.
+ArgumentVector collect_arguments(va_list arguments);
 
-// Reports "malloc() failed: %s" with the pending error through messlog2, which keeps errno.
+/// Reports "malloc() failed: %s" with the pending error through messlog2, which keeps errno.
 void report_failed_malloc(int status);
 
-// Calls run(argv) with the arguments of a variable list. When there is no memory for them, reports
-// "malloc() failed: %s" through messlog2 with that status and gives -1.
+/// Calls run(argv) with the arguments of a variable list. When there is no memory for them, reports
+/// "malloc() failed: %s" through messlog2 with that status and gives -1.
 template <typename Run>
 int with_arguments(va_list arguments, int status, Run run) {
-    const argument_vector argv = collect_arguments(arguments);
+    const ArgumentVector argv = collect_arguments(arguments);
     if (argv == nullptr) {
         report_failed_malloc(status);
         return -1;
@@ -66,7 +66,7 @@ int with_arguments(va_list arguments, int status, Run run) {
     return run(argv.get());
 }
 
-// Reports "fork_execv_pipes: fork() failed" through messlog2, which keeps errno.
+/// Reports "fork_execv_pipes: fork() failed" through messlog2, which keeps errno.
 void report_failed_fork(int status);
 
 }  // namespace tolva::child

@@ -11,7 +11,7 @@
 #include "support/db_session.h"
 #include "support/log.h"
 
-using tolva::db::connection_handle;
+using tolva::db::ConnectionHandle;
 
 namespace {
 
@@ -25,14 +25,14 @@ constexpr unsigned kAnswerSeconds = 300;
 int mysql41_compatible = -1;
 
 // The administrator's password, wiped from memory when it is no longer needed.
-class admin_password {
+class AdminPassword {
   public:
-    admin_password() = default;
-    admin_password(const admin_password&) = delete;
-    admin_password& operator=(const admin_password&) = delete;
-    admin_password(admin_password&&) = delete;
-    admin_password& operator=(admin_password&&) = delete;
-    ~admin_password() { explicit_bzero(text_.data(), text_.size()); }
+    AdminPassword() = default;
+    AdminPassword(const AdminPassword&) = delete;
+    AdminPassword& operator=(const AdminPassword&) = delete;
+    AdminPassword(AdminPassword&&) = delete;
+    AdminPassword& operator=(AdminPassword&&) = delete;
+    ~AdminPassword() { explicit_bzero(text_.data(), text_.size()); }
 
     // False with errno and the reason in err.
     bool read(char* err, size_t size) {
@@ -83,7 +83,7 @@ void set_options(MYSQL* connection) {
     mysql_options(connection, MYSQL_OPT_LOCAL_INFILE, &none);
 }
 
-MYSQL* null_on_error(connection_handle connection) {
+MYSQL* null_on_error(ConnectionHandle connection) {
     if (connection != nullptr && mysql_errno(connection.get()) != 0) {
         connection.reset();
         errno = 0;
@@ -98,12 +98,12 @@ void db_library_init(void) {
 }
 
 MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
-    admin_password password;
+    AdminPassword password;
     if (!password.read(err, size)) {
         return nullptr;
     }
     db_library_init();
-    connection_handle connection(mysql_init(nullptr));
+    ConnectionHandle connection(mysql_init(nullptr));
     if (connection == nullptr) {
         std::snprintf(err, size, "Unable to initialize MySQL connection structure: %s",
                       strerror(ENOMEM));
@@ -122,7 +122,7 @@ MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
 }
 
 MYSQL* tolva_db_connect_raw(char* err, size_t size) {
-    return null_on_error(connection_handle(tolva_db_connect_raw_ex(err, size)));
+    return null_on_error(ConnectionHandle(tolva_db_connect_raw_ex(err, size)));
 }
 
 MYSQL* tolva_db_connect_ex(char* err, size_t size) {
@@ -138,7 +138,7 @@ MYSQL* tolva_db_connect_ex(char* err, size_t size) {
 }
 
 MYSQL* tolva_db_connect(char* err, size_t size) {
-    return null_on_error(connection_handle(tolva_db_connect_ex(err, size)));
+    return null_on_error(ConnectionHandle(tolva_db_connect_ex(err, size)));
 }
 
 MYSQL* db_connect_nothrow(char* err, size_t size) {

@@ -6,15 +6,15 @@
 
 namespace tolva::db {
 
-struct connection_deleter {
+struct ConnectionDeleter {
     void operator()(MYSQL* connection) const { mysql_close(connection); }
 };
 
-struct result_deleter {
+struct ResultDeleter {
     void operator()(MYSQL_RES* result) const { mysql_free_result(result); }
 };
 
-using connection_handle = std::unique_ptr<MYSQL, connection_deleter>;
-using result_handle = std::unique_ptr<MYSQL_RES, result_deleter>;
+using ConnectionHandle = std::unique_ptr<MYSQL, ConnectionDeleter>;
+using ResultHandle = std::unique_ptr<MYSQL_RES, ResultDeleter>;
 
 }  // namespace tolva::db

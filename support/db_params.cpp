@@ -13,8 +13,8 @@
 #include "support/db_handle.h"
 #include "support/log.h"
 
-using tolva::db::connection_handle;
-using tolva::db::result_handle;
+using tolva::db::ConnectionHandle;
+using tolva::db::ResultHandle;
 
 namespace {
 
@@ -22,16 +22,16 @@ constexpr size_t kParameterSize = 4096;
 char parameter[kParameterSize];
 
 // The caller's connection or, where there is none, one that lasts as long as this object.
-class borrowed_or_own {
+class BorrowedOrOwn {
   public:
-    explicit borrowed_or_own(MYSQL* borrowed)
+    explicit BorrowedOrOwn(MYSQL* borrowed)
         : own_(borrowed == nullptr ? db_connect() : nullptr),
           connection_(borrowed != nullptr ? borrowed : own_.get()) {}
 
     MYSQL* get() const { return connection_; }
 
   private:
-    connection_handle own_;
+    ConnectionHandle own_;
     MYSQL* connection_;
 };
 
@@ -54,12 +54,12 @@ bool append_value(std::string& statement, MYSQL* connection, const char* value) 
 }  // namespace
 
 char* get_param_query(const char* query, MYSQL* connection) {
-    const borrowed_or_own database(connection);
+    const BorrowedOrOwn database(connection);
     if (database.get() == nullptr) {
         messlog2(0, 0, "Unable to connect to the mysql database\n");
         return nullptr;
     }
-    result_handle result;
+    ResultHandle result;
     const bool sent = mysql_query(database.get(), query) == 0;
     if (sent) {
         result.reset(mysql_store_result(database.get()));
@@ -124,7 +124,7 @@ int report_failure(const char* format, const char* name, const char* reason) {
 }
 
 int apply(change wanted, const char* name, const messages& texts, MYSQL* connection) {
-    const borrowed_or_own database(connection);
+    const BorrowedOrOwn database(connection);
     if (database.get() == nullptr) {
         messlog2(0, 0, "%s", texts.unconnected);
         return -1;

@@ -18,9 +18,9 @@
 #include "support/output_buffer.h"
 
 namespace child = tolva::child;
-using tolva::captured_stream;
+using tolva::CapturedStream;
 using tolva::Descriptor;
-using tolva::output_buffer;
+using tolva::OutputBuffer;
 
 namespace {
 
@@ -45,7 +45,7 @@ void report_utility(int status, const char* path, const char* output) {
 }
 
 int getoutput(char** output, const char* path, char* const argv[]) {
-    output_buffer text;
+    OutputBuffer text;
     std::array<int, 2> ends{};
     if (argv == nullptr || !text.reserve() || pipe2(ends.data(), O_CLOEXEC) == -1) {
         messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(errno));
@@ -61,14 +61,14 @@ int getoutput(char** output, const char* path, char* const argv[]) {
     write_end.close();
     const auto outcome = text.read_from(read_end.get());
     const int error = errno;
-    if (outcome == output_buffer::outcome::no_memory) {
+    if (outcome == OutputBuffer::Outcome::no_memory) {
         messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(error));
-    } else if (outcome == output_buffer::outcome::failed) {
+    } else if (outcome == OutputBuffer::Outcome::failed) {
         messlog2(0, 0, "Cannot read child output:\n%s", strerror(error));
     }
     read_end.close();
     const int status = child::wait_for(pid);
-    if (outcome != output_buffer::outcome::ended) {
+    if (outcome != OutputBuffer::Outcome::ended) {
         errno = error;
         return -1;
     }
@@ -85,7 +85,7 @@ int getoutput(char** output, const char* path, char* const argv[]) {
 
 int popen_exec_getoutput(char** output, const char* command) {
     *output = nullptr;
-    output_buffer text;
+    OutputBuffer text;
     if (!text.reserve()) {
         messlog2(0, 0, "popen_exec: failed to allocate memory\n");
         return -1;
@@ -97,10 +97,10 @@ int popen_exec_getoutput(char** output, const char* command) {
                  "allocate memory\n");
         return -1;
     }
-    if (text.read_from(fileno(pipe)) == output_buffer::outcome::no_memory) {
+    if (text.read_from(fileno(pipe)) == OutputBuffer::Outcome::no_memory) {
         messlog2(0, 0,
                  "popen_exec: warning: failed to allocate memory for command output buffer\n");
-        output_buffer::drain(fileno(pipe));
+        OutputBuffer::drain(fileno(pipe));
     }
     const int status = pclose(pipe);
     if (status != -1) {
@@ -128,20 +128,20 @@ int fork_execv_getoutput(char** output, const char* path, ...) {
     *output = nullptr;
     va_list arguments;
     va_start(arguments, path);
-    const child::argument_vector argv = child::collect_arguments(arguments);
+    const child::ArgumentVector argv = child::collect_arguments(arguments);
     va_end(arguments);
     return getoutput(output, path, argv.get());
 }
 
 int read_to_buf(int fd, char** buf, size_t* length) {
-    output_buffer buffer(*buf, *length);
-    const output_buffer::outcome outcome = tolva::read_and_report(buffer, fd);
+    OutputBuffer buffer(*buf, *length);
+    const OutputBuffer::Outcome outcome = tolva::read_and_report(buffer, fd);
     *length = buffer.length();
     *buf = buffer.release();
     switch (outcome) {
-        case output_buffer::outcome::ended:
+        case OutputBuffer::Outcome::ended:
             return 0;
-        case output_buffer::outcome::pending:
+        case OutputBuffer::Outcome::pending:
             return 1;
         default:
             return -1;
@@ -149,8 +149,8 @@ int read_to_buf(int fd, char** buf, size_t* length) {
 }
 
 int fork_execv_getouterr(char** out, char** err, const char* path, char* const argv[]) {
-    captured_stream output(out);
-    captured_stream errors(err);
+    CapturedStream output(out);
+    CapturedStream errors(err);
     if (!output.open() || !errors.open()) {
         return -1;
     }
@@ -168,7 +168,7 @@ int fork_execl_getouterr(char** out, char** err, const char* path, ...) {
 }
 
 int fork_execv_getout(char** out, const char* path, char* const argv[]) {
-    captured_stream output(out);
+    CapturedStream output(out);
     if (!output.open()) {
         return -1;
     }

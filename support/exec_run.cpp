@@ -72,7 +72,7 @@ int path_exec(const char* path, ...) {
 int fork_execv(const char* path, ...) {
     va_list arguments;
     va_start(arguments, path);
-    const child::argument_vector argv = child::collect_arguments(arguments);
+    const child::ArgumentVector argv = child::collect_arguments(arguments);
     va_end(arguments);
     const pid_t pid = argv != nullptr ? child::start({-1, -1, -1}, path, argv.get()) : -1;
     return pid != -1 ? child::wait_for(pid) : -1;

@@ -31,10 +31,10 @@ ssize_t read_some(int descriptor, char* into, std::size_t size) {
 
 }  // namespace
 
-output_buffer::output_buffer(char* text, std::size_t length)
+OutputBuffer::OutputBuffer(char* text, std::size_t length)
     : text_(text), length_(length), capacity_(text != nullptr ? grown_capacity(length) : 0) {}
 
-bool output_buffer::reserve() {
+bool OutputBuffer::reserve() {
     if (length_ + 1 < capacity_) {
         return true;
     }
@@ -50,23 +50,23 @@ bool output_buffer::reserve() {
     return true;
 }
 
-output_buffer::outcome output_buffer::read_from(int descriptor) {
+OutputBuffer::Outcome OutputBuffer::read_from(int descriptor) {
     while (reserve()) {
         char* end = text_.get() + length_;
         const ssize_t count = read_some(descriptor, end, capacity_ - length_ - 1);
         if (count == 0) {
-            return outcome::ended;
+            return Outcome::ended;
         }
         if (count == -1) {
-            return errno == EAGAIN ? outcome::pending : outcome::failed;
+            return errno == EAGAIN ? Outcome::pending : Outcome::failed;
         }
         end[count] = '\0';
         length_ += static_cast<std::size_t>(count);
     }
-    return outcome::no_memory;
+    return Outcome::no_memory;
 }
 
-void output_buffer::drain(int descriptor) {
+void OutputBuffer::drain(int descriptor) {
     std::array<char, 4096> ignored{};
     while (read_some(descriptor, ignored.data(), ignored.size()) > 0) {
     }

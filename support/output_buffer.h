@@ -6,30 +6,30 @@
 
 namespace tolva {
 
-// Text that is read from a descriptor: any bytes, with a NUL behind them.
-class output_buffer {
+/// Text that is read from a descriptor: any bytes, with a NUL behind them.
+class OutputBuffer {
   public:
-    enum class outcome { ended, pending, no_memory, failed };
+    enum class Outcome { ended, pending, no_memory, failed };
 
-    output_buffer() = default;
-    // Goes on with a text and length that came from release(), or begins with null and 0.
-    output_buffer(char* text, std::size_t length);
+    OutputBuffer() = default;
+    /// Goes on with a text and length that came from release(), or begins with null and 0.
+    OutputBuffer(char* text, std::size_t length);
 
-    // Makes room for more text and the NUL; false with errno ENOMEM.
+    /// Makes room for more text and the NUL; false with errno ENOMEM.
     bool reserve();
 
-    // Reads until end of file (ended) or until a non-blocking descriptor has nothing more for now
-    // (pending). no_memory and failed leave errno. What was read so far is kept.
-    outcome read_from(int descriptor);
+    /// Reads until end of file (ended) or until a non-blocking descriptor has nothing more for now
+    /// (pending). no_memory and failed leave errno. What was read so far is kept.
+    Outcome read_from(int descriptor);
 
-    // Reads to the end of file and keeps nothing of it.
+    /// Reads to the end of file and keeps nothing of it.
     static void drain(int descriptor);
 
-    // Never null.
+    /// Never null.
     const char* text() const { return text_ != nullptr ? text_.get() : ""; }
     std::size_t length() const { return length_; }
 
-    // Hands the text over, to be freed with free(3); null if nothing was ever reserved.
+    /// Hands the text over, to be freed with free(3); null if nothing was ever reserved.
     char* release() { return text_.release(); }
 
   private:

@@ -2,37 +2,38 @@
 
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <ostream>
 
 #include <ext/stdio_filebuf.h>
 
-// Closes a stdio stream that popen(3) opened: waits for its process.
+/// Closes a stdio stream that popen(3) opened: waits for its process.
 struct PipeCloseStrategy {
     static void close(FILE* handle) noexcept { pclose(handle); }
 };
 
-// The output direction of a stream.
+/// The output direction of a stream.
 class OutputStreamStrategy {
   protected:
     static constexpr std::ios_base::openmode mode() { return std::ios_base::out; }
 };
 
-// A std::ostream over something that has a descriptor: a bare descriptor, or a FILE* that
-// CloseStrategy knows how to close. It owns what it is built over, also when it cannot be used;
-// a stream that cannot be used has badbit set from the start.
-//
-// The destructor writes what is still in the buffer, then closes. For a FILE* that means that the
-// process behind it has been sent everything before pclose(3) waits for it. A failure at that point
-// goes unreported: who wants to know flushes first and looks at the stream's state. Should closing
-// throw all the same, the program ends in std::terminate, as destructors are noexcept.
-//
-// SIGPIPE is the caller's business: a process that keeps its default dies when the reader has gone;
-// one that ignores it gets badbit on the write that fails.
+/// A std::ostream over something that has a descriptor: a bare descriptor, or a FILE* that
+/// CloseStrategy knows how to close. It owns what it is built over, also when it cannot be used;
+/// a stream that cannot be used has badbit set from the start.
+///
+/// The destructor writes what is still in the buffer, then closes. For a FILE* that means that the
+/// process behind it has been sent everything before pclose(3) waits for it. A failure at that
+/// point goes unreported: who wants to know flushes first and looks at the stream's state. Should
+/// closing throw all the same, the program ends in std::terminate, as destructors are noexcept.
+///
+/// SIGPIPE is the caller's business: a process that keeps its default dies when the reader has
+/// gone; one that ignores it gets badbit on the write that fails.
 template <class CloseStrategy, class StreamStrategy>
 class basic_handlestream : public std::ostream, protected StreamStrategy {
   public:
-    // Over a descriptor open for writing, which the stream closes.
+    /// Over a descriptor open for writing, which the stream closes.
     explicit basic_handlestream(int descriptor)
         : std::ostream(nullptr),
           handle_(nullptr),
@@ -43,9 +44,9 @@ class basic_handlestream : public std::ostream, protected StreamStrategy {
         start();
     }
 
-    // Over a stdio stream open for writing, for example from popen(3). What was written to it
-    // before is kept in order; nothing must be written to it directly afterwards. Null, as popen
-    // gives on failure, makes a stream that cannot be used.
+    /// Over a stdio stream open for writing, for example from popen(3). What was written to it
+    /// before is kept in order; nothing must be written to it directly afterwards. Null, as popen
+    /// gives on failure, makes a stream that cannot be used.
     explicit basic_handlestream(FILE* handle)
         : std::ostream(nullptr), handle_(handle), buffer_(open_buffer(handle)) {
         start();
@@ -66,12 +67,12 @@ class basic_handlestream : public std::ostream, protected StreamStrategy {
     }
 
   private:
-    using file_buffer = __gnu_cxx::stdio_filebuf<char>;
+    using FileBuffer = __gnu_cxx::stdio_filebuf<char>;
     static constexpr std::size_t kBufferSize = 8192;
 
-    static file_buffer open_buffer(FILE* handle) {
-        return handle != nullptr ? file_buffer(handle, StreamStrategy::mode(), kBufferSize)
-                                 : file_buffer();
+    static FileBuffer open_buffer(FILE* handle) {
+        return handle != nullptr ? FileBuffer(handle, StreamStrategy::mode(), kBufferSize)
+                                 : FileBuffer();
     }
 
     // The base is constructed before the buffer, and gets it here.
@@ -83,13 +84,13 @@ class basic_handlestream : public std::ostream, protected StreamStrategy {
     }
 
     FILE* handle_;
-    file_buffer buffer_;
+    FileBuffer buffer_;
 };
 
-// An output stream over the write end of a pipe. Its destruction gives the reader end-of-file;
-// waiting for the reader is left to the caller.
+/// An output stream over the write end of a pipe. Its destruction gives the reader end-of-file;
+/// waiting for the reader is left to the caller.
 class ofd_pipestream : public basic_handlestream<PipeCloseStrategy, OutputStreamStrategy> {
   public:
-    // Takes ownership of fd.
+    /// Takes ownership of fd.
     explicit ofd_pipestream(int fd);
 };

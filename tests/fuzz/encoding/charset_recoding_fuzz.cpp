@@ -12,15 +12,15 @@
 
 namespace {
 
-/// Charsets whose conversion from UTF-8 and back gives every character back.
+// Charsets whose conversion from UTF-8 and back gives every character back.
 constexpr std::array kReversible = {
     "UTF-8",        "US-ASCII",    "ISO-8859-1", "ISO-8859-2", "ISO-8859-5",   "ISO-8859-7",
     "ISO-8859-9",   "ISO-8859-15", "KOI8-R",     "KOI8-U",     "WINDOWS-1250", "WINDOWS-1251",
     "WINDOWS-1252", "CP866",       "MACINTOSH",  "UTF-16LE",   "UTF-16BE",     "UTF-32LE",
     "GB18030",      "GBK",         "BIG5"};
 
-/// Charsets with states, escape sequences, composed characters, unaligned units, or two characters
-/// of Unicode for one of theirs.
+// Charsets with states, escape sequences, composed characters, unaligned units, or two characters
+// of Unicode for one of theirs.
 constexpr std::array kOthers = {"ISO-2022-JP",
                                 "ISO-2022-JP-2",
                                 "ISO-2022-JP-3",
@@ -65,7 +65,7 @@ std::optional<std::string> recode(const std::string& text, const std::string& fr
     }
 }
 
-/// A tag character (U+E0000 to U+E007F): the C library leaves it out where a charset lacks it.
+// A tag character (U+E0000 to U+E007F): the C library leaves it out where a charset lacks it.
 bool has_tag_character(const std::string& text) {
     return text.find("\xF3\xA0\x80") != std::string::npos ||
            text.find("\xF3\xA0\x81") != std::string::npos;

@@ -33,8 +33,8 @@ void decode_anything(const std::string& text) {
     }
 }
 
-/// The text as a decoder sees it through its own charset: bytes that are not UTF-8 replaced,
-/// nothing when it ends in an incomplete character.
+// The text as a decoder sees it through its own charset: bytes that are not UTF-8 replaced,
+// nothing when it ends in an incomplete character.
 std::optional<std::string> as_utf8(const std::string& text) {
     try {
         return tolva::iconvRecode(text, "utf-8", "utf-8", true);

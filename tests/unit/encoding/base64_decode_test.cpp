@@ -6,7 +6,7 @@
 
 namespace {
 
-/// What base64_decode writes to standard error while it decodes `text`.
+// What base64_decode writes to standard error while it decodes `text`.
 std::string complaints(const std::string& text) {
     testing::internal::CaptureStderr();
     tolva::base64_decode(text);

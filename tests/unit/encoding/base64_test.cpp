@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Encodes into a buffer of exactly the documented room, so that a byte too many is found.
+// Encodes into a buffer of exactly the documented room, so that a byte too many is found.
 std::string encode(const std::string& bytes) {
     const std::size_t room = 4 * ((bytes.size() + 2) / 3) + 1;
     const auto output = std::make_unique<char[]>(room);
@@ -21,7 +21,7 @@ std::string encode(const std::string& bytes) {
     return {output.get(), written};
 }
 
-/// Decodes from and into buffers of exactly the documented sizes.
+// Decodes from and into buffers of exactly the documented sizes.
 std::string decode(const std::string& text) {
     const std::vector<char> input(text.begin(), text.end());
     const auto output = std::make_unique<unsigned char[]>(3 * (text.size() / 4));

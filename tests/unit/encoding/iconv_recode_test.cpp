@@ -11,7 +11,7 @@ using tolva::iconvRecode;
 
 namespace {
 
-/// The text of the std::runtime_error that the conversion throws, "" when it throws none.
+// The text of the std::runtime_error that the conversion throws, "" when it throws none.
 std::string failure(const std::string& text, const std::string& from, const std::string& to,
                     bool skip_invalid) {
     try {

@@ -16,7 +16,7 @@ using tolva::idn::toUtf8;
 
 namespace {
 
-/// The code of the IdnaError that `conversion` throws for `text`, -1 when it throws none.
+// The code of the IdnaError that `conversion` throws for `text`, -1 when it throws none.
 int failure(std::string (*conversion)(const std::string&), const std::string& text) {
     try {
         conversion(text);

@@ -20,7 +20,7 @@ struct Decoded {
     std::string complaints;
 };
 
-/// Decodes `text` and takes what is written to standard error with it.
+// Decodes `text` and takes what is written to standard error with it.
 Decoded decode_aloud(const std::string& text) {
     testing::internal::CaptureStderr();
     const std::string decoded = decode(text);

@@ -1,4 +1,4 @@
-#include "c_interface.h"
+#include "tests/unit/support/c_interface.h"
 
 #include <stdlib.h>
 #include <string.h>

@@ -1,4 +1,4 @@
-#include "c_interface.h"
+#include "tests/unit/support/c_interface.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "child_run.h"
+#include "tests/unit/support/child_run.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "child_run.h"
+#include "tests/unit/support/child_run.h"
 
 #include <sys/mman.h>
 #include <sys/wait.h>

@@ -1,4 +1,4 @@
-// Runs code that ends the process, or that needs a process of its own, in a child.
+/// Runs code that ends the process, or that needs a process of its own, in a child.
 #pragma once
 
 #include <functional>
@@ -10,8 +10,8 @@ struct ChildRun {
     std::string err;
 };
 
-// Runs body in a forked child, which then exits with status 0, and gives what the child wrote.
+/// Runs body in a forked child, which then exits with status 0, and gives what the child wrote.
 ChildRun run_in_child(const std::function<void()>& body);
 
-// The same with the exit status that body returns.
+/// The same with the exit status that body returns.
 ChildRun status_in_child(const std::function<int()>& body);

@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include "child_run.h"
-#include "failing_allocation.h"
 #include "support/log.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
 
 namespace {
 

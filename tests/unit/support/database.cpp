@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kPasswordFile[] = "/etc/tva/.tva.shadow";
 
-testing_support::library_failure failing = testing_support::library_failure::none;
+testing_support::LibraryFailure failing = testing_support::LibraryFailure::none;
 
 std::string content_of_password_file() {
     std::ifstream file(kPasswordFile);
@@ -41,13 +41,13 @@ MYSQL_RES* __real_mysql_store_result(MYSQL* connection);
 MYSQL_ROW __real_mysql_fetch_row(MYSQL_RES* result);
 
 MYSQL* __wrap_mysql_init(MYSQL* handle) {
-    return failing == testing_support::library_failure::initialisation ? nullptr
-                                                                       : __real_mysql_init(handle);
+    return failing == testing_support::LibraryFailure::initialisation ? nullptr
+                                                                      : __real_mysql_init(handle);
 }
 
 MYSQL_RES* __wrap_mysql_store_result(MYSQL* connection) {
     MYSQL_RES* result = __real_mysql_store_result(connection);
-    if (failing != testing_support::library_failure::result) {
+    if (failing != testing_support::LibraryFailure::result) {
         return result;
     }
     mysql_free_result(result);
@@ -55,14 +55,14 @@ MYSQL_RES* __wrap_mysql_store_result(MYSQL* connection) {
 }
 
 MYSQL_ROW __wrap_mysql_fetch_row(MYSQL_RES* result) {
-    return failing == testing_support::library_failure::row ? nullptr
-                                                            : __real_mysql_fetch_row(result);
+    return failing == testing_support::LibraryFailure::row ? nullptr
+                                                           : __real_mysql_fetch_row(result);
 }
 }
 
 namespace testing_support {
 
-void fail_library(library_failure which) {
+void fail_library(LibraryFailure which) {
     failing = which;
 }
 
@@ -75,8 +75,8 @@ void end_child(int status) {
     _exit(status);
 }
 
-connection_handle connect_as_root() {
-    connection_handle connection(mysql_init(nullptr));
+ConnectionHandle connect_as_root() {
+    ConnectionHandle connection(mysql_init(nullptr));
     if (mysql_real_connect(connection.get(), "localhost", "root", "", "tva", 0, nullptr, 0) ==
         nullptr) {
         ADD_FAILURE() << mysql_error(connection.get());
@@ -85,7 +85,7 @@ connection_handle connect_as_root() {
 }
 
 void execute_as_root(const std::string& statement) {
-    const connection_handle root = connect_as_root();
+    const ConnectionHandle root = connect_as_root();
     if (mysql_query(root.get(), statement.c_str()) != 0) {
         ADD_FAILURE() << statement << ": " << mysql_error(root.get());
     }
@@ -95,7 +95,7 @@ std::string query(MYSQL* connection, const std::string& statement) {
     if (mysql_query(connection, statement.c_str()) != 0) {
         return mysql_error(connection);
     }
-    const tolva::db::result_handle result(mysql_store_result(connection));
+    const tolva::db::ResultHandle result(mysql_store_result(connection));
     MYSQL_ROW row = mysql_fetch_row(result.get());
     if (row == nullptr) {
         return "(none)";
@@ -107,19 +107,19 @@ std::string query_as_root(const std::string& statement) {
     return query(connect_as_root().get(), statement);
 }
 
-password_file::password_file(const std::string& content) : before_(content_of_password_file()) {
+PasswordFile::PasswordFile(const std::string& content) : before_(content_of_password_file()) {
     write_password_file(content);
 }
 
-password_file::~password_file() {
+PasswordFile::~PasswordFile() {
     write_password_file(before_);
 }
 
-admin_password::admin_password(const std::string& password) {
+AdminPassword::AdminPassword(const std::string& password) {
     set_password(password);
 }
 
-admin_password::~admin_password() {
+AdminPassword::~AdminPassword() {
     const std::string content = content_of_password_file();
     set_password(content.substr(0, content.find('\n')));
 }

@@ -20,10 +20,10 @@ namespace {
 
 using testing_support::execute_as_root;
 using testing_support::open_descriptors;
-using testing_support::password_file;
+using testing_support::PasswordFile;
 using testing_support::query_as_root;
 using testing_support::status_beside_world;
-using tolva::db::connection_handle;
+using tolva::db::ConnectionHandle;
 
 constexpr char kRefused[] =
     "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' (using "
@@ -40,7 +40,7 @@ class DbParams : public World {
     MYSQL* connection() const { return connection_.get(); }
 
   private:
-    connection_handle connection_;
+    ConnectionHandle connection_;
 };
 
 using GetParam = DbParams;
@@ -93,7 +93,7 @@ TEST_F(GetParam, MakesAConnectionOfItsOwnAndClosesIt) {
 
 TEST_F(GetParam, AFailedConnectionGivesNull) {
     const ChildRun run = status_beside_world([] {
-        const password_file file("wrong\n");
+        const PasswordFile file("wrong\n");
         return get_param("name", nullptr) == nullptr ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -104,7 +104,7 @@ TEST_F(GetParam, AFailedConnectionGivesNull) {
 TEST_F(GetParam, AFailedQueryGivesNull) {
     lose_table("misc");
     const ChildRun run = status_beside_world([] {
-        const connection_handle own(tolva_db_connect_raw(nullptr, 0));
+        const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         errno = EIO;
         return get_param("name", own.get()) == nullptr ? 0 : 1;
     });
@@ -117,7 +117,7 @@ TEST_F(GetParam, AFailedQueryGivesNull) {
 
 TEST_F(GetParam, ALostConnectionGivesNull) {
     const ChildRun run = status_beside_world([] {
-        const connection_handle own(tolva_db_connect_raw(nullptr, 0));
+        const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         execute_as_root("kill " + testing_support::query(own.get(), "select connection_id()"));
         return get_param("name", own.get()) == nullptr ? 0 : 1;
     });
@@ -130,7 +130,7 @@ TEST_F(GetParam, ALostConnectionGivesNull) {
 TEST_F(GetParam, AQueryThatHasToBeCutFails) {
     const std::string name(5000, 'x');
     const ChildRun run = status_beside_world([&name] {
-        const connection_handle own(tolva_db_connect_raw(nullptr, 0));
+        const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         return get_param(name.c_str(), own.get()) == nullptr ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -221,7 +221,7 @@ TEST_F(PutParam, MakesAConnectionOfItsOwnAndClosesIt) {
 
 TEST_F(PutParam, AFailedConnectionIsReported) {
     const ChildRun run = status_beside_world([] {
-        const password_file file("wrong\n");
+        const PasswordFile file("wrong\n");
         return put_param("name", "value", nullptr) == -1 ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -231,7 +231,7 @@ TEST_F(PutParam, AFailedConnectionIsReported) {
 TEST_F(PutParam, AFailedStatementIsReported) {
     lose_table("misc");
     const ChildRun run = status_beside_world([] {
-        const connection_handle own(tolva_db_connect_raw(nullptr, 0));
+        const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         errno = EIO;
         return put_param("name", "value", own.get()) == -1 ? 0 : 1;
     });
@@ -242,7 +242,7 @@ TEST_F(PutParam, AFailedStatementIsReported) {
 
 TEST_F(PutParam, NoMemoryForTheEscapedValueIsReported) {
     const ChildRun run = status_beside_world([] {
-        const connection_handle own(tolva_db_connect_raw(nullptr, 0));
+        const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         const FailingAllocation memory(1);
         return put_param("name", "value", own.get()) == -1 ? 0 : 1;
     });
@@ -294,7 +294,7 @@ TEST_F(DelParam, MakesAConnectionOfItsOwnAndClosesIt) {
 
 TEST_F(DelParam, AFailedConnectionIsReported) {
     const ChildRun run = status_beside_world([] {
-        const password_file file("wrong\n");
+        const PasswordFile file("wrong\n");
         return del_param("name", nullptr) == -1 && del_dom_param("1", "name", nullptr) == -1 &&
                        del_Parameter("1", "name", nullptr, nullptr) == -1
                    ? 0
@@ -310,7 +310,7 @@ TEST_F(DelParam, AFailedStatementIsReported) {
     lose_table("dom_param");
     lose_table("Parameters");
     const ChildRun run = status_beside_world([] {
-        const connection_handle own(tolva_db_connect_raw(nullptr, 0));
+        const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         return del_param("name", own.get()) == -1 && del_dom_param("1", "name", own.get()) == -1 &&
                        del_Parameter("1", "name", "value", own.get()) == -1
                    ? 0

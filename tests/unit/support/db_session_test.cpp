@@ -42,9 +42,9 @@ TEST(DbSession, Utf8IsNotWantedByNoneOrFalse) {
 }
 
 // A result of one query, kept as long as its connection.
-class one_result {
+class OneResult {
   public:
-    explicit one_result(const std::string& statement)
+    explicit OneResult(const std::string& statement)
         : connection_(testing_support::connect_as_root()) {
         EXPECT_EQ(mysql_query(connection_.get(), statement.c_str()), 0);
         result_.reset(mysql_store_result(connection_.get()));
@@ -54,8 +54,8 @@ class one_result {
     MYSQL_ROW row() const { return row_; }
 
   private:
-    testing_support::connection_handle connection_;
-    tolva::db::result_handle result_;
+    testing_support::ConnectionHandle connection_;
+    tolva::db::ResultHandle result_;
     MYSQL_ROW row_;
 };
 
@@ -63,13 +63,13 @@ class one_result {
 TEST(DbSession, TheSecondSlotOfAOneColumnRowPointsBehindTheValue) {
     for (const char* statement :
          {"select 'true'", "select ''", "select repeat('x', 300)", "select repeat('x', 70000)"}) {
-        const one_result value(statement);
+        const OneResult value(statement);
         EXPECT_EQ(value.row()[1], value.row()[0] + std::strlen(value.row()[0]) + 1) << statement;
     }
 }
 
 TEST(DbSession, TheSecondSlotOfAOneColumnNullRowPointsBehindTheSlots) {
-    const one_result value("select null");
+    const OneResult value("select null");
     EXPECT_EQ(value.row()[0], nullptr);
     EXPECT_EQ(value.row()[1], reinterpret_cast<char*>(value.row() + 2));
 }
@@ -77,18 +77,18 @@ TEST(DbSession, TheSecondSlotOfAOneColumnNullRowPointsBehindTheSlots) {
 TEST(DbSession, TheSettingOfAOneColumnRowHasNoText) {
     for (const char* statement :
          {"select 'true'", "select null", "select ''", "select repeat('x', 70000)"}) {
-        const one_result value(statement);
+        const OneResult value(statement);
         EXPECT_EQ(compatibility_setting(value.result(), value.row()), nullptr) << statement;
     }
 }
 
 TEST(DbSession, TheSettingOfNoRowHasNoText) {
-    const one_result none("select 'true' where false");
+    const OneResult none("select 'true' where false");
     EXPECT_EQ(compatibility_setting(none.result(), none.row()), nullptr);
 }
 
 TEST(DbSession, TheSettingIsTheSecondColumnWhereThereIsOne) {
-    const one_result value("select 'mysql41_compatible', 'true'");
+    const OneResult value("select 'mysql41_compatible', 'true'");
     EXPECT_STREQ(compatibility_setting(value.result(), value.row()), "true");
 }
 

@@ -20,37 +20,37 @@
 
 namespace {
 
-using testing_support::admin_password;
+using testing_support::AdminPassword;
 using testing_support::fail_library;
-using testing_support::library_failure;
+using testing_support::LibraryFailure;
 using testing_support::open_descriptors;
-using testing_support::password_file;
+using testing_support::PasswordFile;
 using testing_support::query;
 using testing_support::status_beside_world;
-using tolva::db::connection_handle;
+using tolva::db::ConnectionHandle;
 
 using DbConnect = World;
 using DbSessionSetUp = World;
 
-using connect_function = MYSQL* (*)(char* err, size_t size);
+using ConnectFunction = MYSQL* (*)(char* err, size_t size);
 
-struct attempt {
+struct Attempt {
     bool connected = false;
     std::string reason;
     int error = 0;
 };
 
-attempt try_connect(connect_function connect = tolva_db_connect) {
+Attempt try_connect(ConnectFunction connect = tolva_db_connect) {
     std::array<char, 4097> reason{};
     errno = 0;
-    const connection_handle connection(connect(reason.data(), reason.size()));
+    const ConnectionHandle connection(connect(reason.data(), reason.size()));
     const int error = errno;
     return {connection != nullptr, reason.data(), error};
 }
 
-connection_handle connect() {
+ConnectionHandle connect() {
     std::array<char, 4097> reason{};
-    connection_handle connection(tolva_db_connect(reason.data(), reason.size()));
+    ConnectionHandle connection(tolva_db_connect(reason.data(), reason.size()));
     EXPECT_NE(connection, nullptr) << reason.data();
     return connection;
 }
@@ -60,23 +60,23 @@ std::string random_password() {
 }
 
 TEST_F(DbConnect, ConnectsAsAdminToThePanelsDatabase) {
-    for (connect_function function : {tolva_db_connect_raw_ex, tolva_db_connect_raw,
-                                      tolva_db_connect_ex, tolva_db_connect, db_connect_nothrow}) {
+    for (ConnectFunction function : {tolva_db_connect_raw_ex, tolva_db_connect_raw,
+                                     tolva_db_connect_ex, tolva_db_connect, db_connect_nothrow}) {
         std::array<char, 100> reason{};
-        const connection_handle connection(function(reason.data(), reason.size()));
+        const ConnectionHandle connection(function(reason.data(), reason.size()));
         ASSERT_NE(connection, nullptr);
         EXPECT_STREQ(reason.data(), "");
         EXPECT_EQ(query(connection.get(), "select user()"), "admin@localhost");
         EXPECT_EQ(query(connection.get(), "select database()"), "tva");
     }
-    const connection_handle connection(db_connect());
+    const ConnectionHandle connection(db_connect());
     EXPECT_EQ(query(connection.get(), "select user()"), "admin@localhost");
 }
 
 TEST_F(DbConnect, ReportsAMissingPasswordFile) {
     const long before = open_descriptors();
     std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
-    const attempt failed = try_connect();
+    const Attempt failed = try_connect();
     std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, "Unable to open admin password file: No such file or directory");
@@ -88,7 +88,7 @@ TEST_F(DbConnect, ReportsAPasswordFileThatCannotBeRead) {
     const long before = open_descriptors();
     std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
     std::filesystem::create_directory("/etc/tva/.tva.shadow");
-    const attempt failed = try_connect();
+    const Attempt failed = try_connect();
     std::filesystem::remove("/etc/tva/.tva.shadow");
     std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
     EXPECT_FALSE(failed.connected);
@@ -98,9 +98,9 @@ TEST_F(DbConnect, ReportsAPasswordFileThatCannotBeRead) {
 }
 
 TEST_F(DbConnect, ReportsAnEmptyPasswordFileWithoutAnErrorOfTheSystem) {
-    const password_file empty("");
+    const PasswordFile empty("");
     errno = EIO;
-    const attempt failed = try_connect();
+    const Attempt failed = try_connect();
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, "Unable to read admin password file: Success");
     EXPECT_EQ(failed.error, 0);
@@ -108,46 +108,46 @@ TEST_F(DbConnect, ReportsAnEmptyPasswordFileWithoutAnErrorOfTheSystem) {
 
 TEST_F(DbConnect, TakesAPasswordLineWithoutALineFeedAsItIs) {
     const std::string password = random_password();
-    const admin_password changed(password);
-    const password_file file(password);
+    const AdminPassword changed(password);
+    const PasswordFile file(password);
     EXPECT_EQ(try_connect().reason, "");
 }
 
 TEST_F(DbConnect, TakesTheFirstLineOnly) {
     const std::string password = random_password();
-    const admin_password changed(password);
-    const password_file file(password + "\nsecond line\n");
+    const AdminPassword changed(password);
+    const PasswordFile file(password + "\nsecond line\n");
     EXPECT_EQ(try_connect().reason, "");
 }
 
 TEST_F(DbConnect, KeepsACarriageReturnInThePassword) {
     const std::string password = random_password();
-    const password_file file(password + "\r\n");
+    const PasswordFile file(password + "\r\n");
     {
-        const admin_password changed(password);
+        const AdminPassword changed(password);
         EXPECT_FALSE(try_connect().connected);
     }
-    const admin_password changed(password + "\r");
+    const AdminPassword changed(password + "\r");
     EXPECT_EQ(try_connect().reason, "");
 }
 
 TEST_F(DbConnect, TakesAtMost99CharactersOfThePasswordLine) {
     const std::string password(99, 'p');
-    const admin_password changed(password);
+    const AdminPassword changed(password);
     for (const char* rest : {"", "\n", "q", "qrstuvwxyz\n"}) {
-        const password_file file(password + rest);
+        const PasswordFile file(password + rest);
         EXPECT_EQ(try_connect().reason, "");
     }
-    const password_file file(password.substr(1) + "\n");
+    const PasswordFile file(password.substr(1) + "\n");
     EXPECT_FALSE(try_connect().connected);
 }
 
 TEST_F(DbConnect, ReportsThatTheServerRefuses) {
-    const password_file file("wrong\n");
+    const PasswordFile file("wrong\n");
     const long before = open_descriptors();
-    for (connect_function function : {tolva_db_connect_raw_ex, tolva_db_connect_raw,
-                                      tolva_db_connect_ex, tolva_db_connect, db_connect_nothrow}) {
-        const attempt failed = try_connect(function);
+    for (ConnectFunction function : {tolva_db_connect_raw_ex, tolva_db_connect_raw,
+                                     tolva_db_connect_ex, tolva_db_connect, db_connect_nothrow}) {
+        const Attempt failed = try_connect(function);
         EXPECT_FALSE(failed.connected);
         EXPECT_EQ(failed.reason,
                   "Unable to connect to Tolva Database: Access denied for user "
@@ -158,16 +158,16 @@ TEST_F(DbConnect, ReportsThatTheServerRefuses) {
 }
 
 TEST_F(DbConnect, AnEmptyFirstLineIsNoPassword) {
-    const password_file file("\n");
+    const PasswordFile file("\n");
     EXPECT_EQ(try_connect().reason,
               "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' "
               "(using password: NO)");
 }
 
 TEST_F(DbConnect, ReportsThatTheStructureCannotBeMade) {
-    fail_library(library_failure::initialisation);
-    const attempt failed = try_connect();
-    fail_library(library_failure::none);
+    fail_library(LibraryFailure::initialisation);
+    const Attempt failed = try_connect();
+    fail_library(LibraryFailure::none);
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason,
               "Unable to initialize MySQL connection structure: Cannot allocate memory");
@@ -175,7 +175,7 @@ TEST_F(DbConnect, ReportsThatTheStructureCannotBeMade) {
 }
 
 TEST_F(DbConnect, CutsTheReasonToTheBuffer) {
-    const password_file file("wrong\n");
+    const PasswordFile file("wrong\n");
     std::array<char, 10> reason{};
     reason.back() = 'x';
     EXPECT_EQ(tolva_db_connect(reason.data(), reason.size() - 1), nullptr);
@@ -186,16 +186,16 @@ TEST_F(DbConnect, CutsTheReasonToTheBuffer) {
 }
 
 TEST_F(DbConnect, TakesABufferOfNoSize) {
-    const password_file file("wrong\n");
+    const PasswordFile file("wrong\n");
     EXPECT_EQ(tolva_db_connect(nullptr, 0), nullptr);
-    const password_file empty("");
+    const PasswordFile empty("");
     EXPECT_EQ(tolva_db_connect(nullptr, 0), nullptr);
     database().allow_statements(1);
     EXPECT_EQ(tolva_db_connect(nullptr, 0), nullptr);
 }
 
 TEST_F(DbConnect, WaitsALimitedTime) {
-    const connection_handle connection = connect();
+    const ConnectionHandle connection = connect();
     unsigned int seconds = 0;
     EXPECT_EQ(mysql_get_option(connection.get(), MYSQL_OPT_CONNECT_TIMEOUT, &seconds), 0);
     EXPECT_EQ(seconds, 30U);
@@ -206,14 +206,14 @@ TEST_F(DbConnect, WaitsALimitedTime) {
 }
 
 TEST_F(DbConnect, DoesNotConnectAgainByItself) {
-    const connection_handle connection = connect();
+    const ConnectionHandle connection = connect();
     testing_support::execute_as_root("kill " + query(connection.get(), "select connection_id()"));
     EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
     EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
 }
 
 TEST_F(DbConnect, TheServerCannotAskForLocalFiles) {
-    const connection_handle connection = connect();
+    const ConnectionHandle connection = connect();
     EXPECT_NE(mysql_query(connection.get(),
                           "load data local infile '/etc/passwd' into table misc (param)"),
               0);
@@ -229,7 +229,7 @@ TEST_F(DbSessionSetUp, IsInBinaryModeWithAndWithoutTheSetting) {
     for (const char* value : {"''", "'false'", "'true'", "null"}) {
         testing_support::execute_as_root(
             std::string("replace into misc values('mysql41_compatible', ") + value + ")");
-        const connection_handle connection = connect();
+        const ConnectionHandle connection = connect();
         EXPECT_EQ(query(connection.get(), "select @@character_set_client"), "binary") << value;
         EXPECT_EQ(query(connection.get(), "select @@character_set_results"), "binary") << value;
         EXPECT_EQ(tolva_db_mysql41_compatible_raw(), 0) << value;
@@ -238,7 +238,7 @@ TEST_F(DbSessionSetUp, IsInBinaryModeWithAndWithoutTheSetting) {
 
 TEST_F(DbSessionSetUp, ARawConnectionIsLeftAsTheServerGivesIt) {
     std::array<char, 100> reason{};
-    const connection_handle connection(tolva_db_connect_raw(reason.data(), reason.size()));
+    const ConnectionHandle connection(tolva_db_connect_raw(reason.data(), reason.size()));
     EXPECT_EQ(query(connection.get(), "select @@foreign_key_checks"), "1");
 }
 
@@ -246,12 +246,12 @@ TEST_F(DbSessionSetUp, ARawConnectionIsLeftAsTheServerGivesIt) {
 // tolva_db_connect, the connection as it is from tolva_db_connect_ex, the same text from both.
 void expect_failed_step(const std::string& reason) {
     const long before = open_descriptors();
-    const attempt failed = try_connect(tolva_db_connect);
+    const Attempt failed = try_connect(tolva_db_connect);
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, reason);
     EXPECT_EQ(failed.error, 0);
     testing_support::execute_as_root("flush user_resources");
-    const attempt kept = try_connect(tolva_db_connect_ex);
+    const Attempt kept = try_connect(tolva_db_connect_ex);
     EXPECT_TRUE(kept.connected);
     EXPECT_EQ(kept.reason, reason);
     EXPECT_EQ(open_descriptors(), before);
@@ -285,28 +285,28 @@ TEST_F(DbSessionSetUp, ReportsAFailedSetNames) {
 }
 
 // Failures that leave no error number do not cost the connection.
-void expect_step_without_number(library_failure failure, const std::string& reason) {
+void expect_step_without_number(LibraryFailure failure, const std::string& reason) {
     fail_library(failure);
-    const attempt kept = try_connect(tolva_db_connect);
-    fail_library(library_failure::none);
+    const Attempt kept = try_connect(tolva_db_connect);
+    fail_library(LibraryFailure::none);
     EXPECT_TRUE(kept.connected);
     EXPECT_EQ(kept.reason, reason);
 }
 
 TEST_F(DbSessionSetUp, ReportsAResultThatCannotBeStored) {
-    expect_step_without_number(library_failure::result,
+    expect_step_without_number(LibraryFailure::result,
                                "DB error (store query result): unknown error");
 }
 
 TEST_F(DbSessionSetUp, ReportsAnEmptyResultForTheVersion) {
-    expect_step_without_number(library_failure::row,
+    expect_step_without_number(LibraryFailure::row,
                                "DB error (empty version result): unknown error");
 }
 
 TEST_F(DbConnect, LogsTheReasonOfAFailure) {
     const ChildRun run = status_beside_world([] {
         PROGNAME = "/usr/bin/tool";
-        const password_file file("wrong\n");
+        const PasswordFile file("wrong\n");
         return db_connect() == nullptr ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);

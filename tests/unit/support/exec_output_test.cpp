@@ -27,7 +27,7 @@ namespace {
 using testing_support::exited_with;
 using testing_support::fail_fork;
 using testing_support::has_children;
-using testing_support::no_more_descriptors;
+using testing_support::NoMoreDescriptors;
 using testing_support::open_descriptors;
 
 constexpr char kShell[] = "/bin/sh";
@@ -35,12 +35,12 @@ constexpr char kAgain[] = "\nSystem error 11: Resource temporarily unavailable\n
 constexpr char kNoMemory[] = "\nSystem error 12: Cannot allocate memory\n";
 
 // A text that a function of the family gave, or none.
-class given_text {
+class GivenText {
   public:
-    given_text() = default;
-    given_text(const given_text&) = delete;
-    given_text& operator=(const given_text&) = delete;
-    ~given_text() { std::free(text_); }
+    GivenText() = default;
+    GivenText(const GivenText&) = delete;
+    GivenText& operator=(const GivenText&) = delete;
+    ~GivenText() { std::free(text_); }
 
     char** target() { return &text_; }
     bool given() const { return text_ != nullptr; }
@@ -53,7 +53,7 @@ class given_text {
 // Whether call gives -1 with that errno and no text, and leaves no child and no descriptor behind.
 template <typename Call>
 bool fails_cleanly(int error, Call call) {
-    given_text out;
+    GivenText out;
     const long before = open_descriptors();
     errno = 0;
     const int result = call(out.target());
@@ -63,20 +63,20 @@ bool fails_cleanly(int error, Call call) {
 }
 
 TEST(PopenExecGetoutput, CollectsTheOutputOfACommand) {
-    given_text output;
+    GivenText output;
     EXPECT_EQ(popen_exec_getoutput(output.target(), "echo one; echo two"), 0);
     EXPECT_EQ(output.text(), "one\ntwo\n");
 }
 
 TEST(PopenExecGetoutput, GivesEmptyTextWhereNothingIsWritten) {
-    given_text output;
+    GivenText output;
     EXPECT_TRUE(exited_with(popen_exec_getoutput(output.target(), "exit 3"), 3));
     EXPECT_TRUE(output.given());
     EXPECT_EQ(output.text(), "");
 }
 
 TEST(PopenExecGetoutput, CollectsLargeOutput) {
-    given_text output;
+    GivenText output;
     EXPECT_EQ(popen_exec_getoutput(output.target(), "head -c 300000 /dev/zero | tr '\\0' x"), 0);
     EXPECT_EQ(output.text(), std::string(300000, 'x'));
 }
@@ -96,7 +96,7 @@ TEST(PopenExecGetoutput, NoMemoryAtTheStartIsReportedAndNothingRun) {
 TEST(PopenExecGetoutput, NoMemoryLaterCutsTheOutputWithAWarning) {
     const ChildRun run = status_in_child([] {
         const FailingAllocation memory(2);
-        given_text output;
+        GivenText output;
         const int status = popen_exec_getoutput(
             output.target(), "head -c 300000 /dev/zero | tr '\\0' x; echo done >&2");
         return status == 0 && output.text() == std::string(4095, 'x') ? 0 : 1;
@@ -164,7 +164,7 @@ TEST(PopenExec, ACommandThatCannotBeRunIsReported) {
 
 TEST(ForkExecvGetoutput, CollectsStandardOutputAlone) {
     const ChildRun run = status_in_child([] {
-        given_text output;
+        GivenText output;
         const int status = fork_execv_getoutput(output.target(), kShell, "sh", "-c",
                                                 "echo out; echo err >&2", nullptr);
         return status == 0 && output.text() == "out\n" && !has_children() ? 0 : 1;
@@ -177,7 +177,7 @@ TEST(ForkExecvGetoutput, CollectsStandardOutputAlone) {
 TEST(ForkExecvGetoutput, AFailedUtilityIsReported) {
     const ChildRun run = status_in_child([] {
         errno = EIO;
-        given_text output;
+        GivenText output;
         const int status =
             fork_execv_getoutput(output.target(), kShell, "sh", "-c", "echo text; exit 4", nullptr);
         return exited_with(status, 4) && output.text() == "text\n" ? 0 : 1;
@@ -188,7 +188,7 @@ TEST(ForkExecvGetoutput, AFailedUtilityIsReported) {
 
 TEST(ForkExecvGetoutput, AKilledUtilityIsReported) {
     const ChildRun run = status_in_child([] {
-        given_text output;
+        GivenText output;
         const int status = fork_execv_getoutput(output.target(), kShell, "sh", "-c",
                                                 "echo text; kill -TERM $$", nullptr);
         return WIFSIGNALED(status) ? 0 : 1;
@@ -206,7 +206,7 @@ TEST(ForkExecvGetoutput, AUtilityThatLeavesACoreFileIsReportedAsCrashed) {
         }
         const rlimit any = {RLIM_INFINITY, RLIM_INFINITY};
         setrlimit(RLIMIT_CORE, &any);
-        given_text output;
+        GivenText output;
         const int status = fork_execv_getoutput(output.target(), kShell, "sh", "-c",
                                                 "echo text; kill -ABRT $$", nullptr);
         std::filesystem::remove_all(directory);
@@ -222,7 +222,7 @@ TEST(ForkExecvGetoutput, AUtilityThatLeavesACoreFileIsReportedAsCrashed) {
 
 TEST(ForkExecvGetoutput, AProgramThatCannotBeRunIsSaidByTheChild) {
     const ChildRun run = status_in_child([] {
-        given_text output;
+        GivenText output;
         const int status =
             fork_execv_getoutput(output.target(), "/no/such/program", "program", nullptr);
         return exited_with(status, 255) && output.text().empty() ? 0 : 1;
@@ -262,7 +262,7 @@ TEST(ForkExecvGetoutput, AFailedPipeIsReported) {
     const ChildRun run = status_in_child([] {
         return fails_cleanly(EMFILE,
                              [](char** out) {
-                                 const no_more_descriptors limit;
+                                 const NoMoreDescriptors limit;
                                  return getoutput_of_shell(out);
                              })
                    ? 0
@@ -276,7 +276,7 @@ TEST(ForkExecvGetoutput, AFailedPipeIsReported) {
 
 TEST(ForkExecvGetoutput, AFailedReadIsReported) {
     const ChildRun run = status_in_child([] {
-        given_text output;
+        GivenText output;
         const int next = dup(0);  // the number that the pipe's read end will have
         close(next);
         testing_support::fail_system_call_with(SYS_read, static_cast<unsigned char>(next), EIO);
@@ -294,7 +294,7 @@ TEST(ForkExecvGetoutput, AFailedReadIsReported) {
 TEST(ForkExecvGetoutput, AFailedWaitIsReported) {
     const ChildRun run = status_in_child([] {
         signal(SIGCHLD, SIG_IGN);
-        given_text output;
+        GivenText output;
         return fork_execv_getoutput(output.target(), kShell, "sh", "-c", "exit 0", nullptr) == -1 &&
                        errno == ECHILD && !output.given()
                    ? 0
@@ -365,8 +365,8 @@ TEST(ReadToBuf, NoMemoryIsReported) {
 constexpr char kBoth[] = "echo out; echo err >&2; exit 2";
 
 TEST(ForkExeclGetouterr, CollectsBothStreams) {
-    given_text out;
-    given_text err;
+    GivenText out;
+    GivenText err;
     const long before = open_descriptors();
     EXPECT_TRUE(exited_with(
         fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c", kBoth, nullptr), 2));
@@ -377,8 +377,8 @@ TEST(ForkExeclGetouterr, CollectsBothStreams) {
 }
 
 TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsAtATime) {
-    given_text out;
-    given_text err;
+    GivenText out;
+    GivenText err;
     EXPECT_EQ(fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c",
                                    "head -c 300000 /dev/zero | tr '\\0' e >&2;"
                                    "head -c 300000 /dev/zero | tr '\\0' o",
@@ -390,8 +390,8 @@ TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsAtATime) {
 
 TEST(ForkExeclGetouterr, AStreamWithoutTargetGoesToDevNull) {
     const ChildRun run = status_in_child([] {
-        given_text out;
-        given_text err;
+        GivenText out;
+        GivenText err;
         const int first =
             fork_execl_getouterr(out.target(), nullptr, kShell, "sh", "-c", kBoth, nullptr);
         const int second =
@@ -407,8 +407,8 @@ TEST(ForkExeclGetouterr, AStreamWithoutTargetGoesToDevNull) {
 }
 
 TEST(ForkExeclGetouterr, AProgramThatCannotBeRunSaysSoInTheErrorsCollected) {
-    given_text out;
-    given_text err;
+    GivenText out;
+    GivenText err;
     EXPECT_TRUE(exited_with(
         fork_execl_getouterr(out.target(), err.target(), "/no/such/program", "program", nullptr),
         255));
@@ -430,7 +430,7 @@ TEST(ForkExeclGetouterr, NoMemoryForTheArgumentsIsReported) {
 }
 
 int getouterr_of_shell(char** out) {
-    given_text err;
+    GivenText err;
     const int result = fork_execl_getouterr(out, err.target(), kShell, "sh", "-c",
                                             "head -c 300000 /dev/zero", nullptr);
     return err.given() ? 0 : result;
@@ -440,7 +440,7 @@ TEST(ForkExecvGetouterr, AFailedPipeIsReported) {
     const ChildRun run = status_in_child([] {
         return fails_cleanly(EMFILE,
                              [](char** out) {
-                                 const no_more_descriptors limit;
+                                 const NoMoreDescriptors limit;
                                  return getouterr_of_shell(out);
                              })
                    ? 0
@@ -490,7 +490,7 @@ TEST(ForkExecvGetouterr, SignalsDoNotEndTheCollecting) {
         sigaction(SIGALRM, &action, nullptr);  // without SA_RESTART
         const itimerval often = {{0, 20000}, {0, 20000}};
         setitimer(ITIMER_REAL, &often, nullptr);
-        given_text out;
+        GivenText out;
         const int status =
             fork_execl_getout(out.target(), kShell, "sh", "-c", "sleep 0.2; echo late", nullptr);
         return status == 0 && out.text() == "late\n" ? 0 : 1;
@@ -508,7 +508,7 @@ TEST(ForkExecvGetouterr, AFailedWaitGivesMinusOneAndNoText) {
 
 TEST(ForkExeclGetout, CollectsStandardOutputAlone) {
     const ChildRun run = status_in_child([] {
-        given_text out;
+        GivenText out;
         return exited_with(fork_execl_getout(out.target(), kShell, "sh", "-c", kBoth, nullptr),
                            2) &&
                        out.text() == "out\n"
@@ -531,8 +531,8 @@ TEST(ForkExeclGetout, NoMemoryForTheArgumentsIsReported) {
 
 TEST(ForkExecvGetout, AFailedPipeIsReportedInTheWordsOfGetouterr) {
     const ChildRun run = status_in_child([] {
-        const no_more_descriptors limit;
-        given_text out;
+        const NoMoreDescriptors limit;
+        GivenText out;
         return fork_execl_getout(out.target(), kShell, "sh", nullptr) == -1 && errno == EMFILE ? 0
                                                                                                : 1;
     });

@@ -29,9 +29,9 @@ using testing_support::open_descriptors;
 constexpr char kShell[] = "/bin/sh";
 
 // The argument vector of a command of the shell.
-class shell_command {
+class ShellCommand {
   public:
-    explicit shell_command(const char* command)
+    explicit ShellCommand(const char* command)
         : words_{"sh", "-c", command},
           argv_{words_[0].data(), words_[1].data(), words_[2].data(), nullptr} {}
     char* const* argv() const { return argv_.data(); }
@@ -61,7 +61,7 @@ void ignore_alarms_every_20_milliseconds() {
 
 TEST(DoExec, RunsTheProgramWithTheCallersStreamsAndGivesItsStatus) {
     const ChildRun run = status_in_child([] {
-        const shell_command command("echo out; echo err >&2; exit 7");
+        const ShellCommand command("echo out; echo err >&2; exit 7");
         return exited_with(do_exec(kShell, command.argv()), 7) && !has_children() ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -70,7 +70,7 @@ TEST(DoExec, RunsTheProgramWithTheCallersStreamsAndGivesItsStatus) {
 }
 
 TEST(DoExec, GivesTheSignalThatEndedTheProgram) {
-    const shell_command command("kill -TERM $$");
+    const ShellCommand command("kill -TERM $$");
     const int status = do_exec(kShell, command.argv());
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
@@ -81,7 +81,7 @@ TEST(DoExec, WaitsForItsOwnChildOnly) {
     if (other == 0) {
         _exit(3);
     }
-    const shell_command command("exit 4");
+    const ShellCommand command("exit 4");
     EXPECT_TRUE(exited_with(do_exec(kShell, command.argv()), 4));
     int status = -1;
     EXPECT_EQ(waitpid(other, &status, 0), other);
@@ -91,7 +91,7 @@ TEST(DoExec, WaitsForItsOwnChildOnly) {
 TEST(DoExec, WaitsThroughSignals) {
     const ChildRun run = status_in_child([] {
         ignore_alarms_every_20_milliseconds();
-        const shell_command command("sleep 0.2; exit 5");
+        const ShellCommand command("sleep 0.2; exit 5");
         return exited_with(do_exec(kShell, command.argv()), 5) ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -99,7 +99,7 @@ TEST(DoExec, WaitsThroughSignals) {
 
 TEST(DoExec, AProgramThatCannotBeRunHasStatus255) {
     const ChildRun run = status_in_child([] {
-        const shell_command command("exit 0");
+        const ShellCommand command("exit 0");
         return exited_with(do_exec("/no/such/program", command.argv()), 255) ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -110,7 +110,7 @@ TEST(DoExec, AProgramThatCannotBeRunHasStatus255) {
 TEST(DoExec, AFailedForkIsReported) {
     const ChildRun run = status_in_child([] {
         fail_fork(EAGAIN);
-        const shell_command command("exit 0");
+        const ShellCommand command("exit 0");
         return do_exec(kShell, command.argv()) == -1 && errno == EAGAIN ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -121,7 +121,7 @@ TEST(DoExec, AFailedForkIsReported) {
 TEST(DoExec, AChildThatTheSystemWaitsForGivesMinusOne) {
     const ChildRun run = status_in_child([] {
         signal(SIGCHLD, SIG_IGN);
-        const shell_command command("exit 0");
+        const ShellCommand command("exit 0");
         return do_exec(kShell, command.argv()) == -1 && errno == ECHILD ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -187,7 +187,7 @@ TEST(ForkExecvFd, ConnectsInputAndOutput) {
     const ChildRun run = status_in_child([] {
         const int in = open("/proc/self/comm", O_RDONLY);
         const int out = dup(1);
-        const shell_command command("tr a-z x; echo err >&2; exit 6");
+        const ShellCommand command("tr a-z x; echo err >&2; exit 6");
         const long before = open_descriptors();
         const int status = fork_execv_fd(in, out, kShell, command.argv());
         return exited_with(status, 6) && open_descriptors() == before ? 0 : 1;
@@ -199,7 +199,7 @@ TEST(ForkExecvFd, ConnectsInputAndOutput) {
 
 TEST(ForkExecvFd, MinusOneIsDevNull) {
     const ChildRun run = status_in_child([] {
-        const shell_command command("cat; echo out");
+        const ShellCommand command("cat; echo out");
         return fork_execv_fd(-1, -1, kShell, command.argv());
     });
     EXPECT_EQ(run.status, 0);
@@ -208,7 +208,7 @@ TEST(ForkExecvFd, MinusOneIsDevNull) {
 
 TEST(ForkExecvFd, RefusesTheStandardStreams) {
     const ChildRun run = status_in_child([] {
-        const shell_command command("exit 0");
+        const ShellCommand command("exit 0");
         for (const int fd : {0, 1, 2}) {
             errno = EIO;
             if (fork_execv_fd(fd, -1, kShell, command.argv()) != -1 || errno != EINVAL ||
@@ -230,7 +230,7 @@ TEST(ForkExecvFd, RefusesTheStandardStreams) {
 TEST(ForkExecvFd, AFailedForkIsReported) {
     const ChildRun run = status_in_child([] {
         fail_fork(EAGAIN);
-        const shell_command command("exit 0");
+        const ShellCommand command("exit 0");
         return fork_execv_fd(-1, -1, kShell, command.argv()) == -1 && errno == EAGAIN ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -241,7 +241,7 @@ TEST(ForkExecvFd, AFailedForkIsReported) {
 
 TEST(ForkExecvFd, AProgramThatCannotBeRunIsSaidByTheChild) {
     const ChildRun run = status_in_child([] {
-        const shell_command command("exit 0");
+        const ShellCommand command("exit 0");
         return exited_with(fork_execv_fd(-1, -1, "/no/such/program", command.argv()), 255) ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -253,7 +253,7 @@ TEST(ForkExecvFd, AProgramThatCannotBeRunIsSaidByTheChild) {
 TEST(ForkExecvFd, AFailedWaitIsReported) {
     const ChildRun run = status_in_child([] {
         signal(SIGCHLD, SIG_IGN);
-        const shell_command command("exit 0");
+        const ShellCommand command("exit 0");
         return fork_execv_fd(-1, -1, kShell, command.argv()) == -1 && errno == ECHILD ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -265,7 +265,7 @@ TEST(ForkExecvFd, AFailedWaitIsReported) {
 TEST(ForkExecvFd, ASignalThatEndsTheProgramIsReported) {
     const ChildRun run = status_in_child([] {
         errno = EIO;
-        const shell_command command("kill -KILL $$");
+        const ShellCommand command("kill -KILL $$");
         const int status = fork_execv_fd(-1, -1, kShell, command.argv());
         return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL ? 0 : 1;
     });
@@ -277,7 +277,7 @@ TEST(ForkExecvFd, ASignalThatEndsTheProgramIsReported) {
 TEST(ForkExecvFd, AStoppedProgramIsReportedAndWaitedForFurther) {
     const ChildRun run = status_in_child([] {
         ignore_alarms_every_20_milliseconds();
-        const shell_command command("(sleep 0.3; kill -CONT $$) & kill -STOP $$; wait; exit 3");
+        const ShellCommand command("(sleep 0.3; kill -CONT $$) & kill -STOP $$; wait; exit 3");
         return exited_with(fork_execv_fd(-1, -1, kShell, command.argv()), 3) ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);

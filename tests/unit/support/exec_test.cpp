@@ -47,15 +47,15 @@ int run_shell(int in, int out, int err, const char* command) {
 }
 
 // A pipe that belongs to one test.
-class test_pipe {
+class TestPipe {
   public:
-    test_pipe() { EXPECT_EQ(pipe2(ends_.data(), O_CLOEXEC), 0); }
-    ~test_pipe() {
+    TestPipe() { EXPECT_EQ(pipe2(ends_.data(), O_CLOEXEC), 0); }
+    ~TestPipe() {
         close(ends_[0]);
         close(ends_[1]);
     }
-    test_pipe(const test_pipe&) = delete;
-    test_pipe& operator=(const test_pipe&) = delete;
+    TestPipe(const TestPipe&) = delete;
+    TestPipe& operator=(const TestPipe&) = delete;
 
     int read_end() const { return ends_[0]; }
     int write_end() const { return ends_[1]; }
@@ -81,9 +81,9 @@ class test_pipe {
 };
 
 TEST(ForkExeclPipes, GivesTheChildTheCallersDescriptors) {
-    test_pipe in;
-    test_pipe out;
-    test_pipe err;
+    TestPipe in;
+    TestPipe out;
+    TestPipe err;
     ASSERT_EQ(write(in.write_end(), "question\n", 9), 9);
     EXPECT_EQ(run_shell(in.read_end(), out.write_end(), err.write_end(),
                         "read word; echo \"out $word\"; echo \"err $word\" >&2; exit 7"),
@@ -93,7 +93,7 @@ TEST(ForkExeclPipes, GivesTheChildTheCallersDescriptors) {
 }
 
 TEST(ForkExeclPipes, LeavesTheCallersDescriptorsOpen) {
-    test_pipe out;
+    TestPipe out;
     const long before = open_descriptors();
     EXPECT_EQ(run_shell(-1, out.write_end(), 2, "exit 0"), 0);
     EXPECT_EQ(open_descriptors(), before);
@@ -101,7 +101,7 @@ TEST(ForkExeclPipes, LeavesTheCallersDescriptorsOpen) {
 }
 
 TEST(ForkExeclPipes, PassesEveryArgument) {
-    test_pipe out;
+    TestPipe out;
     const pid_t pid =
         fork_execl_pipes(0, out.write_end(), 2, kShell, "own name", "-c",
                          "printf '%s\\n' \"$0\" \"$@\"", "zero", "", "two words", nullptr);
@@ -110,7 +110,7 @@ TEST(ForkExeclPipes, PassesEveryArgument) {
 }
 
 TEST(ForkExeclPipes, DoesNotWaitForTheChild) {
-    test_pipe in;
+    TestPipe in;
     const pid_t pid = fork_execl_pipes(in.read_end(), 1, 2, kShell, "sh", "-c", "read x", nullptr);
     ASSERT_GT(pid, 0);
     EXPECT_EQ(waitpid(pid, nullptr, WNOHANG), 0);
@@ -119,8 +119,8 @@ TEST(ForkExeclPipes, DoesNotWaitForTheChild) {
 }
 
 TEST(ForkExeclPipes, AListOfOnlyTheNullPointerIsAnEmptyVector) {
-    test_pipe in;
-    test_pipe out;
+    TestPipe in;
+    TestPipe out;
     const std::string script = "echo \"$# arguments\"\n";
     ASSERT_EQ(write(in.write_end(), script.data(), script.size()),
               static_cast<ssize_t>(script.size()));
@@ -131,7 +131,7 @@ TEST(ForkExeclPipes, AListOfOnlyTheNullPointerIsAnEmptyVector) {
 }
 
 TEST(ForkExecvPipes, TakesTheVectorAsItIs) {
-    test_pipe out;
+    TestPipe out;
     std::string name = "echo";
     std::string word = "word";
     const std::array<char*, 3> argv = {name.data(), word.data(), nullptr};
@@ -140,7 +140,7 @@ TEST(ForkExecvPipes, TakesTheVectorAsItIs) {
 }
 
 TEST(ForkExecvPipes, MinusOneForInputIsEndOfFileAtOnce) {
-    test_pipe out;
+    TestPipe out;
     EXPECT_EQ(run_shell(-1, out.write_end(), 2, "cat; readlink /proc/self/fd/0"), 0);
     EXPECT_EQ(out.text(), "/dev/null\n");
 }
@@ -199,7 +199,7 @@ TEST(ForkExecvPipes, DevNullWorksWhereTheCallersStreamsAreClosed) {
 
 TEST(ForkExecvPipes, TheSameDescriptorForTwoStreamsFailsInTheChild) {
     const ChildRun run = status_in_child([] {
-        test_pipe both;
+        TestPipe both;
         return run_shell(0, both.write_end(), both.write_end(), "exit 0");
     });
     EXPECT_EQ(run.status, 255);
@@ -222,7 +222,7 @@ TEST(ForkExecvPipes, ADescriptorThatIsNotOpenFailsInTheChild) {
 
 TEST(ForkExecvPipes, AFailedOpenOfDevNullIsReportedAsAFailedDup) {
     const ChildRun run = status_in_child([] {
-        const testing_support::no_more_descriptors limit;
+        const testing_support::NoMoreDescriptors limit;
         return run_shell(-1, 1, 2, "exit 0");
     });
     EXPECT_EQ(run.status, 255);
@@ -240,21 +240,21 @@ TEST(ForkExecvPipes, APathThatDoesNotExistIsSaidByTheChild) {
 }
 
 TEST(ForkExecvPipes, ThatMessageGoesToTheStandardErrorOfTheChild) {
-    test_pipe err;
+    TestPipe err;
     EXPECT_EQ(exit_code_of(fork_execl_pipes(0, 1, err.write_end(), "/", "program", nullptr)), 255);
     EXPECT_EQ(err.text(), "fork_execv: execv(\"/\") failed: Permission denied\n");
 }
 
 TEST(ForkExecvPipes, APathOfAnyLengthIsSaidWhole) {
     const std::string path(20000, 'x');
-    test_pipe err;
+    TestPipe err;
     EXPECT_EQ(exit_code_of(fork_execl_pipes(0, 1, err.write_end(), path.c_str(), "x", nullptr)),
               255);
     EXPECT_EQ(err.text(), "fork_execv: execv(\"" + path + "\") failed: File name too long\n");
 }
 
 TEST(ForkExecvPipes, ANullPathFailsLikeAWrongOne) {
-    test_pipe err;
+    TestPipe err;
     const std::array<char*, 1> argv = {nullptr};
     EXPECT_EQ(exit_code_of(fork_execv_pipes(0, 1, err.write_end(), nullptr, argv.data())), 255);
     EXPECT_EQ(err.text(), "fork_execv: execv(\"(null)\") failed: Bad address\n");

@@ -1,4 +1,4 @@
-#include "failing_allocation.h"
+#include "tests/unit/support/failing_allocation.h"
 
 #include <cerrno>
 #include <cstddef>

@@ -1,11 +1,11 @@
-// Lets an allocation of the code under test fail. For programs linked with the linker's --wrap for
-// malloc, calloc, realloc, reallocarray and strdup (see CMakeLists.txt), which reaches the calls of
-// the objects linked in, not those inside the C and C++ libraries.
+/// Lets an allocation of the code under test fail. For programs linked with the linker's --wrap for
+/// malloc, calloc, realloc, reallocarray and strdup (see CMakeLists.txt), which reaches the calls
+/// of the objects linked in, not those inside the C and C++ libraries.
 #pragma once
 
 class FailingAllocation {
   public:
-    // The allocation number nth from now on fails, 1 being the next one; the others succeed.
+    /// The allocation number nth from now on fails, 1 being the next one; the others succeed.
     explicit FailingAllocation(int nth);
     ~FailingAllocation();
     FailingAllocation(const FailingAllocation&) = delete;

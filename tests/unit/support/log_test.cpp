@@ -15,9 +15,9 @@
 
 #include <gtest/gtest.h>
 
-#include "child_run.h"
-#include "failing_allocation.h"
-#include "private_directory.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
+#include "tests/unit/support/private_directory.h"
 
 namespace {
 

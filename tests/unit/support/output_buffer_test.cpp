@@ -20,8 +20,8 @@
 
 namespace {
 
-using tolva::output_buffer;
-using outcome = tolva::output_buffer::outcome;
+using tolva::OutputBuffer;
+using Outcome = tolva::OutputBuffer::Outcome;
 
 // A file with that content, read from its start.
 int file_with(std::string_view content) {
@@ -31,12 +31,12 @@ int file_with(std::string_view content) {
     return file;
 }
 
-std::string_view view(const output_buffer& buffer) {
+std::string_view view(const OutputBuffer& buffer) {
     return {buffer.text(), buffer.length()};
 }
 
 TEST(OutputBuffer, IsEmptyAtFirst) {
-    output_buffer buffer;
+    OutputBuffer buffer;
     EXPECT_STREQ(buffer.text(), "");
     EXPECT_EQ(buffer.release(), nullptr);
 }
@@ -45,8 +45,8 @@ TEST(OutputBuffer, ReadsToTheEndWhateverTheSize) {
     for (const std::size_t size : {0U, 1U, 4094U, 4095U, 4096U, 8191U, 8192U, 100000U}) {
         const std::string content(size, 'x');
         const int file = file_with(content);
-        output_buffer buffer;
-        EXPECT_EQ(buffer.read_from(file), outcome::ended);
+        OutputBuffer buffer;
+        EXPECT_EQ(buffer.read_from(file), Outcome::ended);
         EXPECT_EQ(view(buffer), content);
         EXPECT_EQ(buffer.text()[size], '\0');
         close(file);
@@ -56,8 +56,8 @@ TEST(OutputBuffer, ReadsToTheEndWhateverTheSize) {
 TEST(OutputBuffer, KeepsZeroBytes) {
     const std::string content("a\0b\0", 4);
     const int file = file_with(content);
-    output_buffer buffer;
-    EXPECT_EQ(buffer.read_from(file), outcome::ended);
+    OutputBuffer buffer;
+    EXPECT_EQ(buffer.read_from(file), Outcome::ended);
     EXPECT_EQ(view(buffer), content);
     close(file);
 }
@@ -66,15 +66,15 @@ TEST(OutputBuffer, GoesOnWithWhatItHandedOver) {
     for (const std::size_t size : {0U, 5U, 4095U, 4096U, 8191U}) {
         const std::string begin(size, 'a');
         const int first = file_with(begin);
-        output_buffer buffer;
-        EXPECT_EQ(buffer.read_from(first), outcome::ended);
+        OutputBuffer buffer;
+        EXPECT_EQ(buffer.read_from(first), Outcome::ended);
         close(first);
 
         const std::string end(5000, 'b');
         const int second = file_with(end);
         const std::size_t length = buffer.length();
-        output_buffer further(buffer.release(), length);
-        EXPECT_EQ(further.read_from(second), outcome::ended);
+        OutputBuffer further(buffer.release(), length);
+        EXPECT_EQ(further.read_from(second), Outcome::ended);
         EXPECT_EQ(view(further), begin + end);
         close(second);
     }
@@ -83,41 +83,41 @@ TEST(OutputBuffer, GoesOnWithWhatItHandedOver) {
 TEST(OutputBuffer, ADescriptorWithoutMoreForNowIsPending) {
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
-    output_buffer buffer;
-    EXPECT_EQ(buffer.read_from(ends[0]), outcome::pending);
+    OutputBuffer buffer;
+    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::pending);
     ASSERT_EQ(write(ends[1], "text", 4), 4);
-    EXPECT_EQ(buffer.read_from(ends[0]), outcome::pending);
+    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::pending);
     EXPECT_EQ(view(buffer), "text");
     close(ends[1]);
-    EXPECT_EQ(buffer.read_from(ends[0]), outcome::ended);
+    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::ended);
     EXPECT_EQ(view(buffer), "text");
     close(ends[0]);
 }
 
 TEST(OutputBuffer, AFailedReadLeavesErrno) {
-    output_buffer buffer;
-    EXPECT_EQ(buffer.read_from(-1), outcome::failed);
+    OutputBuffer buffer;
+    EXPECT_EQ(buffer.read_from(-1), Outcome::failed);
     EXPECT_EQ(errno, EBADF);
 }
 
 TEST(OutputBuffer, NoMemoryKeepsWhatWasRead) {
     const std::string content(10000, 'x');
     const int file = file_with(content);
-    output_buffer buffer;
+    OutputBuffer buffer;
     {
         const FailingAllocation memory(2);
-        EXPECT_EQ(buffer.read_from(file), outcome::no_memory);
+        EXPECT_EQ(buffer.read_from(file), Outcome::no_memory);
         EXPECT_EQ(errno, ENOMEM);
     }
     EXPECT_EQ(view(buffer), std::string(4095, 'x'));
-    EXPECT_EQ(buffer.read_from(file), outcome::ended);
+    EXPECT_EQ(buffer.read_from(file), Outcome::ended);
     EXPECT_EQ(view(buffer), content);
     close(file);
 }
 
 TEST(OutputBuffer, NoMemoryAtAllIsReportedByReserve) {
     const FailingAllocation memory(1);
-    output_buffer buffer;
+    OutputBuffer buffer;
     EXPECT_FALSE(buffer.reserve());
     EXPECT_TRUE(buffer.reserve());
     EXPECT_STREQ(buffer.text(), "");
@@ -125,7 +125,7 @@ TEST(OutputBuffer, NoMemoryAtAllIsReportedByReserve) {
 
 TEST(OutputBuffer, DrainingReadsToTheEnd) {
     const int file = file_with(std::string(10000, 'x'));
-    output_buffer::drain(file);
+    OutputBuffer::drain(file);
     EXPECT_EQ(lseek(file, 0, SEEK_CUR), 10000);
     close(file);
 }
@@ -147,8 +147,8 @@ TEST(OutputBuffer, SignalsDoNotEndReading) {
         close(ends[1]);
         const itimerval often = {{0, 20000}, {0, 20000}};
         setitimer(ITIMER_REAL, &often, nullptr);
-        output_buffer buffer;
-        return buffer.read_from(ends[0]) == outcome::ended && view(buffer) == "late" ? 0 : 1;
+        OutputBuffer buffer;
+        return buffer.read_from(ends[0]) == Outcome::ended && view(buffer) == "late" ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
 }

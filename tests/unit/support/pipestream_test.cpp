@@ -24,15 +24,15 @@ namespace {
 using testing_support::exited_with;
 using testing_support::open_descriptors;
 
-using popen_stream = basic_handlestream<PipeCloseStrategy, OutputStreamStrategy>;
+using PopenStream = basic_handlestream<PipeCloseStrategy, OutputStreamStrategy>;
 
 static_assert(std::is_base_of_v<std::ostream, ofd_pipestream>);
 static_assert(std::is_base_of_v<OutputStreamStrategy, ofd_pipestream>);
 static_assert(!std::is_convertible_v<ofd_pipestream*, OutputStreamStrategy*>);
-static_assert(sizeof(ofd_pipestream) == sizeof(popen_stream));
+static_assert(sizeof(ofd_pipestream) == sizeof(PopenStream));
 
-struct pipe_ends {
-    pipe_ends() {
+struct PipeEnds {
+    PipeEnds() {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
         read_end = ends[0];
@@ -61,7 +61,7 @@ std::string read_all(int read_end) {
 }
 
 TEST(OfdPipestream, WritesWhatIsInserted) {
-    const pipe_ends ends;
+    const PipeEnds ends;
     {
         ofd_pipestream stream(ends.write_end);
         EXPECT_TRUE(stream.good());
@@ -71,7 +71,7 @@ TEST(OfdPipestream, WritesWhatIsInserted) {
 }
 
 TEST(OfdPipestream, ItsDestructionGivesTheReaderEndOfFile) {
-    const pipe_ends ends;
+    const PipeEnds ends;
     const long before = open_descriptors();
     { const ofd_pipestream stream(ends.write_end); }
     EXPECT_EQ(open_descriptors(), before - 1);
@@ -79,7 +79,7 @@ TEST(OfdPipestream, ItsDestructionGivesTheReaderEndOfFile) {
 }
 
 TEST(OfdPipestream, WritesABufferOf8192BytesAtATime) {
-    const pipe_ends ends;
+    const PipeEnds ends;
     int held = 0;
     {
         ofd_pipestream stream(ends.write_end);
@@ -96,7 +96,7 @@ TEST(OfdPipestream, WritesABufferOf8192BytesAtATime) {
 }
 
 TEST(OfdPipestream, LosesNothingOfOutputLargerThanItsBuffer) {
-    const pipe_ends ends;
+    const PipeEnds ends;
     std::string written;
     for (int i = 0; i < 50000; ++i) {
         written += std::to_string(i) + "\n";
@@ -113,8 +113,8 @@ TEST(OfdPipestream, LosesNothingOfOutputLargerThanItsBuffer) {
 }
 
 TEST(OfdPipestream, FeedsAProgramThatIsWaitedFor) {
-    const pipe_ends in;
-    const pipe_ends out;
+    const PipeEnds in;
+    const PipeEnds out;
     const pid_t pid =
         fork_execl_pipes(in.read_end, out.write_end, 2, "/usr/bin/wc", "wc", "-c", nullptr);
     close(in.read_end);
@@ -134,7 +134,7 @@ TEST(OfdPipestream, OverABareDescriptorDoesNotWaitForAProcess) {
     if (pid == 0) {
         _exit(3);
     }
-    const pipe_ends ends;
+    const PipeEnds ends;
     { const ofd_pipestream stream(ends.write_end); }
     close(ends.read_end);
     int status = -1;
@@ -150,7 +150,7 @@ TEST(OfdPipestream, CannotBeUsedOverADescriptorThatIsNotOpen) {
 }
 
 TEST(OfdPipestream, ClosesADescriptorThatItCannotUse) {
-    const pipe_ends ends;
+    const PipeEnds ends;
     const long before = open_descriptors();
     {
         const ofd_pipestream stream(ends.read_end);
@@ -163,7 +163,7 @@ TEST(OfdPipestream, ClosesADescriptorThatItCannotUse) {
 TEST(OfdPipestream, AReaderThatHasGoneShowsInTheStreamWhereSigpipeIsIgnored) {
     const ChildRun run = status_in_child([] {
         signal(SIGPIPE, SIG_IGN);
-        const pipe_ends ends;
+        const PipeEnds ends;
         close(ends.read_end);
         ofd_pipestream stream(ends.write_end);
         stream << "text" << std::flush;
@@ -175,7 +175,7 @@ TEST(OfdPipestream, AReaderThatHasGoneShowsInTheStreamWhereSigpipeIsIgnored) {
 TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
     const ChildRun run = status_in_child([] {
         signal(SIGPIPE, SIG_IGN);
-        const pipe_ends ends;
+        const PipeEnds ends;
         close(ends.read_end);
         const long before = open_descriptors();
         {
@@ -191,7 +191,7 @@ TEST(Handlestream, OverAPopenStreamSendsAllAndWaits) {
     const ChildRun run = status_in_child([] {
         const long before = open_descriptors();
         {
-            popen_stream stream(popen("sleep 0.1; cat; echo end", "w"));
+            PopenStream stream(popen("sleep 0.1; cat; echo end", "w"));
             stream << "first\n" << std::string(20000, 'x') << "\nlast\n";
         }
         return testing_support::has_children() || open_descriptors() != before ? 1 : 0;
@@ -204,7 +204,7 @@ TEST(Handlestream, KeepsTheOrderWithWhatTheStdioStreamHadBefore) {
     const ChildRun run = status_in_child([] {
         FILE* process = popen("cat", "w");
         std::fputs("before ", process);
-        popen_stream stream(process);
+        PopenStream stream(process);
         stream << "after\n";
         return 0;
     });
@@ -218,7 +218,7 @@ TEST(Handlestream, SurvivesAProcessThatEndsWithoutReading) {
         siginfo_t ended{};
         waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT);
         {
-            popen_stream stream(process);
+            PopenStream stream(process);
             stream << "nobody reads this";
         }
         return testing_support::has_children() ? 1 : 0;
@@ -227,13 +227,13 @@ TEST(Handlestream, SurvivesAProcessThatEndsWithoutReading) {
 }
 
 TEST(Handlestream, OverNoStdioStreamCannotBeUsed) {
-    popen_stream stream(static_cast<FILE*>(nullptr));
+    PopenStream stream(static_cast<FILE*>(nullptr));
     EXPECT_TRUE(stream.bad());
     stream << "lost";
     EXPECT_TRUE(stream.fail());
 }
 
-struct recording_close {
+struct RecordingClose {
     static inline int closed = 0;
     static void close(FILE* handle) noexcept {
         ++closed;
@@ -242,18 +242,18 @@ struct recording_close {
 };
 
 TEST(Handlestream, ClosesAHandleByItsStrategyAndADescriptorWithoutIt) {
-    const pipe_ends ends;
-    { const basic_handlestream<recording_close, OutputStreamStrategy> stream(ends.write_end); }
-    EXPECT_EQ(recording_close::closed, 0);
+    const PipeEnds ends;
+    { const basic_handlestream<RecordingClose, OutputStreamStrategy> stream(ends.write_end); }
+    EXPECT_EQ(RecordingClose::closed, 0);
     EXPECT_EQ(read_all(ends.read_end), "");
 
     std::FILE* file = std::tmpfile();
     const int kept = dup(fileno(file));
     {
-        basic_handlestream<recording_close, OutputStreamStrategy> stream(file);
+        basic_handlestream<RecordingClose, OutputStreamStrategy> stream(file);
         stream << "text";
     }
-    EXPECT_EQ(recording_close::closed, 1);
+    EXPECT_EQ(RecordingClose::closed, 1);
     EXPECT_EQ(content_of(kept), "text");
     close(kept);
 }

@@ -1,4 +1,4 @@
-#include "private_directory.h"
+#include "tests/unit/support/private_directory.h"
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "child_run.h"
+#include "tests/unit/support/child_run.h"
 
 bool make_private(const char* directory) {
     const uid_t user = geteuid();

@@ -8,12 +8,12 @@
 
 namespace testing_support {
 
-// Whether a status of waitpid(2) is that of a process that exited with that code.
+/// Whether a status of waitpid(2) is that of a process that exited with that code.
 inline bool exited_with(int status, int code) {
     return WIFEXITED(status) && WEXITSTATUS(status) == code;
 }
 
-// How many descriptors the process has: to be compared before and after.
+/// How many descriptors the process has: to be compared before and after.
 inline long open_descriptors() {
     DIR* directory = opendir("/proc/self/fd");
     long count = 0;
@@ -24,17 +24,17 @@ inline long open_descriptors() {
     return count;
 }
 
-// While it lives, no descriptor can be opened: EMFILE.
-class no_more_descriptors {
+/// While it lives, no descriptor can be opened: EMFILE.
+class NoMoreDescriptors {
   public:
-    no_more_descriptors() {
+    NoMoreDescriptors() {
         getrlimit(RLIMIT_NOFILE, &before_);
         const rlimit none = {3, before_.rlim_max};
         setrlimit(RLIMIT_NOFILE, &none);
     }
-    no_more_descriptors(const no_more_descriptors&) = delete;
-    no_more_descriptors& operator=(const no_more_descriptors&) = delete;
-    ~no_more_descriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
+    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
+    ~NoMoreDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
 
   private:
     rlimit before_{};

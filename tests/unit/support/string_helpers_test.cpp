@@ -8,10 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include "child_run.h"
-#include "failing_allocation.h"
 #include "support/c_pointer.h"
 #include "support/log.h"
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
 
 namespace {
 

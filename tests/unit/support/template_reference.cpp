@@ -1,4 +1,4 @@
-#include "template_reference.h"
+#include "tests/unit/support/template_reference.h"
 
 #include <algorithm>
 #include <cstddef>

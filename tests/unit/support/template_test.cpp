@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "template_reference.h"
+#include "tests/unit/support/template_reference.h"
 
 namespace {
 
