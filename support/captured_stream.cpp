@@ -2,11 +2,11 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "support/log.h"
@@ -61,13 +61,13 @@ bool CapturedStream::open() {
     if (target_ == nullptr) {
         return true;
     }
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) == -1) {
+    std::optional<Pipe> pipe = make_pipe();
+    if (!pipe) {
         messlog2(0, 0, "fork_execv_getouterr: pipe() failed");
         return false;
     }
-    read_end_ = Descriptor(ends[0]);
-    child_end_ = Descriptor(ends[1]);
+    read_end_ = std::move(pipe->read_end);
+    child_end_ = std::move(pipe->write_end);
     if (fcntl(read_end_.get(), F_SETFL, O_NONBLOCK) == -1) {
         messlog2(0, 0, "fork_execv_getouterr: fcntl(O_NONBLOCK) failed");
         return false;

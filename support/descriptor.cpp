@@ -1,11 +1,25 @@
 #include "support/descriptor.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <utility>
 
 namespace tolva {
+
+namespace {
+
+// Gives the descriptor another number where it has that of a standard stream.
+bool move_above_standard_streams(Descriptor& descriptor) {
+    if (descriptor.get() <= STDERR_FILENO) {
+        descriptor = Descriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    }
+    return static_cast<bool>(descriptor);
+}
+
+}  // namespace
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
     if (this != &other) {
@@ -26,6 +40,19 @@ void Descriptor::close() noexcept {
     const int saved_errno = errno;
     ::close(std::exchange(fd_, -1));
     errno = saved_errno;
+}
+
+std::optional<Pipe> make_pipe() {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) == -1) {
+        return std::nullopt;
+    }
+    Pipe pipe{Descriptor(ends[0]), Descriptor(ends[1])};
+    if (!move_above_standard_streams(pipe.read_end) ||
+        !move_above_standard_streams(pipe.write_end)) {
+        return std::nullopt;
+    }
+    return pipe;
 }
 
 }  // namespace tolva

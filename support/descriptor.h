@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 namespace tolva {
 
 /// Owner of a file descriptor, which it closes.
@@ -26,5 +28,15 @@ class Descriptor {
   private:
     int fd_ = -1;
 };
+
+struct Pipe {
+    Descriptor read_end;
+    Descriptor write_end;
+};
+
+/// A pipe whose ends are closed on execv(2), or nothing with errno. The ends have numbers above 2
+/// also where a standard stream is closed: a child that is given one of them must not take it for a
+/// stream to inherit.
+[[nodiscard]] std::optional<Pipe> make_pipe();
 
 }  // namespace tolva

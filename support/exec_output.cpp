@@ -1,15 +1,13 @@
 #include "support/exec_output.h"
 
-#include <fcntl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "support/captured_stream.h"
 #include "support/child_process.h"
@@ -19,8 +17,8 @@
 
 namespace child = tolva::child;
 using tolva::CapturedStream;
-using tolva::Descriptor;
 using tolva::OutputBuffer;
+using tolva::Pipe;
 
 namespace {
 
@@ -46,27 +44,28 @@ void report_utility(int status, const char* path, const char* output) {
 
 int getoutput(char** output, const char* path, char* const argv[]) {
     OutputBuffer text;
-    std::array<int, 2> ends{};
-    if (argv == nullptr || !text.reserve() || pipe2(ends.data(), O_CLOEXEC) == -1) {
+    std::optional<Pipe> pipe;
+    if (argv != nullptr && text.reserve()) {
+        pipe = tolva::make_pipe();
+    }
+    if (!pipe) {
         messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(errno));
         return -1;
     }
-    Descriptor read_end(ends[0]);
-    Descriptor write_end(ends[1]);
-    const pid_t pid = child::start({0, write_end.get(), 2}, path, argv, report_failed_exec);
+    const pid_t pid = child::start({0, pipe->write_end.get(), 2}, path, argv, report_failed_exec);
     if (pid == -1) {
         messlog2(0, 0, "Cannot fork():\n%s", strerror(errno));
         return -1;
     }
-    write_end.close();
-    const auto outcome = text.read_from(read_end.get());
+    pipe->write_end.close();
+    const auto outcome = text.read_from(pipe->read_end.get());
     const int error = errno;
     if (outcome == OutputBuffer::Outcome::no_memory) {
         messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(error));
     } else if (outcome == OutputBuffer::Outcome::failed) {
         messlog2(0, 0, "Cannot read child output:\n%s", strerror(error));
     }
-    read_end.close();
+    pipe->read_end.close();
     const int status = child::wait_for(pid);
     if (outcome != OutputBuffer::Outcome::ended) {
         errno = error;

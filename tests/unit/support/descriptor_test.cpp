@@ -3,15 +3,21 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
+#include <optional>
 #include <utility>
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/support/child_run.h"
+#include "tests/unit/support/process_state.h"
+
 namespace {
 
+using testing_support::NoMoreDescriptors;
 using tolva::Descriptor;
+using tolva::make_pipe;
+using tolva::Pipe;
 
 bool is_open(int fd) {
     return fcntl(fd, F_GETFD) != -1;
@@ -66,6 +72,49 @@ TEST(Descriptor, ClosingKeepsErrno) {
     fd.close();
     EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(fd);
+}
+
+TEST(MakePipe, GivesBothEndsOfAPipeThatNoProgramInherits) {
+    const std::optional<Pipe> pipe = make_pipe();
+    ASSERT_TRUE(pipe);
+    EXPECT_EQ(fcntl(pipe->read_end.get(), F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(fcntl(pipe->write_end.get(), F_GETFD), FD_CLOEXEC);
+    ASSERT_EQ(write(pipe->write_end.get(), "x", 1), 1);
+    char byte = 0;
+    EXPECT_EQ(read(pipe->read_end.get(), &byte, 1), 1);
+    EXPECT_EQ(byte, 'x');
+}
+
+TEST(MakePipe, LeavesTheNumbersOfTheStandardStreamsAlone) {
+    const ChildRun run = status_in_child([] {
+        close(0);
+        close(1);
+        close(2);
+        const std::optional<Pipe> pipe = make_pipe();
+        const bool apart = pipe && pipe->read_end.get() > 2 && pipe->write_end.get() > 2 &&
+                           fcntl(pipe->read_end.get(), F_GETFD) == FD_CLOEXEC &&
+                           fcntl(pipe->write_end.get(), F_GETFD) == FD_CLOEXEC;
+        return apart && !is_open(0) && !is_open(1) && !is_open(2) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST(MakePipe, GivesNothingWithoutDescriptors) {
+    const NoMoreDescriptors limit;
+    EXPECT_FALSE(make_pipe());
+    EXPECT_EQ(errno, EMFILE);
+}
+
+// Descriptors may be had for the pipe but not for moving its ends.
+TEST(MakePipe, GivesNothingWhereAnEndCannotBeMoved) {
+    const ChildRun run = status_in_child([] {
+        close(0);
+        close(1);
+        const NoMoreDescriptors limit;
+        const bool failed = !make_pipe() && (errno == EMFILE || errno == EINVAL);
+        return failed && !is_open(0) && !is_open(1) ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
 }
 
 }  // namespace

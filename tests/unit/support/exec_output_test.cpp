@@ -174,6 +174,19 @@ TEST(ForkExecvGetoutput, CollectsStandardOutputAlone) {
     EXPECT_EQ(run.err, "err\n");
 }
 
+TEST(ForkExecvGetoutput, CollectsWhereTheCallersStandardStreamsAreClosed) {
+    const ChildRun run = status_in_child([] {
+        close(0);
+        close(1);
+        GivenText output;
+        const int status =
+            fork_execv_getoutput(output.target(), kShell, "sh", "-c", "echo out", nullptr);
+        return status == 0 && output.text() == "out\n" ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "");
+}
+
 TEST(ForkExecvGetoutput, AFailedUtilityIsReported) {
     const ChildRun run = status_in_child([] {
         errno = EIO;
@@ -388,6 +401,20 @@ TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsAtATime) {
     EXPECT_EQ(err.text(), std::string(300000, 'e'));
 }
 
+TEST(ForkExeclGetouterr, CollectsWhereTheCallersStandardStreamsAreClosed) {
+    const ChildRun run = status_in_child([] {
+        close(0);
+        close(1);
+        close(2);
+        GivenText out;
+        GivenText err;
+        const int status =
+            fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c", kBoth, nullptr);
+        return exited_with(status, 2) && out.text() == "out\n" && err.text() == "err\n" ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+}
+
 TEST(ForkExeclGetouterr, AStreamWithoutTargetGoesToDevNull) {
     const ChildRun run = status_in_child([] {
         GivenText out;
@@ -527,6 +554,18 @@ TEST(ForkExeclGetout, NoMemoryForTheArgumentsIsReported) {
     });
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, std::string("malloc() failed: Cannot allocate memory") + kNoMemory);
+}
+
+TEST(ForkExeclGetout, CollectsWhereTheCallersStandardStreamsAreClosed) {
+    const ChildRun run = status_in_child([] {
+        close(0);
+        close(1);
+        GivenText out;
+        const int status = fork_execl_getout(out.target(), kShell, "sh", "-c", kBoth, nullptr);
+        return exited_with(status, 2) && out.text() == "out\n" ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "err\n");
 }
 
 TEST(ForkExecvGetout, AFailedPipeIsReportedInTheWordsOfGetouterr) {
