@@ -121,7 +121,7 @@ void reset_sigpipe() {
 [[noreturn]] void become(const Streams& wanted, const char* path, char* const argv[],
                          ExecFailureReport report) {
     if (!connect_streams(wanted)) {
-        say({"fork_execv: dup() failed: ", reason(errno), "\n"});
+        say("fork_execv: dup() failed: ", reason(errno), "\n");
         _exit(kCannotBecomeProgram);
     }
     close_descriptors_from(kStandardStreams);
@@ -138,7 +138,7 @@ void reset_sigpipe() {
 }  // namespace
 
 void report_failed_execv(const char* path, int error) {
-    say({"fork_execv: execv(\"", path, "\") failed: ", reason(error), "\n"});
+    say("fork_execv: execv(\"", path, "\") failed: ", reason(error), "\n");
 }
 
 pid_t start(const Streams& wanted, const char* path, char* const argv[], ExecFailureReport report) {
@@ -164,15 +164,9 @@ const char* reason(int error) {
     return description != nullptr ? description : "Unknown error";
 }
 
-void say(std::initializer_list<const char*> texts) {
-    std::array<iovec, 8> pieces{};
-    size_t count = 0;
-    for (const char* text : texts) {
-        if (count < pieces.size()) {
-            pieces[count++] = {const_cast<char*>(text), strlen(text)};
-        }
-    }
-    while (writev(STDERR_FILENO, pieces.data(), static_cast<int>(count)) == -1 && errno == EINTR) {
+void say_pieces(std::span<const iovec> pieces) {
+    while (writev(STDERR_FILENO, pieces.data(), static_cast<int>(pieces.size())) == -1 &&
+           errno == EINTR) {
     }
 }
 

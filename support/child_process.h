@@ -1,9 +1,12 @@
 #pragma once
 
 #include <sys/types.h>
+#include <sys/uio.h>
 
+#include <array>
 #include <cstdarg>
-#include <initializer_list>
+#include <cstring>
+#include <span>
 
 #include "support/c_pointer.h"
 
@@ -41,8 +44,15 @@ int wait_for(pid_t pid);
 /// strerror(3) without its buffer and its locale; async-signal-safe.
 const char* reason(int error);
 
-/// Writes the texts to standard error in one piece; async-signal-safe.
-void say(std::initializer_list<const char*> texts);
+void say_pieces(std::span<const iovec> pieces);
+
+/// Writes the texts, which are const char*, to standard error in one piece; async-signal-safe.
+template <typename... Texts>
+void say(Texts... texts) {
+    const std::array<iovec, sizeof...(texts)> pieces{
+        iovec{const_cast<char*>(texts), std::strlen(texts)}...};
+    say_pieces(pieces);
+}
 
 /// An argument vector for execv(2); the strings belong to whoever passed them.
 using ArgumentVector = CPointer<char*[]>;

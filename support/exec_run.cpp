@@ -14,9 +14,9 @@ namespace child = tolva::child;
 namespace {
 
 void report_failed_util_exec(const char* /*path*/, int error) {
-    child::say({"Error occured during execv():\n", child::reason(error),
-                ", possible reason - NULL parameter is absent in util_exec(path, arg1, arg2, NULL) "
-                "call.\n"});
+    child::say("Error occured during execv():\n", child::reason(error),
+               ", possible reason - NULL parameter is absent in util_exec(path, arg1, arg2, NULL) "
+               "call.\n");
 }
 
 // The standard streams are not among what the caller may give away.

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,20 @@ bool is_utility_name(std::string_view name) {
     return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
 }
 
+// do_exec of a path in parts.
+int exec_below(std::string_view root, std::string_view directory, const char* name,
+               char* const argv[]) {
+    std::string path;
+    try {
+        path.append(root).append(directory).append(name);
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        child::report_failed_malloc(0);
+        return -1;
+    }
+    return do_exec(path.c_str(), argv);
+}
+
 }  // namespace
 
 int fork_execv_log(const char* path, char* const argv[]) {
@@ -32,15 +47,11 @@ int fork_execv_log(const char* path, char* const argv[]) {
     if (status == 0) {
         return 0;
     }
-    std::string text;
-    if (status != -1) {
-        text.append(output.get()).append(errors.get());
-    }
     errno = 0;
-    if (text.empty()) {
+    if (status == -1 || (*output == '\0' && *errors == '\0')) {
         messlog2(0, 0, "%s execution failed (no output)", path);
     } else {
-        messlog2(0, 0, "%s execution failed:\n%s", path, text.c_str());
+        messlog2(0, 0, "%s execution failed:\n%s%s", path, output.get(), errors.get());
     }
     errno = error;
     return status;
@@ -63,8 +74,7 @@ int util_exec_args(const char* name, char* const argv[]) {
         errno = EINVAL;
         return -1;
     }
-    const std::string root = tvaConfGetDefaultByIndex(PRODUCT_ROOT_D);
-    return do_exec((root + "/admin/bin/" + name).c_str(), argv);
+    return exec_below(tvaConfGetDefaultByIndex(PRODUCT_ROOT_D), "/admin/bin/", name, argv);
 }
 
 int util_exec(const char* name, ...) {
@@ -77,11 +87,15 @@ int util_exec(const char* name, ...) {
 }
 
 int util_libexec(const char* name, ...) {
-    const std::string path = std::string("/usr/lib/tolva-9.0/") + name;
+    if (name == nullptr) {
+        errno = EINVAL;
+        return -1;
+    }
     va_list arguments;
     va_start(arguments, name);
-    const int result = child::with_arguments(
-        arguments, 0, [&](char** argv) { return do_exec(path.c_str(), argv); });
+    const int result = child::with_arguments(arguments, 0, [&](char** argv) {
+        return exec_below("/usr/lib/tolva-9.0", "/", name, argv);
+    });
     va_end(arguments);
     return result;
 }

@@ -25,12 +25,14 @@ int fork_execl_log(const char* path, ...) __attribute__((sentinel));
 /* Run the utility of that name in admin/bin below the panel's directory (the configuration's
  * PRODUCT_ROOT_D), as do_exec does. A name that is null, empty, "." or "..", or has a "/" in it is
  * refused: -1 with errno EINVAL, and
- *     Utility name '<name>' is invalid. Use only utility name without path. */
+ *     Utility name '<name>' is invalid. Use only utility name without path.
+ * When there is no memory for the path or the arguments: "malloc() failed: <reason>". */
 int util_exec_args(const char* name, char* const argv[]);
 int util_exec(const char* name, ...) __attribute__((sentinel));
 
 /* Runs the program of that name below /usr/lib/tolva-9.0, as do_exec does; the name may have
- * directories in it. */
+ * directories in it. A null name gives -1 with errno EINVAL. When there is no memory for the path
+ * or the arguments: "malloc() failed: <reason>". */
 int util_libexec(const char* name, ...) __attribute__((sentinel));
 
 #ifdef __cplusplus

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -75,6 +76,18 @@ TEST(ForkExeclLog, NoMemoryForTheArgumentsIsReported) {
               "malloc() failed: Cannot allocate memory\nSystem error 12: Cannot allocate memory\n");
 }
 
+TEST(ForkExeclLog, NoMemoryForTheReportLeavesTheStatus) {
+    const ChildRun run = status_in_child([] {
+        // the arguments, a buffer for either stream, then the report
+        const FailingAllocation memory(4);
+        return WEXITSTATUS(
+            fork_execl_log("/bin/sh", "sh", "-c",
+                           "echo a text of some length; echo another one >&2; exit 3", nullptr));
+    });
+    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.err, "Can't allocate memory for error message\n");
+}
+
 TEST(UtilExec, RunsTheUtilityBelowThePanelsDirectory) {
     const ChildRun run = status_in_child(
         [] { return WEXITSTATUS(util_exec("no-such-utility", "utility", "argument", nullptr)); });
@@ -112,6 +125,51 @@ TEST(UtilLibexec, RunsTheProgramBelowTheLibraryDirectory) {
     EXPECT_EQ(run.err,
               "fork_execv: execv(\"/usr/lib/tolva-9.0/some/no-such-program\") failed: "
               "No such file or directory\n");
+}
+
+// How often a call that fails at each of its allocations in turn gave -1 with ENOMEM and said so.
+int times_without_memory(const std::function<int()>& call) {
+    int times = 0;
+    for (int allocation = 1; allocation <= 12; ++allocation) {
+        const ChildRun run = status_in_child([&] {
+            errno = 0;
+            const FailingAllocation memory(allocation);
+            const int result = call();
+            return result == -1 && errno == ENOMEM ? 1 : 0;
+        });
+        EXPECT_GE(run.status, 0) << "ended by a signal, allocation " << allocation;
+        const bool said = run.err.find(
+                              "malloc() failed: Cannot allocate memory\n"
+                              "System error 12: Cannot allocate memory\n") != std::string::npos;
+        EXPECT_EQ(run.status == 1, said) << run.err;
+        times += run.status == 1 ? 1 : 0;
+    }
+    return times;
+}
+
+TEST(UtilExecArgs, NoMemoryForThePathIsReported) {
+    EXPECT_GE(times_without_memory([] {
+                  const std::array<char*, 1> argv = {nullptr};
+                  return util_exec_args("no-such-utility", argv.data());
+              }),
+              1);
+}
+
+TEST(UtilExec, NoMemoryIsReportedForTheArgumentsAndThePath) {
+    EXPECT_GE(times_without_memory([] { return util_exec("no-such-utility", "name", nullptr); }),
+              2);
+}
+
+TEST(UtilLibexec, NoMemoryIsReportedForTheArgumentsAndThePath) {
+    EXPECT_GE(times_without_memory([] { return util_libexec("no-such-program", "name", nullptr); }),
+              2);
+}
+
+TEST(UtilLibexec, RefusesANullName) {
+    const ChildRun run = status_in_child(
+        [] { return util_libexec(nullptr, "program", nullptr) == -1 && errno == EINVAL ? 0 : 1; });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "");
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
+#include <new>
 
 namespace {
 
@@ -43,6 +45,29 @@ void* __wrap_reallocarray(void* block, std::size_t count, std::size_t size) {
 char* __wrap_strdup(const char* text) {
     return fails() ? nullptr : __real_strdup(text);
 }
+}
+
+void* operator new(std::size_t size) {
+    if (void* block = std::malloc(size)) {
+        return block;
+    }
+    throw std::bad_alloc();
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
+    return std::malloc(size);
+}
+
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+    std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*unused*/) noexcept {
+    std::free(block);
 }
 
 FailingAllocation::FailingAllocation(int nth) {
