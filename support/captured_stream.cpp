@@ -3,11 +3,12 @@
 #include <fcntl.h>
 #include <poll.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <optional>
 #include <utility>
-#include <vector>
 
 #include "support/log.h"
 
@@ -15,21 +16,26 @@ namespace tolva {
 
 namespace {
 
-// Waits until a stream has something to read, and reads it; false when a read failed. errno is then
-// that of the failure.
-bool collect(const std::vector<CapturedStream*>& captured) {
-    std::vector<pollfd> waiting(captured.size());
+// Says what read_to_buf says, too; keeps errno.
+void report_failed_read() {
+    messlog2(0, 0, "fork_exec*: read(pipe) failed: %s\n", strerror(errno));
+}
+
+// Waits until a stream has something to read, and reads it, until all have ended; false when that
+// fails. errno is then that of the failure.
+bool collect(const std::array<CapturedStream*, 2>& captured) {
     while (true) {
-        bool any = false;
-        for (std::size_t i = 0; i < captured.size(); ++i) {
-            waiting[i] = {captured[i]->read_end(), POLLIN, 0};
-            any = any || waiting[i].fd != -1;
-        }
-        if (!any) {
+        std::array<pollfd, 2> waiting = {
+            {{captured[0]->read_end(), POLLIN, 0}, {captured[1]->read_end(), POLLIN, 0}}};
+        if (waiting[0].fd == -1 && waiting[1].fd == -1) {
             return true;
         }
         if (poll(waiting.data(), waiting.size(), -1) == -1) {
-            continue;  // a signal
+            if (errno == EINTR) {
+                continue;
+            }
+            report_failed_read();
+            return false;
         }
         for (std::size_t i = 0; i < captured.size(); ++i) {
             if (waiting[i].revents != 0 && !captured[i]->read()) {
@@ -46,7 +52,7 @@ OutputBuffer::Outcome read_and_report(OutputBuffer& buffer, int fd) {
     if (outcome == OutputBuffer::Outcome::no_memory) {
         messlog2(0, 0, "Cannot allocate memory");
     } else if (outcome == OutputBuffer::Outcome::failed) {
-        messlog2(0, 0, "fork_exec*: read(pipe) failed: %s\n", strerror(errno));
+        report_failed_read();
     }
     return outcome;
 }
@@ -89,7 +95,7 @@ void CapturedStream::hand_over() {
     }
 }
 
-int run_captured(const child::Streams& wanted, std::initializer_list<CapturedStream*> captured,
+int run_captured(const child::Streams& wanted, const std::array<CapturedStream*, 2>& captured,
                  const char* path, char* const argv[]) {
     const pid_t pid = child::start(wanted, path, argv);
     if (pid == -1) {

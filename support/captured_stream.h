@@ -1,6 +1,6 @@
 #pragma once
 
-#include <initializer_list>
+#include <array>
 
 #include "support/child_process.h"
 #include "support/descriptor.h"
@@ -46,8 +46,9 @@ class CapturedStream {
 OutputBuffer::Outcome read_and_report(OutputBuffer& buffer, int fd);
 
 /// Runs the program, collects the streams and hands their texts over. Gives the status of the
-/// program, or -1 with errno after reporting through messlog2.
-int run_captured(const child::Streams& wanted, std::initializer_list<CapturedStream*> captured,
+/// program, or -1 with errno after reporting through messlog2. Nothing is thrown: a child that has
+/// been started is always waited for.
+int run_captured(const child::Streams& wanted, const std::array<CapturedStream*, 2>& captured,
                  const char* path, char* const argv[]);
 
 }  // namespace tolva

@@ -23,7 +23,7 @@ using tolva::Pipe;
 namespace {
 
 void report_failed_exec(const char* path, int error) {
-    child::say({"Cannot exec ", path, ":\n", child::reason(error), "\n"});
+    child::say("Cannot exec ", path, ":\n", child::reason(error), "\n");
 }
 
 // As the shell puts it in $?.
@@ -168,10 +168,11 @@ int fork_execl_getouterr(char** out, char** err, const char* path, ...) {
 
 int fork_execv_getout(char** out, const char* path, char* const argv[]) {
     CapturedStream output(out);
+    CapturedStream none(nullptr);
     if (!output.open()) {
         return -1;
     }
-    return tolva::run_captured({0, output.child_end(), 2}, {&output}, path, argv);
+    return tolva::run_captured({0, output.child_end(), 2}, {&output, &none}, path, argv);
 }
 
 int fork_execl_getout(char** out, const char* path, ...) {

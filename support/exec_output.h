@@ -1,7 +1,8 @@
 /* Running another program to its end and collecting what it writes.
  *
  * The text collected is all that was written, whatever bytes, with a NUL behind it; the caller
- * frees it with free(3). It is null after a failure (result -1). Collecting ends when every process
+ * frees it with free(3). It is null after a failure (result -1). The pointers to it
+ * must not be null but where it says so. Collecting ends when every process
  * that holds the stream has closed it or ended, as with popen(3).
  *
  * Results are those of system(3) and pclose(3): the status of the program as waitpid(2) gives it
@@ -63,6 +64,7 @@ int read_to_buf(int fd, char** buf, size_t* length);
  *     fork_execv_getouterr: pipe() failed
  *     fork_execv_getouterr: fcntl(O_NONBLOCK) failed
  *     fork_execv_pipes: fork() failed
+ *     fork_exec*: read(pipe) failed: <reason>    also when poll(2) fails
  *     malloc() failed: <reason>                  no memory for the arguments of the list
  * and what read_to_buf reports. */
 int fork_execv_getouterr(char** out, char** err, const char* path, char* const argv[]);

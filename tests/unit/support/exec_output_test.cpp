@@ -501,13 +501,32 @@ TEST(ForkExecvGetouterr, AFailedForkIsReported) {
     EXPECT_EQ(run.err, std::string("fork_execv_pipes: fork() failed") + kAgain);
 }
 
-TEST(ForkExecvGetouterr, NoMemoryForTheOutputIsReportedAndTheChildWaitedFor) {
+// The arguments, a first buffer for either stream, then growth.
+TEST(ForkExecvGetouterr, NoMemoryIsReportedAtEveryStageAndTheChildWaitedFor) {
+    for (int allocation = 1; allocation <= 8; ++allocation) {
+        const ChildRun run = status_in_child([allocation] {
+            const FailingAllocation memory(allocation);
+            return fails_cleanly(ENOMEM, getouterr_of_shell) ? 0 : 1;
+        });
+        EXPECT_EQ(run.status, 0) << allocation;
+        EXPECT_NE(run.err.find(std::string("annot allocate memory") + kNoMemory), std::string::npos)
+            << allocation;
+    }
+}
+
+TEST(ForkExecvGetouterr, AFailedPollIsReportedAndTheChildWaitedFor) {
     const ChildRun run = status_in_child([] {
-        const FailingAllocation memory(3);
-        return fails_cleanly(ENOMEM, getouterr_of_shell) ? 0 : 1;
+        alarm(10);  // not to be tried for ever
+#ifdef SYS_poll
+        testing_support::fail_system_call(SYS_poll, EINVAL);
+#endif
+        testing_support::fail_system_call(SYS_ppoll, EINVAL);
+        return fails_cleanly(EINVAL, getouterr_of_shell) ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.err.find(std::string("Cannot allocate memory") + kNoMemory), std::string::npos);
+    EXPECT_EQ(run.err,
+              "fork_exec*: read(pipe) failed: Invalid argument\n\n"
+              "System error 22: Invalid argument\n");
 }
 
 TEST(ForkExecvGetouterr, SignalsDoNotEndTheCollecting) {
