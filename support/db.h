@@ -39,10 +39,10 @@ MYSQL* tolva_db_connect_raw(char* err, size_t size);
 
 /* As tolva_db_connect_raw_ex, and sets the session up: no foreign key checks; with a server of
  * version 4.1 or later "SET NAMES utf8" or "SET NAMES binary", by the panel's setting
- * mysql41_compatible. If a step fails the connection is returned as it is, with
- *     DB error (<step>) <number>: <error of the database>
- *     DB error (<step>): unknown error
- * in err. */
+ * mysql41_compatible. With the client library in use it always comes out as binary: see
+ * compatibility_setting in support/db_session.h. If a step fails the connection is returned as it
+ * is, with DB error (<step>) <number>: <error of the database> DB error (<step>): unknown error in
+ * err. */
 MYSQL* tolva_db_connect_ex(char* err, size_t size);
 
 /* As tolva_db_connect_ex; but where the handle reports an error number after that, it is closed and

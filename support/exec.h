@@ -8,7 +8,9 @@
  * The standard streams. 0 for fd_in, 1 for fd_out and 2 for fd_err: the child inherits that stream
  * as it is. -1: /dev/null. Any other value: a descriptor of the caller, which becomes the child's
  * stream; it stays open in the caller. A descriptor is closed in the child as soon as it has become
- * a stream, so the same descriptor must not be passed for two of them (dup(2) it first).
+ * a stream, so the same descriptor must not be passed for two of them (dup(2) it first). A standard
+ * descriptor wanted in another's slot (2 for fd_out, say) is not closed: it is copied out of the
+ * way before any slot is filled, and stays in its own.
  *
  * The child gets no descriptor besides these three, SIGPIPE at its default even where the caller
  * ignores it, and the caller's environment, signal mask and working directory. Nothing of the
