@@ -21,6 +21,7 @@ namespace {
 constexpr std::size_t kMessageBuffer = 4096;
 
 messlog_end_function end_function = std::exit;
+bool enabled = false;
 int configured_level = 0;
 
 // The base name of PROGNAME with what separates it from a message, both empty if there is none.
@@ -138,7 +139,8 @@ messlog_end_function messlog_set_end(messlog_end_function end) {
 }
 
 void tolva_log_init(const char* target, int level, int facility, int options, const char* ident) {
-    configured_level = level < 1 ? 0 : level;
+    enabled = level >= 1;
+    configured_level = enabled ? level : 0;
     if (target == nullptr) {
         closelog();
         openlog(ident, options | LOG_PID, facility);
@@ -149,7 +151,7 @@ void tolva_log_init(const char* target, int level, int facility, int options, co
     tolva_log = _tolva_utility_log;
     tolva_logv = _tolva_utility_logv;
     if (strncasecmp(target, "console", 7) != 0) {
-        configured_level = 0;
+        enabled = false;
     }
 }
 
@@ -161,7 +163,7 @@ void _tolva_utility_log(int level, const char* format, ...) {
 }
 
 void _tolva_utility_logv(int level, const char* format, va_list args) {
-    if (configured_level < level) {
+    if (!enabled || configured_level < level) {
         return;
     }
     va_list again;

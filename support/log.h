@@ -49,8 +49,8 @@ messlog_end_function messlog_set_end(messlog_end_function end);
  *   must stay as it is.
  * target beginning with "console", in any letter case: _tolva_utility_log and _tolva_utility_logv,
  *   which let pass messages up to level.
- * another target, or a level below 1: the console at level 0, which is to say disabled; so it is
- *   before the first call, too. */
+ * another target, or a level below 1: the console, disabled: nothing is written, whatever the
+ *   message's level. So it is before the first call, too. */
 void tolva_log_init(const char* target, int level, int facility, int options, const char* ident);
 
 /* The log as tolva_log_init set it; never null. Messages are in the manner of printf(3). */
@@ -58,8 +58,8 @@ extern void (*tolva_log)(int level, const char* format, ...) __attribute__((form
 extern void (*tolva_logv)(int level, const char* format, va_list args)
     __attribute__((format(printf, 2, 0)));
 
-/* If the level set by tolva_log_init is at least level, writes the message and a line feed to
- * standard error and then to standard output, and flushes each. */
+/* If tolva_log_init has enabled the log and its level is at least level, writes the message and a
+ * line feed to standard error and then to standard output, and flushes each. */
 void _tolva_utility_log(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
 void _tolva_utility_logv(int level, const char* format, va_list args)
     __attribute__((format(printf, 2, 0)));

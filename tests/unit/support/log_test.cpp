@@ -238,8 +238,14 @@ TEST(MesslogSetEnd, GivesTheFunctionBeforeAndNullSetsExitAgain) {
     EXPECT_EQ(run.status, 9);
 }
 
+void log_at_all_levels() {
+    for (const int level : {-3, -1, 0, 1, 3}) {
+        tolva_log(level, "text");
+    }
+}
+
 TEST(TolvaLog, IsDisabledBeforeItIsInitialised) {
-    const ChildRun run = run_in_child([] { tolva_log(1, "text"); });
+    const ChildRun run = run_in_child(log_at_all_levels);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out, "");
@@ -260,8 +266,7 @@ TEST(TolvaLog, AnotherTargetLeavesItDisabled) {
     for (const char* target : {"", "consol", "syslog", " console", "/var/log/file"}) {
         const ChildRun run = run_in_child([target] {
             tolva_log_init(target, 3, LOG_USER, 0, "ident");
-            tolva_log(1, "text");
-            tolva_log(3, "text");
+            log_at_all_levels();
         });
         EXPECT_EQ(run.err, "") << target;
         EXPECT_EQ(run.out, "") << target;
@@ -272,7 +277,7 @@ TEST(TolvaLog, LevelBelowOneDisables) {
     for (const int level : {0, -1}) {
         const ChildRun run = run_in_child([level] {
             tolva_log_init("console", level, LOG_USER, 0, "ident");
-            tolva_log(1, "text");
+            log_at_all_levels();
         });
         EXPECT_EQ(run.err, "");
         EXPECT_EQ(run.out, "");
