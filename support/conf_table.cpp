@@ -21,6 +21,7 @@ using tolva::CPointer;
 
 constexpr int kLogLevel = 12;
 constexpr std::size_t kFirstCapacity = 20;
+constexpr std::size_t kMoreThanCount = 20;
 
 // Leaves errno as it is: it tells why the file is given up.
 struct FileCloser {
@@ -130,7 +131,8 @@ int conf_init_r(conf_table* table) {
         if (table->count < table->capacity) {
             return 0;
         }
-        capacity = std::max(table->capacity * 2, table->count + kFirstCapacity);
+        const std::size_t doubled = table->capacity * 2;
+        capacity = doubled > table->count ? doubled : table->count + kMoreThanCount;
     }
     void* entries = reallocarray(table->entries, capacity, sizeof(conf_entry));
     if (entries == nullptr) {

@@ -31,8 +31,9 @@ struct conf_table {
 };
 
 /* Makes room for one more entry: 20 entries in a new table, and when a table is full, twice its
- * capacity, or 20 more than its count if that is more. Returns 0; without memory, reports
- * "Unable to read configuration: %s" and returns -1 with errno ENOMEM and the table as it was. */
+ * capacity, or, where that is no more than its count, 20 more than the count. Returns 0; without
+ * memory, reports "Unable to read configuration: %s" and returns -1 with errno ENOMEM and the table
+ * as it was. */
 int conf_init_r(struct conf_table* table);
 
 /* Gives the variable called name a copy of value, in the place of the value it had. A name that is

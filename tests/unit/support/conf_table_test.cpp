@@ -258,13 +258,25 @@ TEST(ConfInit, OnlyAFullTableGrowsToTwiceItsCapacity) {
     EXPECT_EQ(table->count, 20U);
 }
 
-TEST(ConfInit, GrowsByTwentyIfDoublingIsNotEnough) {
+TEST(ConfInit, GrowsToTwiceTheCapacityOfASmallTableToo) {
     const Table table = new_table();
     ASSERT_EQ(conf_set_r("a", "b", table.get()), 0);
     table->capacity = 1;
     EXPECT_EQ(conf_init_r(table.get()), 0);
-    EXPECT_EQ(table->capacity, 21U);
+    EXPECT_EQ(table->capacity, 2U);
     EXPECT_EQ(contents(*table), "a=b;");
+}
+
+TEST(ConfInit, GrowsToTwentyMoreThanItsCountIfDoublingIsNotEnough) {
+    const Table table = new_table();
+    ASSERT_EQ(conf_set_r("a", "b", table.get()), 0);
+    ASSERT_EQ(conf_set_r("c", "d", table.get()), 0);
+    for (const size_t capacity : {0U, 1U}) {
+        table->capacity = capacity;
+        EXPECT_EQ(conf_init_r(table.get()), 0);
+        EXPECT_EQ(table->capacity, 22U);
+    }
+    EXPECT_EQ(contents(*table), "a=b;c=d;");
 }
 
 TEST(ConfInit, TableThatCannotGrowStaysAsItWas) {
