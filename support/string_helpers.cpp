@@ -70,7 +70,9 @@ bool replace_all(std::string_view text, std::string_view what, std::string_view 
 char* tolva_chch(char* str, char* out, int from, int to) {
     const std::size_t length = std::strlen(str);
     char* written = out != nullptr ? out : str;
-    std::replace_copy(str, str + length, written, static_cast<char>(from), static_cast<char>(to));
+    std::transform(str, str + length, written, [from, to](char c) {
+        return c == static_cast<char>(from) ? static_cast<char>(to) : c;
+    });
     written[length] = '\0';
     return written;
 }
