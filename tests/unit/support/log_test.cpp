@@ -182,10 +182,11 @@ TEST(Messlog, FixedTextIsReportedWithoutMemoryForTheMessage) {
 }
 
 TEST(Messlog, MessageIsCutWithoutMemoryForAllOfIt) {
-    const ChildRun run = run_in_child([] {
+    const std::string text(5000, 'x');
+    const ChildRun run = run_in_child([&text] {
         errno = ENOENT;
         const FailingAllocation failing(2);
-        messlog2(0, 0, "%s", std::string(5000, 'x').c_str());
+        messlog2(0, 0, "%s", text.c_str());
     });
     EXPECT_EQ(run.err, std::string(kBuffer - 1, 'x') + "\n");
     EXPECT_EQ(run.out, run.err);
