@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
-#include <utility>
 
 #include "support/c_pointer.h"
 #include "support/db.h"
@@ -39,16 +39,6 @@ class BorrowedOrOwn {
 const char* reason_of(MYSQL* connection) {
     errno = 0;
     return mysql_error(connection);
-}
-
-// Adds the value as a string literal of SQL; false with errno ENOMEM.
-bool append_value(std::string& statement, MYSQL* connection, const char* value) {
-    const tolva::CPointer<char> escaped(escape_mysql_param(connection, value));
-    if (escaped == nullptr) {
-        return false;
-    }
-    statement.append("'").append(escaped.get()).append("'");
-    return true;
 }
 
 }  // namespace
@@ -101,18 +91,10 @@ char* escape_mysql_param(MYSQL* connection, const char* text) {
 
 namespace {
 
-// What a write or delete helper sends: the text, where there is a value the escaped and quoted
-// value, and the end.
-struct change {
-    std::string text;
-    const char* value = nullptr;
-    const char* end = "";
-};
-
-// What it reports: without a connection, and when the statement fails (name, reason).
-struct messages {
+// What a write or delete helper reports: without a connection, and when it fails (name, reason).
+struct Messages {
+    const char* failed;
     const char* unconnected = "Unable to connect to mysql database\n";
-    const char* failed = nullptr;
 };
 
 int report_failure(const char* format, const char* name, const char* reason)
@@ -123,54 +105,70 @@ int report_failure(const char* format, const char* name, const char* reason) {
     return -1;
 }
 
-int apply(change wanted, const char* name, const messages& texts, MYSQL* connection) {
+// The value as it stands between the quotes of a string literal of SQL.
+std::string escaped(MYSQL* connection, const char* value) {
+    const tolva::CPointer<char> text(escape_mysql_param(connection, value));
+    if (text == nullptr) {
+        throw std::bad_alloc();
+    }
+    return text.get();
+}
+
+// Sends the statement that compose(connection) gives.
+template <typename Compose>
+int send(MYSQL* connection, const char* name, const Messages& messages, Compose compose) {
     const BorrowedOrOwn database(connection);
     if (database.get() == nullptr) {
-        messlog2(0, 0, "%s", texts.unconnected);
+        messlog2(0, 0, "%s", messages.unconnected);
         return -1;
     }
-    if (wanted.value != nullptr && !append_value(wanted.text, database.get(), wanted.value)) {
-        return report_failure(texts.failed, name, strerror(errno));
+    try {
+        const std::string statement = compose(database.get());
+        if (mysql_real_query(database.get(), statement.data(), statement.size()) != 0) {
+            return report_failure(messages.failed, name, reason_of(database.get()));
+        }
+        return 0;
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        return report_failure(messages.failed, name, strerror(ENOMEM));
     }
-    wanted.text.append(wanted.end);
-    if (mysql_real_query(database.get(), wanted.text.data(), wanted.text.size()) != 0) {
-        return report_failure(texts.failed, name, reason_of(database.get()));
-    }
-    return 0;
 }
 
 }  // namespace
 
 int put_param(const char* name, const char* value, MYSQL* connection) {
-    const std::string quoted = std::string("'") + name + "'";
-    change wanted{"replace into misc (param) values(" + quoted, nullptr, ")"};
-    if (value != nullptr) {
-        wanted = {"replace into misc (param, val) values(" + quoted + ", ", value, ")"};
-    }
-    return apply(
-        std::move(wanted), name,
-        {"Unable to connect to mysql database", "Unable to put parameter %s into misc: %s"},
-        connection);
+    const Messages messages = {"Unable to put parameter %s into misc: %s",
+                               "Unable to connect to mysql database"};
+    return send(connection, name, messages, [&](MYSQL* database) {
+        if (value == nullptr) {
+            return std::string("replace into misc (param) values('") + name + "')";
+        }
+        return std::string("replace into misc (param, val) values('") + name + "', '" +
+               escaped(database, value) + "')";
+    });
 }
 
 int del_param(const char* name, MYSQL* connection) {
-    return apply({std::string("delete from misc where param='") + name + "'"}, name,
-                 {.failed = "Unable to delete parameter %s from misc: %s"}, connection);
+    return send(connection, name, {"Unable to delete parameter %s from misc: %s"},
+                [&](MYSQL*) { return std::string("delete from misc where param='") + name + "'"; });
 }
 
 int del_dom_param(const char* dom_id, const char* name, MYSQL* connection) {
-    return apply({std::string("delete from dom_param where dom_id='") + dom_id + "' and param='" +
-                  name + "'"},
-                 name, {.failed = "Unable to delete parameter %s from dom_param: %s"}, connection);
+    const Messages messages = {"Unable to delete parameter %s from dom_param: %s"};
+    return send(connection, name, messages, [&](MYSQL*) {
+        return std::string("delete from dom_param where dom_id='") + dom_id + "' and param='" +
+               name + "'";
+    });
 }
 
 int del_Parameter(const char* id, const char* name, const char* value, MYSQL* connection) {
-    change wanted{
-        std::string("delete from Parameters where id='") + id + "' and parameter='" + name + "'",
-        value};
-    if (value != nullptr) {
-        wanted.text.append(" and value=");
-    }
-    return apply(std::move(wanted), name,
-                 {.failed = "Unable to delete parameter %s from Parameters: %s"}, connection);
+    const Messages messages = {"Unable to delete parameter %s from Parameters: %s"};
+    return send(connection, name, messages, [&](MYSQL* database) {
+        std::string statement = std::string("delete from Parameters where id='") + id +
+                                "' and parameter='" + name + "'";
+        if (value != nullptr) {
+            statement += " and value='" + escaped(database, value) + "'";
+        }
+        return statement;
+    });
 }

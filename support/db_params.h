@@ -2,7 +2,8 @@
  *
  * Each function takes an open connection, or null: then it makes one of its own with db_connect()
  * and closes it before it returns. Failures are reported through messlog2, without ending the
- * process.
+ * process; errno is 0 behind a reason of the database, so that no error of the system is added, and
+ * ENOMEM where there was no memory.
  *
  * Values are escaped for SQL where they are written. Names, ids, keys, tables and columns are not:
  * they have to come from the program, never from a message or a form.

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -240,16 +241,41 @@ TEST_F(PutParam, AFailedStatementIsReported) {
     EXPECT_EQ(run.out, run.err);
 }
 
-TEST_F(PutParam, NoMemoryForTheEscapedValueIsReported) {
-    const ChildRun run = status_beside_world([] {
+// Whether a call whose allocation of that number fails says so and gives -1. False behind the last
+// allocation of a call.
+bool reports_no_memory(int allocation, const char* table, const std::function<int(MYSQL*)>& call) {
+    const ChildRun run = status_beside_world([&] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
-        const FailingAllocation memory(1);
-        return put_param("name", "value", own.get()) == -1 ? 0 : 1;
+        errno = EIO;
+        const FailingAllocation memory(allocation);
+        return call(own.get()) == -1 && errno == ENOMEM ? 1 : 0;
     });
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.err,
-              "Unable to put parameter name into misc: Cannot allocate memory\n"
-              "System error 12: Cannot allocate memory\n");
+    EXPECT_GE(run.status, 0) << "ended by a signal";
+    const std::string expected =
+        std::string(" parameter some-parameter ") + table +
+        ": Cannot allocate memory\nSystem error 12: Cannot allocate memory\n";
+    EXPECT_EQ(run.status == 1, run.err.ends_with(expected)) << run.err;
+    return run.status == 1;
+}
+
+TEST_F(PutParam, NoMemoryForTheStatementIsReported) {
+    const std::string name = "some-parameter";
+    const auto put = [&](MYSQL* own) { return put_param(name.c_str(), "some-value", own); };
+    const auto put_null = [&](MYSQL* own) { return put_param(name.c_str(), nullptr, own); };
+    EXPECT_TRUE(reports_no_memory(1, "into misc", put));
+    EXPECT_TRUE(reports_no_memory(2, "into misc", put));
+    EXPECT_TRUE(reports_no_memory(1, "into misc", put_null));
+}
+
+TEST_F(DelParam, NoMemoryForTheStatementIsReported) {
+    const char* name = "some-parameter";
+    const auto del = [&](MYSQL* own) { return del_param(name, own); };
+    const auto del_dom = [&](MYSQL* own) { return del_dom_param("1", name, own); };
+    const auto del_value = [&](MYSQL* own) { return del_Parameter("1", name, "value", own); };
+    EXPECT_TRUE(reports_no_memory(1, "from misc", del));
+    EXPECT_TRUE(reports_no_memory(1, "from dom_param", del_dom));
+    EXPECT_TRUE(reports_no_memory(1, "from Parameters", del_value));
+    EXPECT_TRUE(reports_no_memory(2, "from Parameters", del_value));
 }
 
 TEST_F(DelParam, DeletesTheParameterOfThatName) {
