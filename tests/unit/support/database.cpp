@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,16 @@ namespace {
 
 constexpr char kPasswordFile[] = "/etc/tva/.tva.shadow";
 
-testing_support::LibraryFailure failing = testing_support::LibraryFailure::none;
+using testing_support::LibraryFault;
+
+LibraryFault fault = LibraryFault::none;
+int until_fault = 0;
+MYSQL* last_connection = nullptr;  // of which a result was stored
+
+// Whether this call has the fault.
+bool is_due(LibraryFault wanted) {
+    return fault == wanted && --until_fault <= 0;
+}
 
 std::string content_of_password_file() {
     std::ifstream file(kPasswordFile);
@@ -37,33 +47,91 @@ void set_password(const std::string& password) {
 extern "C" {
 
 MYSQL* __real_mysql_init(MYSQL* handle);
+MYSQL* __real_mysql_real_connect(MYSQL* connection, const char* host, const char* user,
+                                 const char* password, const char* database, unsigned port,
+                                 const char* socket, unsigned long flags);
+int __real_mysql_query(MYSQL* connection, const char* statement);
 MYSQL_RES* __real_mysql_store_result(MYSQL* connection);
 MYSQL_ROW __real_mysql_fetch_row(MYSQL_RES* result);
+}
+
+namespace {
+
+// Has the handle report an error number.
+void set_error(MYSQL* connection) {
+    __real_mysql_query(connection, "no statement");
+}
+
+}  // namespace
+
+extern "C" {
 
 MYSQL* __wrap_mysql_init(MYSQL* handle) {
-    return failing == testing_support::LibraryFailure::initialisation ? nullptr
-                                                                      : __real_mysql_init(handle);
+    return is_due(LibraryFault::initialisation) ? nullptr : __real_mysql_init(handle);
+}
+
+MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char* user,
+                                 const char* password, const char* database, unsigned port,
+                                 const char* socket, unsigned long flags) {
+    MYSQL* connected =
+        __real_mysql_real_connect(connection, host, user, password, database, port, socket, flags);
+    if (connected != nullptr && is_due(LibraryFault::connected_with_error)) {
+        set_error(connected);
+    }
+    return connected;
+}
+
+int __wrap_mysql_query(MYSQL* connection, const char* statement) {
+    const bool setting = std::string_view(statement).starts_with("SELECT val FROM misc");
+    const bool two = setting && is_due(LibraryFault::two_columns);
+    return __real_mysql_query(connection, two ? "select 'mysql41_compatible', 'true'" : statement);
 }
 
 MYSQL_RES* __wrap_mysql_store_result(MYSQL* connection) {
+    last_connection = connection;
     MYSQL_RES* result = __real_mysql_store_result(connection);
-    if (failing != testing_support::LibraryFailure::result) {
+    const bool failed = is_due(LibraryFault::failed_result);
+    if (!failed && !is_due(LibraryFault::no_result)) {
         return result;
     }
     mysql_free_result(result);
+    if (failed) {
+        set_error(connection);
+    }
     return nullptr;
 }
 
 MYSQL_ROW __wrap_mysql_fetch_row(MYSQL_RES* result) {
-    return failing == testing_support::LibraryFailure::row ? nullptr
-                                                           : __real_mysql_fetch_row(result);
+    static char name[] = "version";
+    static char version[] = "4.0.27";
+    static char* version_row[] = {name, version};
+    static char* null_row[] = {name, nullptr};
+    if (is_due(LibraryFault::version_4_0)) {
+        return version_row;
+    }
+    if (is_due(LibraryFault::null_version)) {
+        return null_row;
+    }
+    if (is_due(LibraryFault::no_row)) {
+        return nullptr;
+    }
+    if (is_due(LibraryFault::failed_row)) {
+        set_error(last_connection);
+        return nullptr;
+    }
+    return __real_mysql_fetch_row(result);
 }
 }
 
 namespace testing_support {
 
-void fail_library(LibraryFailure which) {
-    failing = which;
+FaultyLibrary::FaultyLibrary(LibraryFault wanted, int nth) {
+    fault = wanted;
+    until_fault = nth;
+}
+
+FaultyLibrary::~FaultyLibrary() {
+    fault = LibraryFault::none;
 }
 
 ChildRun status_beside_world(const std::function<int()>& body) {

@@ -51,8 +51,27 @@ ChildRun status_beside_world(const std::function<int()>& body);
 /// Ends such a child.
 [[noreturn]] void end_child(int status);
 
-/// The calls of the client library that a real server does not make fail.
-enum class LibraryFailure { none, initialisation, result, row };
-void fail_library(LibraryFailure which);
+/// What the client library and a real server do not do on demand.
+enum class LibraryFault {
+    none,
+    initialisation,        ///< mysql_init gives null
+    connected_with_error,  ///< mysql_real_connect succeeds, the handle reports an error number
+    no_result,             ///< mysql_store_result gives null, without an error number
+    failed_result,         ///< the same with an error number
+    no_row,                ///< mysql_fetch_row gives null, without an error number
+    failed_row,            ///< the same with an error number
+    version_4_0,           ///< mysql_fetch_row gives "version" and "4.0.27"
+    null_version,          ///< the same with NULL for the version
+    two_columns,           ///< the setting mysql41_compatible comes as the second of two columns
+};
+
+/// While it lives, the nth call concerned and those after it behave that way.
+class FaultyLibrary {
+  public:
+    explicit FaultyLibrary(LibraryFault fault, int nth = 1);
+    FaultyLibrary(const FaultyLibrary&) = delete;
+    FaultyLibrary& operator=(const FaultyLibrary&) = delete;
+    ~FaultyLibrary();
+};
 
 }  // namespace testing_support

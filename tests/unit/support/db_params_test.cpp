@@ -20,6 +20,8 @@
 namespace {
 
 using testing_support::execute_as_root;
+using testing_support::FaultyLibrary;
+using testing_support::LibraryFault;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query_as_root;
@@ -151,6 +153,19 @@ TEST_F(GetParam, SimpleTakesAnyTableAndColumns) {
 
 TEST_F(GetParam, QueryTakesTheFirstColumnOfTheFirstRow) {
     EXPECT_STREQ(get_param_query("select 'a', 'b' union select 'c', 'd'", connection()), "a");
+}
+
+TEST_F(GetParam, AResultThatFailsToBeStoredGivesNull) {
+    const ChildRun run = status_beside_world([] {
+        const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
+        const FaultyLibrary library(LibraryFault::failed_result);
+        return get_param("name", own.get()) == nullptr ? 0 : 1;
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(
+        run.err.starts_with("Unable to query parameter by query select val from misc where "
+                            "param='name': You have an error"))
+        << run.err;
 }
 
 TEST_F(GetParam, AQueryWithoutAResultGivesEmptyText) {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -21,8 +22,8 @@
 namespace {
 
 using testing_support::AdminPassword;
-using testing_support::fail_library;
-using testing_support::LibraryFailure;
+using testing_support::FaultyLibrary;
+using testing_support::LibraryFault;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query;
@@ -165,9 +166,8 @@ TEST_F(DbConnect, AnEmptyFirstLineIsNoPassword) {
 }
 
 TEST_F(DbConnect, ReportsThatTheStructureCannotBeMade) {
-    fail_library(LibraryFailure::initialisation);
+    const FaultyLibrary library(LibraryFault::initialisation);
     const Attempt failed = try_connect();
-    fail_library(LibraryFailure::none);
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason,
               "Unable to initialize MySQL connection structure: Cannot allocate memory");
@@ -284,23 +284,77 @@ TEST_F(DbSessionSetUp, ReportsAFailedSetNames) {
     expect_failed_step(limit_reason("set names query", 3));
 }
 
-// Failures that leave no error number do not cost the connection.
-void expect_step_without_number(LibraryFailure failure, const std::string& reason) {
-    fail_library(failure);
-    const Attempt kept = try_connect(tolva_db_connect);
-    fail_library(LibraryFailure::none);
-    EXPECT_TRUE(kept.connected);
-    EXPECT_EQ(kept.reason, reason);
+TEST_F(DbSessionSetUp, ReportsARowOfTheVersionThatCannotBeFetched) {
+    const FaultyLibrary library(LibraryFault::failed_row);
+    const Attempt failed = try_connect(tolva_db_connect);
+    EXPECT_FALSE(failed.connected);
+    EXPECT_TRUE(failed.reason.starts_with("DB error (fetch version row) 1064: ")) << failed.reason;
 }
 
+// Failures that leave no error number do not cost the connection.
 TEST_F(DbSessionSetUp, ReportsAResultThatCannotBeStored) {
-    expect_step_without_number(LibraryFailure::result,
-                               "DB error (store query result): unknown error");
+    for (const int nth : {1, 2}) {  // for the version, for the setting
+        const FaultyLibrary library(LibraryFault::no_result, nth);
+        const Attempt kept = try_connect(tolva_db_connect);
+        EXPECT_TRUE(kept.connected);
+        EXPECT_EQ(kept.reason, "DB error (store query result): unknown error");
+    }
+}
+
+TEST_F(DbSessionSetUp, ReportsAResultThatFailsToBeStored) {
+    for (const int nth : {1, 2}) {
+        const FaultyLibrary library(LibraryFault::failed_result, nth);
+        const Attempt failed = try_connect(tolva_db_connect);
+        EXPECT_FALSE(failed.connected);
+        EXPECT_TRUE(failed.reason.starts_with("DB error (store query result) 1064: "));
+    }
 }
 
 TEST_F(DbSessionSetUp, ReportsAnEmptyResultForTheVersion) {
-    expect_step_without_number(LibraryFailure::row,
-                               "DB error (empty version result): unknown error");
+    const FaultyLibrary library(LibraryFault::no_row);
+    const Attempt kept = try_connect(tolva_db_connect);
+    EXPECT_TRUE(kept.connected);
+    EXPECT_EQ(kept.reason, "DB error (empty version result): unknown error");
+}
+
+constexpr char kCharset[] = "select @@character_set_client";
+
+ConnectionHandle connect_with(LibraryFault fault) {
+    const FaultyLibrary library(fault);
+    return connect();
+}
+
+TEST_F(DbSessionSetUp, IsInUtf8ModeWhereTheSettingComesAsASecondColumn) {
+    const ConnectionHandle connection = connect_with(LibraryFault::two_columns);
+    EXPECT_EQ(tolva_db_mysql41_compatible_raw(), 1);
+    const ConnectionHandle root = testing_support::connect_as_root();
+    ASSERT_EQ(mysql_query(root.get(), "SET NAMES utf8"), 0);
+    EXPECT_EQ(query(connection.get(), kCharset), query(root.get(), kCharset));
+}
+
+TEST_F(DbSessionSetUp, AServerBefore41IsSentNoCharset) {
+    const ConnectionHandle raw(tolva_db_connect_raw(nullptr, 0));
+    for (const LibraryFault version : {LibraryFault::version_4_0, LibraryFault::null_version}) {
+        connect_with(LibraryFault::two_columns);
+        ASSERT_EQ(tolva_db_mysql41_compatible_raw(), 1);
+        database().sql("truncate table mysql.general_log");
+        const ConnectionHandle connection = connect_with(version);
+        EXPECT_EQ(tolva_db_mysql41_compatible_raw(), 0);
+        EXPECT_EQ(query(connection.get(), kCharset), query(raw.get(), kCharset));
+        const std::vector<Row> sent = database().sql(
+            "select 1 from mysql.general_log where command_type = 'Query' and "
+            "(argument like 'SET NAMES%' or argument like 'SELECT val%')");
+        EXPECT_TRUE(sent.empty());
+    }
+}
+
+TEST_F(DbConnect, RawGivesNoConnectionThatReportsAnErrorNumber) {
+    const FaultyLibrary library(LibraryFault::connected_with_error);
+    const long before = open_descriptors();
+    EXPECT_FALSE(try_connect(tolva_db_connect_raw).connected);
+    EXPECT_FALSE(try_connect(tolva_db_connect_ex).connected);
+    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_TRUE(try_connect(tolva_db_connect_raw_ex).connected);
 }
 
 TEST_F(DbConnect, LogsTheReasonOfAFailure) {
