@@ -98,7 +98,7 @@ TEST(PopenExecGetoutput, NoMemoryLaterCutsTheOutputWithAWarning) {
         const FailingAllocation memory(2);
         GivenText output;
         const int status = popen_exec_getoutput(
-            output.target(), "head -c 300000 /dev/zero | tr '\\0' x; echo done >&2");
+            output.target(), "head -c 300000 /dev/zero | tr '\\0' x && echo done >&2");
         return status == 0 && output.text() == std::string(4095, 'x') ? 0 : 1;
     });
     EXPECT_EQ(run.status, 0);
@@ -107,6 +107,17 @@ TEST(PopenExecGetoutput, NoMemoryLaterCutsTheOutputWithAWarning) {
                            std::string(kNoMemory)),
               std::string::npos);
     EXPECT_NE(run.err.find("done\n"), std::string::npos);
+}
+
+TEST(PopenExecGetoutput, AFailedWaitGivesMinusOneAndNoText) {
+    const ChildRun run = status_in_child([] {
+        signal(SIGCHLD, SIG_IGN);
+        return fails_cleanly(ECHILD,
+                             [](char** out) { return popen_exec_getoutput(out, "echo text"); })
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(run.status, 0);
 }
 
 constexpr char kPopenMessage[] =
@@ -389,16 +400,18 @@ TEST(ForkExeclGetouterr, CollectsBothStreams) {
     EXPECT_FALSE(has_children());
 }
 
-TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsAtATime) {
-    GivenText out;
-    GivenText err;
-    EXPECT_EQ(fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c",
-                                   "head -c 300000 /dev/zero | tr '\\0' e >&2;"
-                                   "head -c 300000 /dev/zero | tr '\\0' o",
-                                   nullptr),
-              0);
-    EXPECT_EQ(out.text(), std::string(300000, 'o'));
-    EXPECT_EQ(err.text(), std::string(300000, 'e'));
+TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsInEitherOrder) {
+    const std::string to_out = "head -c 300000 /dev/zero | tr '\\0' o";
+    const std::string to_err = "head -c 300000 /dev/zero | tr '\\0' e >&2";
+    for (const std::string& command : {to_out + " && " + to_err, to_err + " && " + to_out}) {
+        GivenText out;
+        GivenText err;
+        EXPECT_EQ(fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c",
+                                       command.c_str(), nullptr),
+                  0);
+        EXPECT_EQ(out.text(), std::string(300000, 'o'));
+        EXPECT_EQ(err.text(), std::string(300000, 'e'));
+    }
 }
 
 TEST(ForkExeclGetouterr, CollectsWhereTheCallersStandardStreamsAreClosed) {

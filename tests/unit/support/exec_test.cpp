@@ -220,6 +220,25 @@ TEST(ForkExecvPipes, ADescriptorThatIsNotOpenFailsInTheChild) {
     EXPECT_EQ(moved.err, "fork_execv: dup() failed: Bad file descriptor\n");
 }
 
+// The descriptor is closed in any case, which must not change the reason.
+TEST(ForkExecvPipes, AFailedDupIsReportedWithItsOwnReasonWhereClosingFailsToo) {
+    const ChildRun run = status_in_child([] {
+        testing_support::fail_system_call(SYS_close, EIO);
+        return run_shell(900, 1, 2, "exit 0");
+    });
+    EXPECT_EQ(run.status, 255);
+    EXPECT_EQ(run.err, "fork_execv: dup() failed: Bad file descriptor\n");
+}
+
+TEST(ForkExecvPipes, AnErrorWithoutADescriptionIsUnknown) {
+    const ChildRun run = status_in_child([] {
+        testing_support::fail_system_call(SYS_execve, 4000);
+        return run_shell(0, 1, 2, "exit 0");
+    });
+    EXPECT_EQ(run.status, 255);
+    EXPECT_EQ(run.err, "fork_execv: execv(\"/bin/sh\") failed: Unknown error\n");
+}
+
 TEST(ForkExecvPipes, AFailedOpenOfDevNullIsReportedAsAFailedDup) {
     const ChildRun run = status_in_child([] {
         const testing_support::NoMoreDescriptors limit;

@@ -4,6 +4,8 @@
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 
@@ -13,6 +15,7 @@
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"
+#include "tests/unit/support/private_directory.h"
 #include "tests/unit/support/process_state.h"
 
 namespace {
@@ -89,6 +92,26 @@ TEST(ForkExeclLog, NoMemoryForTheReportLeavesTheStatus) {
 }
 
 TEST(UtilExec, RunsTheUtilityBelowThePanelsDirectory) {
+    if (!can_make_private("/etc")) {
+        GTEST_SKIP() << "needs root or user namespaces";
+    }
+    const ChildRun run = status_in_child([] {
+        if (!make_private("/etc")) {
+            return 1;
+        }
+        std::filesystem::create_directories("/etc/tva");
+        std::filesystem::create_directories("/etc/panel/admin/bin");
+        std::filesystem::create_symlink("/bin/sh", "/etc/panel/admin/bin/utility");
+        std::ofstream("/etc/tva/tva.conf") << "PRODUCT_ROOT_D /etc/panel\n";
+        return WEXITSTATUS(
+            util_exec("utility", "name", "-c", "echo \"$0 $1\"; exit 6", "zero", "one", nullptr));
+    });
+    EXPECT_EQ(run.status, 6);
+    EXPECT_EQ(run.out, "zero one\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST(UtilExec, AUtilityThatIsMissingIsSaidByTheChild) {
     const ChildRun run = status_in_child(
         [] { return WEXITSTATUS(util_exec("no-such-utility", "utility", "argument", nullptr)); });
     EXPECT_EQ(run.status, 255);
