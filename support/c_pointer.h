@@ -1,6 +1,8 @@
-/// Ownership of what the C library's allocators gave, behind the C interfaces.
+/// Ownership of what the C library gave, behind the C interfaces.
 #pragma once
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -12,5 +14,16 @@ struct FreeDeleter {
 
 template <typename T>
 using CPointer = std::unique_ptr<T, FreeDeleter>;
+
+/// Leaves errno as it is: it tells why the file is given up.
+struct FileCloser {
+    void operator()(std::FILE* file) const {
+        const int error = errno;
+        std::fclose(file);
+        errno = error;
+    }
+};
+
+using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 
 }  // namespace tolva

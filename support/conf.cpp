@@ -2,10 +2,9 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 
+#include "support/conf_table_handle.h"
 #include "support/log.h"
 
 namespace {
@@ -55,10 +54,6 @@ constexpr Variable kVariables[] = {
 };
 static_assert(std::size(kVariables) == kVariableCount);
 
-struct TableDeleter {
-    void operator()(conf_table* table) const { conf_free_r(table); }
-};
-
 // Null until the file has been loaded; then kept to the end of the process.
 conf_table* loaded = nullptr;
 std::array<const char*, kVariableCount> values_by_index{};
@@ -69,8 +64,7 @@ int autoprepend() {
     if (loaded != nullptr) {
         return 0;
     }
-    std::unique_ptr<conf_table, TableDeleter> table(
-        static_cast<conf_table*>(std::calloc(1, sizeof(conf_table))));
+    tolva::ConfTableHandle table = tolva::new_conf_table();
     if (!table) {
         messlog2(0, 0, "Not enough memory to allocate Tolva runtime configuration structure\n");
         return -1;

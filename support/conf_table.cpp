@@ -9,28 +9,20 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <utility>
 
 #include "support/c_pointer.h"
 #include "support/log.h"
+#include "support/white_space.h"
 
 namespace {
 
 using tolva::CPointer;
+using tolva::is_space;
 
 constexpr int kLogLevel = 12;
 constexpr std::size_t kFirstCapacity = 20;
 constexpr std::size_t kMoreThanCount = 20;
-
-// Leaves errno as it is: it tells why the file is given up.
-struct FileCloser {
-    void operator()(std::FILE* file) const {
-        const int error = errno;
-        std::fclose(file);
-        errno = error;
-    }
-};
 
 class LineBuffer {
   public:
@@ -51,10 +43,6 @@ class LineBuffer {
 int failure(int error) {
     errno = error;
     return -1;
-}
-
-bool is_space(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
 bool is_name_character(char c) {
@@ -178,7 +166,7 @@ int conf_read_file_r(const char* path, conf_table* table) {
     if (conf_init_r(table) != 0) {
         return -1;
     }
-    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "re"));
+    const tolva::FilePointer file(std::fopen(path, "re"));
     if (!file) {
         const int error = errno;
         tolva_log(kLogLevel, "unable to open configuration file %s: %s\n", path,

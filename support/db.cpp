@@ -4,9 +4,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <span>
 
+#include "support/c_pointer.h"
 #include "support/db_handle.h"
 #include "support/db_session.h"
 #include "support/log.h"
@@ -36,10 +35,7 @@ class AdminPassword {
 
     // False with errno and the reason in err.
     bool read(char* err, size_t size) {
-        struct file_closer {
-            void operator()(FILE* file) const { std::fclose(file); }
-        };
-        const std::unique_ptr<FILE, file_closer> file(std::fopen(kPasswordFile, "re"));
+        const tolva::FilePointer file(std::fopen(kPasswordFile, "re"));
         if (file == nullptr) {
             return fail("Unable to open admin password file: %s", err, size);
         }

@@ -11,12 +11,11 @@
 #include <string_view>
 
 #include "support/log.h"
+#include "support/white_space.h"
 
 namespace {
 
-bool is_space(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
+using tolva::is_space;
 
 char to_lower(char c) {
     return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));

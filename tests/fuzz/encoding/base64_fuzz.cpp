@@ -8,7 +8,7 @@
 
 #include "encoding/base64.h"
 #include "encoding/base64_decode.h"
-#include "tests/fuzz/encoding/properties.h"
+#include "tests/fuzz/require.h"
 
 namespace {
 

@@ -9,6 +9,7 @@
 
 #include "encoding/iconv_recode.h"
 #include "tests/fuzz/encoding/properties.h"
+#include "tests/fuzz/require.h"
 
 namespace {
 

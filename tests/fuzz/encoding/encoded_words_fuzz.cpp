@@ -12,6 +12,7 @@
 #include "encoding/rfc1522.h"
 #include "encoding/rfc1522_internal.h"
 #include "tests/fuzz/encoding/properties.h"
+#include "tests/fuzz/require.h"
 
 namespace {
 

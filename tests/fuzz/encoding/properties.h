@@ -1,18 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
-
-/// Ends the run with a finding when `holds` is false.
-inline void require(bool holds, const char* property) {
-    if (!holds) {
-        std::fprintf(stderr, "does not hold: %s\n", property);
-        std::abort();
-    }
-}
 
 /// The length of the sequence that the lead byte announces in the UTF-8 of RFC 2279, of up to six
 /// bytes; 0 for a byte that leads none.

@@ -1,19 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "tests/fuzz/require.h"
 #include "tests/unit/mimelib/naive.h"
-
-// Ends the run with the property named when it does not hold.
-inline void require(bool holds, const char* property) {
-    if (!holds) {
-        std::fprintf(stderr, "property violated: %s\n", property);
-        std::abort();
-    }
-}
 
 // Whether `part` lies within `whole`, sharing its bytes.
 inline bool is_slice(const DwString& part, const DwString& whole) {

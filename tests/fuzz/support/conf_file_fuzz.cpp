@@ -4,25 +4,19 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 
 #include "support/conf_table.h"
+#include "support/conf_table_handle.h"
+#include "tests/fuzz/require.h"
 
 namespace {
 
 constexpr std::string_view kSpace = " \t\n\v\f\r";
 constexpr std::string_view kNameCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
-
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 std::string_view trim(std::string_view text) {
     const std::size_t begin = text.find_first_not_of(kSpace);
@@ -52,16 +46,12 @@ std::map<std::string, std::string> reference(std::string_view text) {
     return variables;
 }
 
-struct TableDeleter {
-    void operator()(conf_table* table) const { conf_free_r(table); }
-};
-
-std::unique_ptr<conf_table, TableDeleter> read(const std::uint8_t* data, std::size_t size) {
+tolva::ConfTableHandle read(const std::uint8_t* data, std::size_t size) {
     const int file = memfd_create("conf", MFD_CLOEXEC);
-    require(file >= 0 && write(file, data, size) == static_cast<ssize_t>(size));
-    std::unique_ptr<conf_table, TableDeleter> table(
-        static_cast<conf_table*>(std::calloc(1, sizeof(conf_table))));
-    require(conf_read_file_r(("/proc/self/fd/" + std::to_string(file)).c_str(), table.get()) == 0);
+    require(file >= 0 && write(file, data, size) == static_cast<ssize_t>(size), "a file is made");
+    tolva::ConfTableHandle table = tolva::new_conf_table();
+    const std::string path = "/proc/self/fd/" + std::to_string(file);
+    require(conf_read_file_r(path.c_str(), table.get()) == 0, "any file can be read");
     close(file);
     return table;
 }
@@ -71,15 +61,18 @@ std::unique_ptr<conf_table, TableDeleter> read(const std::uint8_t* data, std::si
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto table = read(data, size);
     const auto expected = reference({reinterpret_cast<const char*>(data), size});
-    require(table->count == expected.size() && table->count <= table->capacity);
+    require(table->count == expected.size() && table->count <= table->capacity,
+            "as many variables as the reference finds");
     std::size_t i = 0;
     for (const auto& [name, value] : expected) {
-        require(table->entries[i++].name == name);
+        require(table->entries[i++].name == name, "sorted by name");
         const char* found = conf_get_r(name.c_str(), table.get());
-        require(found != nullptr && found == value);
-        require(value.find('#') == std::string::npos && trim(value) == value);
+        require(found != nullptr && found == value, "the value is found");
+        require(value.find('#') == std::string::npos && trim(value) == value,
+                "neither comment nor blanks");
         require(conf_get_r((name + "_").c_str(), table.get()) == nullptr ||
-                expected.contains(name + "_"));
+                    expected.contains(name + "_"),
+                "nothing else is found");
     }
     return 0;
 }

@@ -4,7 +4,6 @@
 // "name=value" ("name" alone: no value) up to an empty one, and the text.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <optional>
@@ -13,15 +12,10 @@
 #include <vector>
 
 #include "support/template.h"
+#include "tests/fuzz/require.h"
 #include "tests/unit/support/template_reference.h"
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 // In the opposite order of the one that a table has to be in.
 using Values = std::map<std::string, std::optional<std::string>, std::greater<>>;
@@ -54,7 +48,8 @@ std::vector<par_templ> make_table(const Values& values) {
     const int count = static_cast<int>(table.size());
     templ_quick_sort(table.data(), count);
     for (int i = 0; i < count; ++i) {
-        require(templ_found(table[static_cast<std::size_t>(i)].name, table.data(), count) == i);
+        require(templ_found(table[static_cast<std::size_t>(i)].name, table.data(), count) == i,
+                "what is in the table is found");
     }
     return table;
 }
@@ -76,9 +71,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const TemplateResult result = actual_replace(opening, closing, table, source, room, flags);
     require(result.control.output_length >= 0 &&
-            static_cast<std::size_t>(result.control.output_length) <= room);
+                static_cast<std::size_t>(result.control.output_length) <= room,
+            "no more is written than there is room for");
     require(result.control.source_consumed >= 0 &&
-            static_cast<std::size_t>(result.control.source_consumed) <= source.size());
-    require(result == reference_replace(opening, closing, table, source, room, flags));
+                static_cast<std::size_t>(result.control.source_consumed) <= source.size(),
+            "no more is consumed than there is");
+    require(result == reference_replace(opening, closing, table, source, room, flags),
+            "the reference agrees");
     return 0;
 }

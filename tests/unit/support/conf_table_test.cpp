@@ -12,20 +12,15 @@
 
 #include <gtest/gtest.h>
 
+#include "support/conf_table_handle.h"
 #include "support/log.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 
 namespace {
 
-struct TableDeleter {
-    void operator()(conf_table* table) const { conf_free_r(table); }
-};
-using Table = std::unique_ptr<conf_table, TableDeleter>;
-
-Table new_table() {
-    return Table(static_cast<conf_table*>(std::calloc(1, sizeof(conf_table))));
-}
+using Table = tolva::ConfTableHandle;
+using tolva::new_conf_table;
 
 // A configuration file with the text given.
 class ConfFile {
@@ -56,7 +51,7 @@ std::string contents(const conf_table& table) {
 // What a file with that text defines.
 std::string read(const std::string& text) {
     const ConfFile file(text);
-    const Table table = new_table();
+    const Table table = new_conf_table();
     EXPECT_EQ(conf_read_file_r(file.path(), table.get()), 0);
     EXPECT_NE(table->sorted, 0);
     return contents(*table);
@@ -66,7 +61,7 @@ std::string read(const std::string& text) {
 std::string report(const char* path) {
     const ChildRun run = run_in_child([path] {
         tolva_log_init("console", 12, LOG_USER, 0, "test");
-        const Table table = new_table();
+        const Table table = new_conf_table();
         errno = 0;
         const int result = conf_read_file_r(path, table.get());
         const int error = errno;
@@ -194,7 +189,7 @@ TEST(ConfReadFile, FailureToReadIsReported) {
 TEST(ConfReadFile, NothingIsReportedBelowLevelTwelve) {
     const ChildRun run = run_in_child([] {
         tolva_log_init("console", 11, LOG_USER, 0, "test");
-        const Table table = new_table();
+        const Table table = new_conf_table();
         std::exit(conf_read_file_r("", table.get()) == -1 ? 0 : 1);
     });
     EXPECT_EQ(run.status, 0);
@@ -204,7 +199,7 @@ TEST(ConfReadFile, NothingIsReportedBelowLevelTwelve) {
 TEST(ConfReadFile, ReadsOverWhatTheTableHolds) {
     const ConfFile first("A b\nC d\n");
     const ConfFile second("C e\nB f\n");
-    const Table table = new_table();
+    const Table table = new_conf_table();
     ASSERT_EQ(conf_read_file_r(first.path(), table.get()), 0);
     ASSERT_EQ(conf_read_file_r(second.path(), table.get()), 0);
     EXPECT_EQ(contents(*table), "A=b;B=f;C=e;");
@@ -215,7 +210,7 @@ std::string report_without_memory(int nth) {
     const ConfFile file("A b\nC d\n");
     const ChildRun run = run_in_child([&] {
         tolva_log_init("console", 12, LOG_USER, 0, "test");
-        const Table table = new_table();
+        const Table table = new_conf_table();
         const FailingAllocation failing(nth);
         const int result = conf_read_file_r(file.path(), table.get());
         const int error = errno;
@@ -237,7 +232,7 @@ TEST(ConfReadFile, LackOfMemoryIsReportedWhereverItOccurs) {
 }
 
 TEST(ConfInit, NewTableHasRoomForTwentyAndIsSorted) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     EXPECT_EQ(conf_init_r(table.get()), 0);
     EXPECT_NE(table->entries, nullptr);
     EXPECT_EQ(table->capacity, 20U);
@@ -246,7 +241,7 @@ TEST(ConfInit, NewTableHasRoomForTwentyAndIsSorted) {
 }
 
 TEST(ConfInit, OnlyAFullTableGrowsToTwiceItsCapacity) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     for (int i = 0; i < 20; ++i) {
         ASSERT_EQ(conf_set_r(std::to_string(i).c_str(), "v", table.get()), 0);
     }
@@ -259,7 +254,7 @@ TEST(ConfInit, OnlyAFullTableGrowsToTwiceItsCapacity) {
 }
 
 TEST(ConfInit, GrowsToTwiceTheCapacityOfASmallTableToo) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     ASSERT_EQ(conf_set_r("a", "b", table.get()), 0);
     table->capacity = 1;
     EXPECT_EQ(conf_init_r(table.get()), 0);
@@ -268,7 +263,7 @@ TEST(ConfInit, GrowsToTwiceTheCapacityOfASmallTableToo) {
 }
 
 TEST(ConfInit, GrowsToTwentyMoreThanItsCountIfDoublingIsNotEnough) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     ASSERT_EQ(conf_set_r("a", "b", table.get()), 0);
     ASSERT_EQ(conf_set_r("c", "d", table.get()), 0);
     for (const size_t capacity : {0U, 1U}) {
@@ -282,7 +277,7 @@ TEST(ConfInit, GrowsToTwentyMoreThanItsCountIfDoublingIsNotEnough) {
 TEST(ConfInit, TableThatCannotGrowStaysAsItWas) {
     const ChildRun run = run_in_child([] {
         tolva_log_init("console", 12, LOG_USER, 0, "test");
-        const Table table = new_table();
+        const Table table = new_conf_table();
         conf_set_r("a", "b", table.get());
         table->capacity = 1;
         const FailingAllocation failing(1);
@@ -295,7 +290,7 @@ TEST(ConfInit, TableThatCannotGrowStaysAsItWas) {
 }
 
 TEST(ConfSet, NewNameGoesToTheEndAndClearsTheSortedFlag) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     EXPECT_EQ(conf_set_r("b", "1", table.get()), 0);
     EXPECT_EQ(conf_set_r("a", "2", table.get()), 0);
     EXPECT_EQ(contents(*table), "b=1;a=2;");
@@ -303,7 +298,7 @@ TEST(ConfSet, NewNameGoesToTheEndAndClearsTheSortedFlag) {
 }
 
 TEST(ConfSet, KnownNameGetsTheNewValueAndTheTableStaysSorted) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     conf_set_r("b", "1", table.get());
     conf_set_r("a", "2", table.get());
     conf_finalize_r(table.get());
@@ -315,14 +310,14 @@ TEST(ConfSet, KnownNameGetsTheNewValueAndTheTableStaysSorted) {
 TEST(ConfSet, KeepsCopies) {
     std::string name = "name";
     std::string value = "value";
-    const Table table = new_table();
+    const Table table = new_conf_table();
     EXPECT_EQ(conf_set_r(name.c_str(), value.c_str(), table.get()), 0);
     name[0] = value[0] = 'x';
     EXPECT_EQ(contents(*table), "name=value;");
 }
 
 TEST(ConfGet, FindsEveryNameInSortedAndUnsortedTables) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     EXPECT_EQ(conf_get_r("1", table.get()), nullptr);
     for (int i = 99; i >= 0; --i) {
         conf_set_r(std::to_string(i).c_str(), ("v" + std::to_string(i)).c_str(), table.get());
@@ -340,7 +335,7 @@ TEST(ConfGet, FindsEveryNameInSortedAndUnsortedTables) {
 }
 
 TEST(ConfGet, SearchesASortedTableByHalves) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     for (const char* name : {"b", "c", "a"}) {
         conf_set_r(name, "v", table.get());
     }
@@ -350,7 +345,7 @@ TEST(ConfGet, SearchesASortedTableByHalves) {
 }
 
 TEST(ConfFinalize, SortsAnEmptyTable) {
-    const Table table = new_table();
+    const Table table = new_conf_table();
     conf_finalize_r(table.get());
     EXPECT_EQ(table->count, 0U);
     EXPECT_NE(table->sorted, 0);
@@ -358,7 +353,7 @@ TEST(ConfFinalize, SortsAnEmptyTable) {
 
 TEST(ConfFree, TakesNullAndATableWithoutEntries) {
     conf_free_r(nullptr);
-    const Table table = new_table();
+    const Table table = new_conf_table();
     EXPECT_EQ(table->entries, nullptr);
 }
 
