@@ -8,7 +8,7 @@
 Attachments find_attachments(MYSQL* connection, const std::string& rn_id,
                              const std::string& directory) {
     Attachments attachments;
-    Query_result rows = query(connection, "select filename from resp_attach where rn_id=" + rn_id);
+    QueryResult rows = query(connection, "select filename from resp_attach where rn_id=" + rn_id);
     while (rows.fetch()) {
         std::string filename = rows.text(0, "");
         if (filename.empty()) {

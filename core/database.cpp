@@ -8,24 +8,24 @@
 #include "support/c_pointer.h"
 #include "support/db_params.h"
 
-bool Query_result::fetch() {
+bool QueryResult::fetch() {
     row_ = result_ ? mysql_fetch_row(result_.get()) : nullptr;
     lengths_ = row_ != nullptr ? mysql_fetch_lengths(result_.get()) : nullptr;
     return row_ != nullptr;
 }
 
-std::optional<std::string_view> Query_result::column(unsigned int index) const {
+std::optional<std::string_view> QueryResult::column(unsigned int index) const {
     if (row_[index] == nullptr) {
         return std::nullopt;
     }
     return std::string_view(row_[index], lengths_[index]);
 }
 
-std::string Query_result::text(unsigned int index, std::string_view when_null) const {
+std::string QueryResult::text(unsigned int index, std::string_view when_null) const {
     return std::string(column(index).value_or(when_null));
 }
 
-std::optional<Query_result> try_query(MYSQL* connection, const std::string& statement) {
+std::optional<QueryResult> try_query(MYSQL* connection, const std::string& statement) {
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
         return std::nullopt;
     }
@@ -33,18 +33,18 @@ std::optional<Query_result> try_query(MYSQL* connection, const std::string& stat
     if (rows == nullptr && mysql_errno(connection) != 0) {
         return std::nullopt;
     }
-    return Query_result(rows);
+    return QueryResult(rows);
 }
 
-Query_result query(MYSQL* connection, const std::string& statement, std::string_view failure) {
-    std::optional<Query_result> result = try_query(connection, statement);
+QueryResult query(MYSQL* connection, const std::string& statement, std::string_view failure) {
+    std::optional<QueryResult> result = try_query(connection, statement);
     if (!result) {
         end_run(std::string(failure) + mysql_error(connection));
     }
     return std::move(*result);
 }
 
-Query_result query_or_no_rows(MYSQL* connection, const std::string& statement) {
+QueryResult query_or_no_rows(MYSQL* connection, const std::string& statement) {
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
         end_run(std::string("autoresponder: Unable to exec query :") + mysql_error(connection));
     }
@@ -53,7 +53,7 @@ Query_result query_or_no_rows(MYSQL* connection, const std::string& statement) {
         std::cerr << "autoresponder: Unable to read the rows of a query: "
                   << mysql_error(connection) << std::endl;
     }
-    return Query_result(rows);
+    return QueryResult(rows);
 }
 
 Connection connect_to_database() {

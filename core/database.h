@@ -11,17 +11,17 @@
 /// What the core uses of the database: an owned connection, and queries whose rows are read as
 /// text.
 
-struct Connection_closer {
+struct ConnectionCloser {
     void operator()(MYSQL* connection) const { mysql_close(connection); }
 };
-using Connection = std::unique_ptr<MYSQL, Connection_closer>;
+using Connection = std::unique_ptr<MYSQL, ConnectionCloser>;
 
 /// The rows of one query, held in memory on the client's side, so that further queries may run on
 /// the same connection while they are read.
-class Query_result {
+class QueryResult {
   public:
     /// Takes over `result`; null stands for a result without rows.
-    explicit Query_result(MYSQL_RES* result) : result_(result) {}
+    explicit QueryResult(MYSQL_RES* result) : result_(result) {}
 
     /// Goes to the next row; false when there is none.
     bool fetch();
@@ -34,24 +34,24 @@ class Query_result {
     [[nodiscard]] std::string text(unsigned int index, std::string_view when_null) const;
 
   private:
-    struct Result_freer {
+    struct ResultFreer {
         void operator()(MYSQL_RES* result) const { mysql_free_result(result); }
     };
-    std::unique_ptr<MYSQL_RES, Result_freer> result_;
+    std::unique_ptr<MYSQL_RES, ResultFreer> result_;
     MYSQL_ROW row_ = nullptr;
     const unsigned long* lengths_ = nullptr;
 };
 
 /// Runs `statement` and reads its rows. If the server refuses it or its rows cannot be read, ends
 /// the run with `failure` followed by the reason.
-Query_result query(MYSQL* connection, const std::string& statement,
-                   std::string_view failure = "autoresponder: Unable to exec query :");
+QueryResult query(MYSQL* connection, const std::string& statement,
+                  std::string_view failure = "autoresponder: Unable to exec query :");
 
 /// The same, except that rows that cannot be read count as none, with a line on standard error.
-Query_result query_or_no_rows(MYSQL* connection, const std::string& statement);
+QueryResult query_or_no_rows(MYSQL* connection, const std::string& statement);
 
 /// The same; nothing in place of ending the run, with the reason in mysql_error(3).
-std::optional<Query_result> try_query(MYSQL* connection, const std::string& statement);
+std::optional<QueryResult> try_query(MYSQL* connection, const std::string& statement);
 
 /// Opens the connection to the panel's database, or ends the run.
 Connection connect_to_database();

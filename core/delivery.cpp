@@ -61,7 +61,7 @@ void write_size_notice(std::ostream& out, const Mail_content& mail, const std::s
 
 }  // namespace
 
-void hold_to_size_limit(const Response_file& file, const Mail_content& mail,
+void hold_to_size_limit(const ResponseFile& file, const Mail_content& mail,
                         const std::string& reply_to) {
     if (exceeds_size_limit(resp_uu_file_name)) {
         file.write([&](std::ostream& out) { write_size_notice(out, mail, reply_to); });

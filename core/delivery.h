@@ -2,13 +2,13 @@
 
 #include <string>
 
-class Response_file;
+class ResponseFile;
 struct Mail_content;
 
 /// Puts a short notice in the place of the reply if the reply is larger than qmail's size limit for
 /// messages (qmail-smtpd(8), control file databytes). `reply_to` is the responder's Reply-To
 /// address, may be empty.
-void hold_to_size_limit(const Response_file& file, const Mail_content& mail,
+void hold_to_size_limit(const ResponseFile& file, const Mail_content& mail,
                         const std::string& reply_to);
 
 /// Hands the reply to the mail program, from the own address to the sender of `mail`, and waits for

@@ -19,7 +19,7 @@ namespace {
 
 std::vector<std::string> forward_addresses(MYSQL* connection, const std::string& rn_id) {
     std::vector<std::string> addresses;
-    Query_result rows = query(connection, "select address from resp_forward where rn_id=" + rn_id);
+    QueryResult rows = query(connection, "select address from resp_forward where rn_id=" + rn_id);
     while (rows.fetch()) {
         const auto address = rows.column(0);
         if (!address) {

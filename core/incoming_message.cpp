@@ -24,18 +24,18 @@
 namespace {
 
 /// The text of a message and its charset, before conversion.
-struct Message_text {
+struct MessageText {
     std::string charset = "US-ASCII";
     std::string body;
 };
 
 /// What is taken from the message, so that the whole of it need not stay in memory.
-struct Message_parts {
+struct MessageParts {
     std::string sender;
     std::string recipient;
     std::string raw_subject;
     std::string raw_date;
-    Message_text text;
+    MessageText text;
 };
 
 std::string to_string(const DwString& text) {
@@ -97,7 +97,7 @@ const DwMailbox* find_sender(DwHeaders& headers) {
     return sender;
 }
 
-Message_text text_of(const DwEntity& entity) {
+MessageText text_of(const DwEntity& entity) {
     DwString body;
     DecodeBody(entity, body);
     return {to_string(GetCharset(entity)), to_string(body)};
@@ -113,7 +113,7 @@ const DwBodyPart* find_text_part(const DwMessage& message) {
     return part;
 }
 
-Message_text choose_text(const DwMessage& message) {
+MessageText choose_text(const DwMessage& message) {
     DwHeaders& headers = message.Headers();
     if (!headers.HasContentType() || headers.ContentType().Type() == DwMime::kTypeText) {
         return text_of(message);
@@ -128,7 +128,7 @@ Message_text choose_text(const DwMessage& message) {
 
 /// Reads the message and takes it apart. False, with the reason on standard error, if it cannot be
 /// answered.
-bool analyse_message(Message_parts& parts) {
+bool analyse_message(MessageParts& parts) {
     DwString input;
     if (!read_message(input)) {
         std::cerr << "Could not create a temporary file." << std::endl;
@@ -168,7 +168,7 @@ void warn_unconverted(std::string_view what, std::string_view charset) {
     std::cerr << "Could not convert message " << what << " text from " << charset << " to UTF-8.\n";
 }
 
-std::string body_in_utf8(Message_text text) {
+std::string body_in_utf8(MessageText text) {
     try {
         return tolva::iconvRecode(text.body, text.charset, "UTF-8", true);
     } catch (const std::runtime_error&) {
@@ -260,7 +260,7 @@ void DecodeBody(const DwEntity& entity, DwString& out) {
 }
 
 int parse_message(Mail_content* mail) {
-    Message_parts parts;
+    MessageParts parts;
     if (!analyse_message(parts)) {
         return 1;
     }

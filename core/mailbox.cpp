@@ -18,11 +18,11 @@ std::string escape(const std::string& text) {
 
 }  // namespace
 
-Escaped_recipient escape_recipient(const Mail_content& mail) {
+EscapedRecipient escape_recipient(const Mail_content& mail) {
     // Escaping without a connection reads tables that the client library sets up when it starts.
     db_library_init();
     try {
-        Escaped_recipient recipient;
+        EscapedRecipient recipient;
         recipient.domain = escape(mail.to_domain);
         recipient.mailname = escape(mail.to_mailname);
         return recipient;
@@ -31,7 +31,7 @@ Escaped_recipient escape_recipient(const Mail_content& mail) {
     }
 }
 
-Mailbox resolve_mailbox(MYSQL* connection, const Escaped_recipient& recipient,
+Mailbox resolve_mailbox(MYSQL* connection, const EscapedRecipient& recipient,
                         const Mail_content& mail) {
     const std::string& domain = recipient.domain;
     const std::string& mailname = recipient.mailname;
@@ -53,7 +53,7 @@ Mailbox resolve_mailbox(MYSQL* connection, const Escaped_recipient& recipient,
             domain + "' and ma.alias='" + mailname + "' and da.mail='true'"};
 
     for (const std::string& statement : statements) {
-        Query_result result = query(connection, statement, "autoresponder: Unable to query: ");
+        QueryResult result = query(connection, statement, "autoresponder: Unable to query: ");
         if (result.fetch()) {
             return {result.text(0, ""), result.text(1, ""), result.text(2, "")};
         }

@@ -14,17 +14,17 @@ struct Mailbox {
 };
 
 /// The two halves of the recipient's address, escaped for SQL string literals.
-struct Escaped_recipient {
+struct EscapedRecipient {
     std::string domain;
     std::string mailname;
 };
 
 /// Escapes the recipient's address without a connection; ends the run if there is no memory for it.
-Escaped_recipient escape_recipient(const Mail_content& mail);
+EscapedRecipient escape_recipient(const Mail_content& mail);
 
 /// Finds the recipient's mailbox: by its own name, else by a mail alias, else by an alias of the
 /// domain, else by both. Ends the run when there is none or a query fails.
-Mailbox resolve_mailbox(MYSQL* connection, const Escaped_recipient& recipient,
+Mailbox resolve_mailbox(MYSQL* connection, const EscapedRecipient& recipient,
                         const Mail_content& mail);
 
 /// The directory in which the mailbox's attachments lie.

@@ -35,7 +35,7 @@ struct Notice {
 };
 
 std::optional<Client> find_client(MYSQL* connection, const std::string& escaped_domain) {
-    std::optional<Query_result> rows =
+    std::optional<QueryResult> rows =
         try_query(connection,
                   "select c.email, c.pname, c.login from clients c, domains d"
                   " where d.cl_id=c.id and d.name='" +

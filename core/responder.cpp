@@ -25,8 +25,8 @@ namespace {
 
 /// Sends the reply, or records why it could not be sent. Nothing of this ends the run: the next
 /// responder may fare better.
-void send_response(const Response_file& file, const Mail_content& mail,
-                   const Responder_row& responder, const Response_attachments& attachments) {
+void send_response(const ResponseFile& file, const Mail_content& mail,
+                   const ResponderRow& responder, const ResponseAttachments& attachments) {
     try {
         file.write([&](std::ostream& out) { write_response(out, mail, responder, attachments); });
         hold_to_size_limit(file, mail, responder.reply_to);
@@ -42,10 +42,10 @@ void send_response(const Response_file& file, const Mail_content& mail,
     }
 }
 
-void answer(MYSQL* connection, const Mail_content& mail, const Escaped_recipient& recipient,
-            const std::string& directory, const Responder_row& responder) {
+void answer(MYSQL* connection, const Mail_content& mail, const EscapedRecipient& recipient,
+            const std::string& directory, const ResponderRow& responder) {
     std::string boundary = makeBoundaryStr();
-    const Response_file file;
+    const ResponseFile file;
     Attachments attachments = find_attachments(connection, responder.id, directory);
     if (!attachments.missing.empty()) {
         send_missing_file_notice(connection, mail, recipient.domain, responder.reply_to,
@@ -58,14 +58,14 @@ void answer(MYSQL* connection, const Mail_content& mail, const Escaped_recipient
 }  // namespace
 
 int db_mail_act(Mail_content* mail) {
-    const Escaped_recipient recipient = escape_recipient(*mail);
+    const EscapedRecipient recipient = escape_recipient(*mail);
     const Connection connection = connect_to_database();
     const Mailbox mailbox = resolve_mailbox(connection.get(), recipient, *mail);
     const std::string directory = attachment_directory(mailbox);
 
-    Query_result rows = query(connection.get(), responder_rows_of(mailbox.id));
+    QueryResult rows = query(connection.get(), responder_rows_of(mailbox.id));
     while (rows.fetch()) {
-        const Responder_row responder = read_responder_row(rows);
+        const ResponderRow responder = read_responder_row(rows);
         if (applies_to(responder, *mail) &&
             can_response_freq(connection.get(), mail, responder.id, responder.ans_freq,
                               responder.mem_limit) != 0) {

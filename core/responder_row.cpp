@@ -21,7 +21,7 @@ std::string responder_rows_of(const std::string& mailbox_id) {
            mailbox_id;
 }
 
-Responder_row read_responder_row(const Query_result& result) {
+ResponderRow read_responder_row(const QueryResult& result) {
     return {.id = result.text(0, "0"),
             .keystr = result.text(1, ""),
             .key_where = result.text(2, "no"),
@@ -35,7 +35,7 @@ Responder_row read_responder_row(const Query_result& result) {
             .content_type = result.text(10, "text/plain")};
 }
 
-bool applies_to(const Responder_row& responder, const Mail_content& mail) {
+bool applies_to(const ResponderRow& responder, const Mail_content& mail) {
     if (responder.resp_on == "false") {
         return false;
     }

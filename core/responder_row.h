@@ -3,10 +3,10 @@
 #include <string>
 
 struct Mail_content;
-class Query_result;
+class QueryResult;
 
 /// One responder of a mailbox: a row of mail_resp, with the defaults that stand for SQL NULL.
-struct Responder_row {
+struct ResponderRow {
     std::string id;            ///< key of resp_attach, resp_freq and resp_forward
     std::string keystr;        ///< text to look for
     std::string key_where;     ///< "subj", "body"; anything else: no condition
@@ -20,12 +20,12 @@ struct Responder_row {
     std::string content_type;  ///< content type of the reply's text
 };
 
-/// The statement that lists a mailbox's responders, its columns in the order of Responder_row.
+/// The statement that lists a mailbox's responders, its columns in the order of ResponderRow.
 std::string responder_rows_of(const std::string& mailbox_id);
 
 /// Reads the current row of that statement's result.
-Responder_row read_responder_row(const Query_result& result);
+ResponderRow read_responder_row(const QueryResult& result);
 
 /// Whether the responder is on and its key word, if it has one, occurs where it is looked for.
 /// Compares bytes; an empty key word occurs everywhere.
-bool applies_to(const Responder_row& responder, const Mail_content& mail);
+bool applies_to(const ResponderRow& responder, const Mail_content& mail);

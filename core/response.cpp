@@ -24,13 +24,13 @@
 
 namespace {
 
-struct File_closer {
+struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
-using File = std::unique_ptr<std::FILE, File_closer>;
+using File = std::unique_ptr<std::FILE, FileCloser>;
 
 /// The text of the reply in the responder's charset, or as it is in UTF-8.
-struct Response_text {
+struct ResponseText {
     std::string bytes;
     std::string charset;
 };
@@ -71,7 +71,7 @@ std::optional<std::string> from_address(const std::string& own_address) {
     return std::nullopt;
 }
 
-Response_text text_of(const Responder_row& responder) {
+ResponseText text_of(const ResponderRow& responder) {
     try {
         return {tolva::iconvRecode(responder.text, "UTF-8", responder.charset, true),
                 responder.charset};
@@ -80,7 +80,7 @@ Response_text text_of(const Responder_row& responder) {
     }
 }
 
-void write_headers(std::ostream& out, const Mail_content& mail, const Responder_row& responder) {
+void write_headers(std::ostream& out, const Mail_content& mail, const ResponderRow& responder) {
     if (!responder.reply_to.empty()) {
         out << "Reply-To: " << responder.reply_to << "\n";
     }
@@ -92,8 +92,8 @@ void write_headers(std::ostream& out, const Mail_content& mail, const Responder_
         << "Subject: " << tolva::rfc1522::encode(response_subject(mail, responder)) << "\n";
 }
 
-void write_text(std::ostream& out, const Responder_row& responder) {
-    const Response_text text = text_of(responder);
+void write_text(std::ostream& out, const ResponderRow& responder) {
+    const ResponseText text = text_of(responder);
     out << "Content-Type: " << responder.content_type << "; charset=\"" << text.charset << "\"\n"
         << "Content-Transfer-Encoding: 8bit\n"
         << "Content-Disposition: inline\n"
@@ -158,12 +158,12 @@ void write_attachment(std::ostream& out, const std::string& directory, const std
 
 }  // namespace
 
-std::string response_subject(const Mail_content& mail, const Responder_row& responder) {
+std::string response_subject(const Mail_content& mail, const ResponderRow& responder) {
     return responder.subject.empty() ? "Re: " + mail.subject : fill_in(responder.subject, mail);
 }
 
-void write_response(std::ostream& out, const Mail_content& mail, const Responder_row& responder,
-                    const Response_attachments& attachments) {
+void write_response(std::ostream& out, const Mail_content& mail, const ResponderRow& responder,
+                    const ResponseAttachments& attachments) {
     write_headers(out, mail, responder);
     if (attachments.names.empty()) {
         write_text(out, responder);

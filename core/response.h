@@ -5,10 +5,10 @@
 #include <vector>
 
 struct Mail_content;
-struct Responder_row;
+struct ResponderRow;
 
 /// What a reply carries besides its text.
-struct Response_attachments {
+struct ResponseAttachments {
     std::string boundary;  ///< from makeBoundaryStr
     std::string directory;
     std::vector<std::string> names;
@@ -19,11 +19,11 @@ struct Response_attachments {
 ///
 /// Attachments are streamed from their files. One that cannot be read is reported on standard error
 /// and left empty. A From: address that cannot be converted to ASCII leaves that header out.
-void write_response(std::ostream& out, const Mail_content& mail, const Responder_row& responder,
-                    const Response_attachments& attachments);
+void write_response(std::ostream& out, const Mail_content& mail, const ResponderRow& responder,
+                    const ResponseAttachments& attachments);
 
 /// The subject of the reply, UTF-8, not yet encoded: the responder's own with its placeholders
 /// filled in, else "Re: " and the incoming subject.
 ///
 /// The values of the placeholders are those of the first message of the process.
-std::string response_subject(const Mail_content& mail, const Responder_row& responder);
+std::string response_subject(const Mail_content& mail, const ResponderRow& responder);

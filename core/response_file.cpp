@@ -21,15 +21,15 @@ int make_file() {
 
 }  // namespace
 
-Response_file::Response_file() : fd_(make_file()), made_(fd_) {}
+ResponseFile::ResponseFile() : fd_(make_file()), made_(fd_) {}
 
-Response_file::~Response_file() {
+ResponseFile::~ResponseFile() {
     if (made_) {
         unlink(resp_uu_file_name);
     }
 }
 
-void Response_file::write(const std::function<void(std::ostream&)>& contents) const {
+void ResponseFile::write(const std::function<void(std::ostream&)>& contents) const {
     if (!made_) {
         return;
     }

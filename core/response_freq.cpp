@@ -10,7 +10,7 @@ namespace {
 /// The first column of the first row; `when_null` for SQL NULL, `when_none` without a row.
 std::string single_value(MYSQL* connection, const std::string& statement,
                          std::string_view when_null, std::string_view when_none) {
-    Query_result result = query_or_no_rows(connection, statement);
+    QueryResult result = query_or_no_rows(connection, statement);
     return result.fetch() ? result.text(0, when_null) : std::string(when_none);
 }
 
@@ -47,7 +47,7 @@ int can_response_freq(st_mysql* connection, Mail_content* mail,
     const std::string sender = escape_for_sql(connection, mail->from);
     const std::string this_sender = "where rn_id=" + rn_id + " and email='" + sender + "'";
 
-    Query_result known = query_or_no_rows(connection, "select num from resp_freq " + this_sender);
+    QueryResult known = query_or_no_rows(connection, "select num from resp_freq " + this_sender);
     if (known.fetch()) {
         const std::string num = known.text(0, "0");
         if (number(num) >= number(ans_freq)) {

@@ -15,8 +15,8 @@ Mail_content mail() {
     return mail;
 }
 
-Responder_row responder(std::string key_where, std::string keystr, std::string resp_on = "true") {
-    Responder_row row;
+ResponderRow responder(std::string key_where, std::string keystr, std::string resp_on = "true") {
+    ResponderRow row;
     row.key_where = std::move(key_where);
     row.keystr = std::move(keystr);
     row.resp_on = std::move(resp_on);

@@ -23,14 +23,14 @@ std::string contents() {
 }
 
 TEST(ResponseFile, IsReadableForItsOwnerOnly) {
-    const Response_file file;
+    const ResponseFile file;
     struct stat status {};
     ASSERT_EQ(stat(resp_uu_file_name, &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
 }
 
 TEST(ResponseFile, IsRemovedWithItsOwner) {
-    std::optional<Response_file> file(std::in_place);
+    std::optional<ResponseFile> file(std::in_place);
     const std::string name = resp_uu_file_name;
     struct stat status {};
     EXPECT_EQ(stat(name.c_str(), &status), 0);
@@ -41,24 +41,24 @@ TEST(ResponseFile, IsRemovedWithItsOwner) {
 TEST(ResponseFile, EveryFileOfARunHasANewName) {
     std::string first;
     {
-        const Response_file file;
+        const ResponseFile file;
         first = resp_uu_file_name;
     }
-    const Response_file file;
+    const ResponseFile file;
     EXPECT_NE(resp_uu_file_name, first);
     EXPECT_EQ(first.substr(0, 21), "/tmp/tva-response-uu-");
     EXPECT_EQ(std::string(resp_uu_file_name).substr(0, 21), "/tmp/tva-response-uu-");
 }
 
 TEST(ResponseFile, WritingAgainReplacesWhatWasThere) {
-    const Response_file file;
+    const ResponseFile file;
     file.write([](std::ostream& out) { out << "a long first text\n"; });
     file.write([](std::ostream& out) { out << "short\n"; });
     EXPECT_EQ(contents(), "short\n");
 }
 
 TEST(ResponseFile, TextThatCannotBeWrittenWholeIsAnError) {
-    const Response_file file;
+    const ResponseFile file;
     testing::internal::CaptureStderr();
     EXPECT_THROW(file.write([](std::ostream& out) { out.setstate(std::ios_base::badbit); }),
                  std::runtime_error);

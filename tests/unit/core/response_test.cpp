@@ -32,22 +32,22 @@ const Mail_content& mail() {
     return mail;
 }
 
-Responder_row responder() {
-    Responder_row row;
+ResponderRow responder() {
+    ResponderRow row;
     row.text = "Thank you.";
     row.charset = "UTF-8";
     row.content_type = "text/plain";
     return row;
 }
 
-std::string written(const Responder_row& row, const Response_attachments& attachments = {}) {
+std::string written(const ResponderRow& row, const ResponseAttachments& attachments = {}) {
     std::ostringstream out;
     write_response(out, mail(), row, attachments);
     return out.str();
 }
 
 std::string subject(const std::string& own_subject) {
-    Responder_row row = responder();
+    ResponderRow row = responder();
     row.subject = own_subject;
     return response_subject(mail(), row);
 }
@@ -92,14 +92,14 @@ TEST(Response, SinglePartIsWrittenHeaderByHeader) {
 }
 
 TEST(Response, ReplyToComesFirstWhenThereIsOne) {
-    Responder_row row = responder();
+    ResponderRow row = responder();
     row.reply_to = "desk@client.example";
     EXPECT_THAT(written(row), testing::StartsWith("Reply-To: desk@client.example\n"
                                                   "From: info@client.example\n"));
 }
 
 TEST(Response, TextIsConvertedToTheRespondersCharset) {
-    Responder_row row = responder();
+    ResponderRow row = responder();
     row.text =
         "Gr\xC3\xBC\xC3\x9F"
         "e";
@@ -110,7 +110,7 @@ TEST(Response, TextIsConvertedToTheRespondersCharset) {
 }
 
 TEST(Response, TextThatCannotBeConvertedGoesOutInUtf8) {
-    Responder_row row = responder();
+    ResponderRow row = responder();
     row.charset = "no-such-charset";
     EXPECT_THAT(written(row), testing::HasSubstr("charset=\"UTF-8\"\n"));
     EXPECT_THAT(written(row), testing::EndsWith("\n\nThank you.\n\n\n"));
@@ -140,7 +140,7 @@ TEST(ResponseSubject, PlaceholdersKeepTheValuesOfTheFirstMessageOfTheProcess) {
         };
         static const Mail_content first = made("first@a.example", "One");
         const Mail_content second = made("second@b.example", "Two");
-        Responder_row row = responder();
+        ResponderRow row = responder();
         row.subject =
             "<request_from> <request_subject> <orig_emails_sender_mailname> <orig_emails_subj> "
             "<incoming_message_subject>";
@@ -169,7 +169,7 @@ TEST(ResponseSubject, IsCutAt999BytesInTheMiddleOfAValueIfNeedBe) {
 }
 
 TEST(Response, PlaceholdersInTheTextStay) {
-    Responder_row row = responder();
+    ResponderRow row = responder();
     row.text = "<request_subject>";
     EXPECT_THAT(written(row), testing::EndsWith("\n\n<request_subject>\n\n\n"));
 }
