@@ -56,8 +56,8 @@ QueryResult query_or_no_rows(MYSQL* connection, const std::string& statement) {
     return QueryResult(rows);
 }
 
-Connection connect_to_database() {
-    Connection connection(db_connect());
+tolva::db::ConnectionHandle connect_to_database() {
+    tolva::db::ConnectionHandle connection(db_connect());
     if (!connection) {
         end_run("autoresponder: Unable to connect to the mysql database ");
     }

@@ -1,20 +1,15 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "support/db.h"
+#include "support/db_handle.h"
 
 /// What the core uses of the database: an owned connection, and queries whose rows are read as
 /// text.
-
-struct ConnectionCloser {
-    void operator()(MYSQL* connection) const { mysql_close(connection); }
-};
-using Connection = std::unique_ptr<MYSQL, ConnectionCloser>;
 
 /// The rows of one query, held in memory on the client's side, so that further queries may run on
 /// the same connection while they are read.
@@ -34,10 +29,7 @@ class QueryResult {
     [[nodiscard]] std::string text(unsigned int index, std::string_view when_null) const;
 
   private:
-    struct ResultFreer {
-        void operator()(MYSQL_RES* result) const { mysql_free_result(result); }
-    };
-    std::unique_ptr<MYSQL_RES, ResultFreer> result_;
+    tolva::db::ResultHandle result_;
     MYSQL_ROW row_ = nullptr;
     const unsigned long* lengths_ = nullptr;
 };
@@ -54,7 +46,7 @@ QueryResult query_or_no_rows(MYSQL* connection, const std::string& statement);
 std::optional<QueryResult> try_query(MYSQL* connection, const std::string& statement);
 
 /// Opens the connection to the panel's database, or ends the run.
-Connection connect_to_database();
+tolva::db::ConnectionHandle connect_to_database();
 
 /// `text` escaped for an SQL string literal of this connection's session.
 std::string escape_for_sql(MYSQL* connection, const std::string& text);

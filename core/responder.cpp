@@ -59,7 +59,7 @@ void answer(MYSQL* connection, const Mail_content& mail, const EscapedRecipient&
 
 int db_mail_act(Mail_content* mail) {
     const EscapedRecipient recipient = escape_recipient(*mail);
-    const Connection connection = connect_to_database();
+    const tolva::db::ConnectionHandle connection = connect_to_database();
     const Mailbox mailbox = resolve_mailbox(connection.get(), recipient, *mail);
     const std::string directory = attachment_directory(mailbox);
 

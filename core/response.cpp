@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <iostream>
-#include <memory>
 #include <new>
 #include <optional>
 
@@ -18,16 +17,12 @@
 #include "encoding/iconv_recode.h"
 #include "encoding/idn.h"
 #include "encoding/rfc1522.h"
+#include "support/c_pointer.h"
 #include "support/descriptor.h"
 #include "support/log.h"
 #include "support/template.h"
 
 namespace {
-
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
 
 /// The text of the reply in the responder's charset, or as it is in UTF-8.
 struct ResponseText {
@@ -103,7 +98,7 @@ void write_text(std::ostream& out, const ResponderRow& responder) {
 
 /// Opens a file to attach. Only what has an end can be attached, and opening must not wait for
 /// anybody: directories, pipes and devices are refused. Null, with the reason in errno, on failure.
-File open_attachment(const std::string& path) {
+tolva::FilePointer open_attachment(const std::string& path) {
     tolva::Descriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {};
     if (!fd || fstat(fd.get(), &status) != 0) {
@@ -113,7 +108,7 @@ File open_attachment(const std::string& path) {
         errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
         return nullptr;
     }
-    File file(fdopen(fd.get(), "r"));
+    tolva::FilePointer file(fdopen(fd.get(), "r"));
     if (file) {
         // Now the stream's.
         [[maybe_unused]] const int owned_by_file = fd.release();
@@ -128,7 +123,7 @@ void report_unreadable(const std::string& path) {
 
 /// Lines of 60 characters, 45 bytes of the file each (RFC 2045, 6.8 allows 76).
 void write_base64(std::ostream& out, const std::string& path) {
-    const File file = open_attachment(path);
+    const tolva::FilePointer file = open_attachment(path);
     if (!file) {
         report_unreadable(path);
         return;
