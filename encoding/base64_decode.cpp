@@ -24,41 +24,9 @@ unsigned symbol_value(char symbol) {
     return symbol == '/' ? 63 : kNoSymbol;
 }
 
-// Standard error is unbuffered: what is wrong with a run of symbols is written in blocks, not by a
-// system call for each symbol.
-class Complaints {
-  public:
-    Complaints() = default;
-    ~Complaints() { write(); }
-    Complaints(const Complaints&) = delete;
-    Complaints& operator=(const Complaints&) = delete;
-
-    void bad_symbol(char symbol) {
-        lines_ += "Bad base64 symbol: ";
-        lines_ += symbol;
-        lines_ += '\n';
-        if (lines_.size() >= kBlock) {
-            write();
-        }
-    }
-
-  private:
-    static constexpr std::size_t kBlock = 65536;
-
-    void write() {
-        if (!lines_.empty()) {
-            std::cerr << lines_;
-            lines_.clear();
-        }
-    }
-
-    std::string lines_;
-};
-
 }  // namespace
 
 unsigned base64Take(const std::string& text, std::size_t* pos) {
-    Complaints complaints;
     while (*pos < text.size()) {
         const char symbol = text[*pos];
         if (symbol == '=') {
@@ -70,7 +38,7 @@ unsigned base64Take(const std::string& text, std::size_t* pos) {
             return value;
         }
         if (symbol != ' ' && symbol != '\t' && symbol != '\n' && symbol != '\r') {
-            complaints.bad_symbol(symbol);
+            std::cerr << std::string("Bad base64 symbol: ") + symbol + "\n";
         }
     }
     return 0;
