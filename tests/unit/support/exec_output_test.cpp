@@ -4,7 +4,6 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -544,11 +543,7 @@ TEST(ForkExecvGetouterr, AFailedPollIsReportedAndTheChildWaitedFor) {
 
 TEST(ForkExecvGetouterr, SignalsDoNotEndTheCollecting) {
     const ChildRun run = status_in_child([] {
-        struct sigaction action {};
-        action.sa_handler = [](int) {};
-        sigaction(SIGALRM, &action, nullptr);  // without SA_RESTART
-        const itimerval often = {{0, 20000}, {0, 20000}};
-        setitimer(ITIMER_REAL, &often, nullptr);
+        testing_support::interrupt_every_20_milliseconds();
         GivenText out;
         const int status =
             fork_execl_getout(out.target(), kShell, "sh", "-c", "sleep 0.2; echo late", nullptr);

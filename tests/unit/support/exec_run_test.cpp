@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -51,14 +50,6 @@ std::string without_pid(std::string message, const std::string& mark) {
     return message.replace(begin, message.find_first_not_of("0123456789", begin) - begin, "PID");
 }
 
-void ignore_alarms_every_20_milliseconds() {
-    struct sigaction action {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, nullptr);  // without SA_RESTART
-    const itimerval often = {{0, 20000}, {0, 20000}};
-    setitimer(ITIMER_REAL, &often, nullptr);
-}
-
 TEST(DoExec, RunsTheProgramWithTheCallersStreamsAndGivesItsStatus) {
     const ChildRun run = status_in_child([] {
         const ShellCommand command("echo out; echo err >&2; exit 7");
@@ -90,7 +81,7 @@ TEST(DoExec, WaitsForItsOwnChildOnly) {
 
 TEST(DoExec, WaitsThroughSignals) {
     const ChildRun run = status_in_child([] {
-        ignore_alarms_every_20_milliseconds();
+        testing_support::interrupt_every_20_milliseconds();
         const ShellCommand command("sleep 0.2; exit 5");
         return exited_with(do_exec(kShell, command.argv()), 5) ? 0 : 1;
     });
@@ -276,7 +267,7 @@ TEST(ForkExecvFd, ASignalThatEndsTheProgramIsReported) {
 
 TEST(ForkExecvFd, AStoppedProgramIsReportedAndWaitedForFurther) {
     const ChildRun run = status_in_child([] {
-        ignore_alarms_every_20_milliseconds();
+        testing_support::interrupt_every_20_milliseconds();
         const ShellCommand command("(sleep 0.3; kill -CONT $$) & kill -STOP $$; wait; exit 3");
         return exited_with(fork_execv_fd(-1, -1, kShell, command.argv()), 3) ? 0 : 1;
     });

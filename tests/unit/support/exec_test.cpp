@@ -22,11 +22,13 @@
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"
 #include "tests/unit/support/process_state.h"
+#include "tests/unit/support/test_pipe.h"
 
 namespace {
 
 using testing_support::fail_system_call;
 using testing_support::open_descriptors;
+using testing_support::TestPipe;
 
 constexpr char kShell[] = "/bin/sh";
 
@@ -45,40 +47,6 @@ int exit_code_of(pid_t pid) {
 int run_shell(int in, int out, int err, const char* command) {
     return exit_code_of(fork_execl_pipes(in, out, err, kShell, "sh", "-c", command, nullptr));
 }
-
-// A pipe that belongs to one test.
-class TestPipe {
-  public:
-    TestPipe() { EXPECT_EQ(pipe2(ends_.data(), O_CLOEXEC), 0); }
-    ~TestPipe() {
-        close(ends_[0]);
-        close(ends_[1]);
-    }
-    TestPipe(const TestPipe&) = delete;
-    TestPipe& operator=(const TestPipe&) = delete;
-
-    int read_end() const { return ends_[0]; }
-    int write_end() const { return ends_[1]; }
-
-    void close_write_end() {
-        close(ends_[1]);
-        ends_[1] = -1;
-    }
-
-    // What has been written, once no child holds the pipe.
-    std::string text() {
-        close_write_end();
-        std::string text;
-        char piece = 0;
-        while (read(ends_[0], &piece, 1) == 1) {
-            text += piece;
-        }
-        return text;
-    }
-
-  private:
-    std::array<int, 2> ends_{};
-};
 
 TEST(ForkExeclPipes, GivesTheChildTheCallersDescriptors) {
     TestPipe in;

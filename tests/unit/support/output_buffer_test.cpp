@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <array>
@@ -17,6 +16,7 @@
 #include "support/c_pointer.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
+#include "tests/unit/support/process_state.h"
 
 namespace {
 
@@ -132,9 +132,6 @@ TEST(OutputBuffer, DrainingReadsToTheEnd) {
 
 TEST(OutputBuffer, SignalsDoNotEndReading) {
     const ChildRun run = status_in_child([] {
-        struct sigaction action {};
-        action.sa_handler = [](int) {};
-        sigaction(SIGALRM, &action, nullptr);  // without SA_RESTART
         std::array<int, 2> ends{};
         if (pipe(ends.data()) != 0) {
             return 2;
@@ -145,8 +142,7 @@ TEST(OutputBuffer, SignalsDoNotEndReading) {
             _exit(write(ends[1], "late", 4) == 4 ? 0 : 1);
         }
         close(ends[1]);
-        const itimerval often = {{0, 20000}, {0, 20000}};
-        setitimer(ITIMER_REAL, &often, nullptr);
+        testing_support::interrupt_every_20_milliseconds();
         OutputBuffer buffer;
         return buffer.read_from(ends[0]) == Outcome::ended && view(buffer) == "late" ? 0 : 1;
     });

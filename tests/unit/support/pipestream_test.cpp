@@ -18,11 +18,13 @@
 #include "support/exec.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/process_state.h"
+#include "tests/unit/support/test_pipe.h"
 
 namespace {
 
 using testing_support::exited_with;
 using testing_support::open_descriptors;
+using testing_support::TestPipe;
 
 using PopenStream = basic_handlestream<PipeCloseStrategy, OutputStreamStrategy>;
 
@@ -31,102 +33,80 @@ static_assert(std::is_base_of_v<OutputStreamStrategy, ofd_pipestream>);
 static_assert(!std::is_convertible_v<ofd_pipestream*, OutputStreamStrategy*>);
 static_assert(sizeof(ofd_pipestream) == sizeof(PopenStream));
 
-struct PipeEnds {
-    PipeEnds() {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-        read_end = ends[0];
-        write_end = ends[1];
-    }
-    int read_end = -1;
-    int write_end = -1;
-};
-
 std::string content_of(int file) {
     std::array<char, 100> content{};
     const ssize_t size = pread(file, content.data(), content.size(), 0);
     return {content.data(), static_cast<size_t>(size)};
 }
 
-// What the pipe holds until its last write end is closed; closes the read end.
-std::string read_all(int read_end) {
-    std::string text;
-    std::array<char, 4096> piece{};
-    ssize_t count = 0;
-    while ((count = read(read_end, piece.data(), piece.size())) > 0) {
-        text.append(piece.data(), static_cast<size_t>(count));
-    }
-    close(read_end);
-    return text;
-}
-
 TEST(OfdPipestream, WritesWhatIsInserted) {
-    const PipeEnds ends;
+    TestPipe ends;
     {
-        ofd_pipestream stream(ends.write_end);
+        ofd_pipestream stream(ends.release_write_end());
         EXPECT_TRUE(stream.good());
         stream << "From: " << 12 << '\n' << std::string("a\0b", 3);
     }
-    EXPECT_EQ(read_all(ends.read_end), std::string("From: 12\na\0b", 12));
+    EXPECT_EQ(ends.text(), std::string("From: 12\na\0b", 12));
 }
 
 TEST(OfdPipestream, ItsDestructionGivesTheReaderEndOfFile) {
-    const PipeEnds ends;
+    TestPipe ends;
     const long before = open_descriptors();
-    { const ofd_pipestream stream(ends.write_end); }
+    { const ofd_pipestream stream(ends.release_write_end()); }
     EXPECT_EQ(open_descriptors(), before - 1);
-    EXPECT_EQ(read_all(ends.read_end), "");
+    EXPECT_EQ(ends.text(), "");
 }
 
 TEST(OfdPipestream, WritesABufferOf8192BytesAtATime) {
-    const PipeEnds ends;
+    TestPipe ends;
     int held = 0;
     {
-        ofd_pipestream stream(ends.write_end);
+        ofd_pipestream stream(ends.release_write_end());
         for (int i = 0; i < 8191; ++i) {
             stream.put('x');
         }
-        EXPECT_EQ(ioctl(ends.read_end, FIONREAD, &held), 0);
+        EXPECT_EQ(ioctl(ends.read_end(), FIONREAD, &held), 0);
         EXPECT_EQ(held, 0);
         stream << "yz";
-        EXPECT_EQ(ioctl(ends.read_end, FIONREAD, &held), 0);
+        EXPECT_EQ(ioctl(ends.read_end(), FIONREAD, &held), 0);
         EXPECT_GE(held, 8191);
     }
-    EXPECT_EQ(read_all(ends.read_end), std::string(8191, 'x') + "yz");
+    EXPECT_EQ(ends.text(), std::string(8191, 'x') + "yz");
 }
 
 TEST(OfdPipestream, LosesNothingOfOutputLargerThanItsBuffer) {
-    const PipeEnds ends;
+    TestPipe ends;
+    const int write_end = ends.release_write_end();
     std::string written;
     for (int i = 0; i < 50000; ++i) {
         written += std::to_string(i) + "\n";
     }
-    std::thread writer([&] {
-        ofd_pipestream stream(ends.write_end);
+    std::thread writer([write_end] {
+        ofd_pipestream stream(write_end);
         for (int i = 0; i < 50000; ++i) {
             stream << i << '\n';
         }
     });
-    const std::string text = read_all(ends.read_end);
+    const std::string text = ends.text();
     writer.join();
     EXPECT_EQ(text, written);
 }
 
 TEST(OfdPipestream, FeedsAProgramThatIsWaitedFor) {
-    const PipeEnds in;
-    const PipeEnds out;
+    TestPipe in;
+    TestPipe out;
     const pid_t pid =
-        fork_execl_pipes(in.read_end, out.write_end, 2, "/usr/bin/wc", "wc", "-c", nullptr);
-    close(in.read_end);
-    close(out.write_end);
+        fork_execl_pipes(in.read_end(), out.write_end(), 2, "/usr/bin/wc", "wc", "-c", nullptr);
+    in.close_read_end();
+    out.close_write_end();
     {
-        ofd_pipestream stream(in.write_end);
+        ofd_pipestream stream(in.release_write_end());
         stream << std::string(100000, 'x');
     }
     int status = -1;
     EXPECT_EQ(waitpid(pid, &status, WUNTRACED), pid);
     EXPECT_TRUE(exited_with(status, 0));
-    EXPECT_EQ(read_all(out.read_end), "100000\n");
+    EXPECT_EQ(out.text(), "100000\n");
 }
 
 TEST(OfdPipestream, OverABareDescriptorDoesNotWaitForAProcess) {
@@ -134,9 +114,9 @@ TEST(OfdPipestream, OverABareDescriptorDoesNotWaitForAProcess) {
     if (pid == 0) {
         _exit(3);
     }
-    const PipeEnds ends;
-    { const ofd_pipestream stream(ends.write_end); }
-    close(ends.read_end);
+    TestPipe ends;
+    { const ofd_pipestream stream(ends.release_write_end()); }
+    ends.close_read_end();
     int status = -1;
     EXPECT_EQ(waitpid(pid, &status, 0), pid);
     EXPECT_TRUE(exited_with(status, 3));
@@ -150,22 +130,22 @@ TEST(OfdPipestream, CannotBeUsedOverADescriptorThatIsNotOpen) {
 }
 
 TEST(OfdPipestream, ClosesADescriptorThatItCannotUse) {
-    const PipeEnds ends;
+    TestPipe ends;
     const long before = open_descriptors();
     {
-        const ofd_pipestream stream(ends.read_end);
+        const ofd_pipestream stream(ends.release_read_end());
         EXPECT_TRUE(stream.bad());
     }
     EXPECT_EQ(open_descriptors(), before - 1);
-    close(ends.write_end);
+    ends.close_write_end();
 }
 
 TEST(OfdPipestream, AReaderThatHasGoneShowsInTheStreamWhereSigpipeIsIgnored) {
     const ChildRun run = status_in_child([] {
         signal(SIGPIPE, SIG_IGN);
-        const PipeEnds ends;
-        close(ends.read_end);
-        ofd_pipestream stream(ends.write_end);
+        TestPipe ends;
+        ends.close_read_end();
+        ofd_pipestream stream(ends.release_write_end());
         stream << "text" << std::flush;
         return stream.bad() ? 0 : 1;
     });
@@ -175,11 +155,11 @@ TEST(OfdPipestream, AReaderThatHasGoneShowsInTheStreamWhereSigpipeIsIgnored) {
 TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
     const ChildRun run = status_in_child([] {
         signal(SIGPIPE, SIG_IGN);
-        const PipeEnds ends;
-        close(ends.read_end);
+        TestPipe ends;
+        ends.close_read_end();
         const long before = open_descriptors();
         {
-            ofd_pipestream stream(ends.write_end);
+            ofd_pipestream stream(ends.release_write_end());
             stream << "text";
         }
         return open_descriptors() == before - 1 ? 0 : 1;
@@ -242,10 +222,13 @@ struct RecordingClose {
 };
 
 TEST(Handlestream, ClosesAHandleByItsStrategyAndADescriptorWithoutIt) {
-    const PipeEnds ends;
-    { const basic_handlestream<RecordingClose, OutputStreamStrategy> stream(ends.write_end); }
+    TestPipe ends;
+    {
+        const basic_handlestream<RecordingClose, OutputStreamStrategy> stream(
+            ends.release_write_end());
+    }
     EXPECT_EQ(RecordingClose::closed, 0);
-    EXPECT_EQ(read_all(ends.read_end), "");
+    EXPECT_EQ(ends.text(), "");
 
     std::FILE* file = std::tmpfile();
     const int kept = dup(fileno(file));

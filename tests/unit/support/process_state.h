@@ -1,7 +1,9 @@
 #pragma once
 
 #include <dirent.h>
+#include <signal.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 
 #include <cerrno>
@@ -39,6 +41,16 @@ class NoMoreDescriptors {
   private:
     rlimit before_{};
 };
+
+/// From now on a signal with a handler that does nothing and without SA_RESTART interrupts the
+/// process again and again.
+inline void interrupt_every_20_milliseconds() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval often = {{0, 20000}, {0, 20000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+}
 
 inline bool has_children() {
     const pid_t found = waitpid(-1, nullptr, WNOHANG);
