@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -14,6 +15,7 @@
 namespace {
 
 constexpr char kPasswordFile[] = "/etc/tva/.tva.shadow";
+constexpr char kElsewhere[] = "/etc/tva/elsewhere";
 
 using testing_support::LibraryFault;
 
@@ -181,6 +183,14 @@ PasswordFile::PasswordFile(const std::string& content) : before_(content_of_pass
 
 PasswordFile::~PasswordFile() {
     write_password_file(before_);
+}
+
+MissingPasswordFile::MissingPasswordFile() {
+    std::filesystem::rename(kPasswordFile, kElsewhere);
+}
+
+MissingPasswordFile::~MissingPasswordFile() {
+    std::filesystem::rename(kElsewhere, kPasswordFile);
 }
 
 AdminPassword::AdminPassword(const std::string& password) {

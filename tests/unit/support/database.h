@@ -35,6 +35,15 @@ class PasswordFile {
     std::string before_;
 };
 
+/// While it lives, the file with the administrator's password is not there.
+class MissingPasswordFile {
+  public:
+    MissingPasswordFile();
+    MissingPasswordFile(const MissingPasswordFile&) = delete;
+    MissingPasswordFile& operator=(const MissingPasswordFile&) = delete;
+    ~MissingPasswordFile();
+};
+
 /// Gives the administrator another password, and at the end the one of the password file again.
 class AdminPassword {
   public:

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -22,6 +21,7 @@ namespace {
 using testing_support::execute_as_root;
 using testing_support::FaultyLibrary;
 using testing_support::LibraryFault;
+using testing_support::MissingPasswordFile;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query_as_root;
@@ -368,12 +368,11 @@ TEST_F(DelParam, AFailedStatementIsReported) {
 
 // A pending error of the system shows it.
 TEST_F(PutParam, TheTextWithoutAConnectionHasNoLineFeedOfItsOwn) {
-    std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
+    const MissingPasswordFile missing;
     const ChildRun put =
         status_beside_world([] { return put_param("name", "value", nullptr) == -1 ? 0 : 1; });
     const ChildRun deleted =
         status_beside_world([] { return del_param("name", nullptr) == -1 ? 0 : 1; });
-    std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
     const std::string error = "\nSystem error 2: No such file or directory\n";
     const std::string reason =
         "Unable to open admin password file: No such file or directory" + error;

@@ -24,6 +24,7 @@ namespace {
 using testing_support::AdminPassword;
 using testing_support::FaultyLibrary;
 using testing_support::LibraryFault;
+using testing_support::MissingPasswordFile;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query;
@@ -76,9 +77,8 @@ TEST_F(DbConnect, ConnectsAsAdminToThePanelsDatabase) {
 
 TEST_F(DbConnect, ReportsAMissingPasswordFile) {
     const long before = open_descriptors();
-    std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
+    const MissingPasswordFile missing;
     const Attempt failed = try_connect();
-    std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, "Unable to open admin password file: No such file or directory");
     EXPECT_EQ(failed.error, ENOENT);
@@ -87,11 +87,10 @@ TEST_F(DbConnect, ReportsAMissingPasswordFile) {
 
 TEST_F(DbConnect, ReportsAPasswordFileThatCannotBeRead) {
     const long before = open_descriptors();
-    std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
+    const MissingPasswordFile missing;
     std::filesystem::create_directory("/etc/tva/.tva.shadow");
     const Attempt failed = try_connect();
     std::filesystem::remove("/etc/tva/.tva.shadow");
-    std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, "Unable to read admin password file: Is a directory");
     EXPECT_EQ(failed.error, EISDIR);
@@ -371,10 +370,9 @@ TEST_F(DbConnect, LogsTheReasonOfAFailure) {
 }
 
 TEST_F(DbConnect, LogsAFailureOfTheSystemWithItsNumber) {
-    std::filesystem::rename("/etc/tva/.tva.shadow", "/etc/tva/elsewhere");
+    const MissingPasswordFile missing;
     const ChildRun run =
         status_beside_world([] { return db_connect() == nullptr && errno == ENOENT ? 0 : 1; });
-    std::filesystem::rename("/etc/tva/elsewhere", "/etc/tva/.tva.shadow");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err,
               "Unable to open admin password file: No such file or directory\n"
