@@ -30,10 +30,9 @@ int databytes_limit() {
     return std::atoi(limit.c_str());
 }
 
-bool exceeds_size_limit(const char* file_name) {
-    const int limit = databytes_limit();
+bool is_too_large(const char* file_name) {
     struct stat status {};
-    return limit > 0 && stat(file_name, &status) == 0 && status.st_size > off_t{limit};
+    return stat(file_name, &status) == 0 && exceeds_size_limit(status.st_size, databytes_limit());
 }
 
 void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to) {
@@ -61,9 +60,13 @@ void write_size_notice(std::ostream& out, const Mail_content& mail, const std::s
 
 }  // namespace
 
+bool exceeds_size_limit(off_t size, int limit) {
+    return limit > 0 && size > off_t{limit};
+}
+
 void hold_to_size_limit(const ResponseFile& file, const Mail_content& mail,
                         const std::string& reply_to) {
-    if (exceeds_size_limit(resp_uu_file_name)) {
+    if (is_too_large(resp_uu_file_name)) {
         file.write([&](std::ostream& out) { write_size_notice(out, mail, reply_to); });
     }
 }
@@ -78,7 +81,7 @@ void submit_response(const Mail_content& mail) {
     const std::string own_address = tolva::idn::toAscii(mail.to);
     if (const char* objection = recipient_objection(mail.from)) {
         errno = 0;
-        throw std::runtime_error("No reply to '" + mail.from + "': " + objection);
+        throw std::runtime_error("No reply to '" + on_one_line(mail.from) + "': " + objection);
     }
     const pid_t pid =
         fork_execl_pipes(response.get(), fileno(stdout), fileno(stderr), kMailProgram, kMailProgram,

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 class ResponseFile;
 struct Mail_content;
+
+/// Whether a mail of `size` bytes is larger than `limit`; a limit of 0 or less is none.
+bool exceeds_size_limit(off_t size, int limit);
 
 /// Puts a short notice in the place of the reply if the reply is larger than qmail's size limit for
 /// messages (qmail-smtpd(8), control file databytes). `reply_to` is the responder's Reply-To

@@ -26,8 +26,8 @@ std::vector<std::string> forward_addresses(MYSQL* connection, const std::string&
             continue;
         }
         if (const char* objection = recipient_objection(*address)) {
-            std::cerr << "autoresponder: Not forwarded to '" << *address << "': " << objection
-                      << std::endl;
+            std::cerr << "autoresponder: Not forwarded to '" << on_one_line(*address)
+                      << "': " << objection << std::endl;
             continue;
         }
         addresses.emplace_back(*address);

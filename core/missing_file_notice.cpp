@@ -140,8 +140,8 @@ void send_missing_file_notice(MYSQL* connection, const Mail_content& mail,
         return;
     }
     if (const char* objection = recipient_objection(client->email)) {
-        std::cerr << "autoresponder: No notice about missing attachment files to '" << client->email
-                  << "': " << objection << std::endl;
+        std::cerr << "autoresponder: No notice about missing attachment files to '"
+                  << on_one_line(client->email) << "': " << objection << std::endl;
         return;
     }
     submit_notice({notice_sender(connection), *client, reply_to, missing}, mail);

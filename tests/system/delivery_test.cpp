@@ -284,44 +284,17 @@ TEST_F(Delivery, ASenderThatLooksLikeAnOptionGetsNoReply) {
 }
 
 TEST_F(Delivery, ASenderWithAControlCharacterGetsNoReply) {
-    for (const std::string_view address :
-         {"sender@[10.0.0.1\n\tx]", "sender@[10.0.0.1\rBcc: x]", "sender@[10.0.0.1\x7f]"}) {
+    const std::pair<const char*, const char*> senders[] = {
+        {"sender@[10.0.0.1\n\tx]", "sender@[10.0.0.1??x]"},
+        {"sender@[10.0.0.1\rBcc: x]", "sender@[10.0.0.1?Bcc: x]"},
+        {"sender@[10.0.0.1\x7f]", "sender@[10.0.0.1?]"}};
+    for (const auto& [address, shown] : senders) {
         SCOPED_TRACE(address);
         const Outcome outcome = answer("From: " + std::string(address) + "\n\nHello\n");
         EXPECT_THAT(outcome.mails, IsEmpty());
-        EXPECT_EQ(outcome.err, "autoresponder: Send error: No reply to '" + std::string(address) +
+        EXPECT_EQ(outcome.err, "autoresponder: Send error: No reply to '" + std::string(shown) +
                                    "': the address holds a control character\n");
         EXPECT_EQ(outcome.out, outcome.err);
-    }
-}
-
-TEST_F(Delivery, AReplyOfFourGibibytesExceedsTheLargestLimit) {
-    constexpr std::uintmax_t kSize = (std::uintmax_t{1} << 32U) + 1;
-    write_attachment("sparse", "");
-    std::filesystem::resize_file(attachment_path("sparse"), 64U << 20U);
-    add_attachment(1, "sparse");
-    sql("update mail_resp set ans_freq='100'");
-    set_databytes("2147483647");
-    // Should the reply be sent after all, its beginning is enough.
-    replace_mail_program("head -c 65536 | \"$CAPTURE\" \"$@\"\n");
-    // The file of the reply is made that long, at no cost, while the reply is still being written.
-    for (bool enlarged = false; !enlarged;) {
-        const std::vector<std::string> before = temporary_files();
-        const auto program = start({.message = plain_message()});
-        std::filesystem::path reply;
-        ASSERT_TRUE(soon([&] {
-            reply = reply_file();
-            return !reply.empty() && std::filesystem::file_size(reply) > 0;
-        }));
-        program->signal(SIGSTOP);
-        enlarged = std::filesystem::file_size(reply) < (64U << 20U);
-        std::filesystem::resize_file(reply, kSize);
-        program->signal(SIGCONT);
-        const Outcome outcome = settle(*program, before);
-        EXPECT_EQ(outcome.err, "");
-        ASSERT_THAT(outcome.mails, SizeIs(1));
-        EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());
-        EXPECT_EQ(outcome.mails[0].message, size_notice());
     }
 }
 

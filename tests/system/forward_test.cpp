@@ -153,10 +153,10 @@ TEST_F(Forward, AnAddressWithAControlCharacterGetsNothingAndTheOthersDo) {
                 ElementsAre("/usr/sbin/sendmail", "-f", "user@example.com", "copy@example.net"));
     EXPECT_EQ(outcome.mails[1].arguments, reply_arguments());
     EXPECT_EQ(outcome.err,
-              "autoresponder: Not forwarded to 'a@example.net\nBcc: b@example.net': the address "
+              "autoresponder: Not forwarded to 'a@example.net?Bcc: b@example.net': the address "
               "holds a control character\n"
-              "autoresponder: Not forwarded to 'a" +
-                  std::string(1, '\0') + "@example.net': the address holds a control character\n");
+              "autoresponder: Not forwarded to 'a?@example.net': the address holds a control "
+              "character\n");
 }
 
 }  // namespace

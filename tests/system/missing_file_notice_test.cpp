@@ -286,7 +286,7 @@ TEST_F(MissingFileNotice, AnAddressThatLooksLikeAnOptionGetsNone) {
 TEST_F(MissingFileNotice, AnAddressWithAControlCharacterGetsNone) {
     sql("update clients set email='a@clients.example\nBcc: b@clients.example'");
     EXPECT_EQ(without_notice(),
-              "autoresponder: No notice about missing attachment files to 'a@clients.example\n"
+              "autoresponder: No notice about missing attachment files to 'a@clients.example?"
               "Bcc: b@clients.example': the address holds a control character\n");
 }
 
