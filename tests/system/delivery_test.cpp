@@ -29,16 +29,6 @@ class Delivery : public World {
         add_responder(1);
     }
 
-    // The file that a reply is being written to, if there is one.
-    static std::filesystem::path reply_file() {
-        for (const std::string& name : temporary_files()) {
-            if (name.starts_with("tva-response-uu-")) {
-                return "/tmp/" + name;
-            }
-        }
-        return {};
-    }
-
     // The reply to a plain message; nothing may be reported.
     std::string reply() {
         const Outcome outcome = answer(plain_message());
