@@ -5,6 +5,8 @@
 
 #include "support/db.h"
 
+class AttachmentRepository;
+
 /// The files that a responder attaches to its replies, as listed in table resp_attach.
 struct Attachments {
     /// Names of the files that exist, in the order of the rows.
@@ -13,8 +15,7 @@ struct Attachments {
     std::string missing;
 };
 
-/// Lists the files of the responder `rn_id` and looks them up in `directory`. Anything of that name
-/// counts as present; whether it can be read shows when it is attached. Ends the run if the query
-/// fails.
+/// Lists the files of the responder `rn_id` and looks them up in `repository`. Whether those
+/// present can be read shows when they are attached. Throws EndOfRun if the statement fails.
 Attachments find_attachments(MYSQL* connection, const std::string& rn_id,
-                             const std::string& directory);
+                             const AttachmentRepository& repository);

@@ -1,16 +1,14 @@
 #include "core/database.h"
 
-#include <iostream>
 #include <new>
-#include <utility>
 
 #include "core/run_end.h"
 #include "support/c_pointer.h"
 #include "support/db_params.h"
 
 bool QueryResult::fetch() {
-    row_ = result_ ? mysql_fetch_row(result_.get()) : nullptr;
-    lengths_ = row_ != nullptr ? mysql_fetch_lengths(result_.get()) : nullptr;
+    row_ = rows_ ? mysql_fetch_row(rows_.get()) : nullptr;
+    lengths_ = row_ != nullptr ? mysql_fetch_lengths(rows_.get()) : nullptr;
     return row_ != nullptr;
 }
 
@@ -25,41 +23,30 @@ std::string QueryResult::text(unsigned int index, std::string_view when_null) co
     return std::string(column(index).value_or(when_null));
 }
 
-std::optional<QueryResult> try_query(MYSQL* connection, const std::string& statement) {
+QueryResult send_statement(MYSQL* connection, const std::string& statement) {
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
-        return std::nullopt;
+        return {QueryResult::Outcome::kRefused, mysql_error(connection)};
     }
     MYSQL_RES* rows = mysql_store_result(connection);
     if (rows == nullptr && mysql_errno(connection) != 0) {
-        return std::nullopt;
+        return {QueryResult::Outcome::kUnreadable, mysql_error(connection)};
     }
     return QueryResult(rows);
 }
 
-QueryResult query(MYSQL* connection, const std::string& statement, std::string_view failure) {
-    std::optional<QueryResult> result = try_query(connection, statement);
-    if (!result) {
-        end_run(std::string(failure) + mysql_error(connection));
+QueryResult rows_or_end_run(MYSQL* connection, const std::string& statement,
+                            std::string_view failure) {
+    QueryResult result = send_statement(connection, statement);
+    if (!result.answered()) {
+        throw EndOfRun(std::string(failure) + result.reason());
     }
-    return std::move(*result);
+    return result;
 }
 
-QueryResult query_or_no_rows(MYSQL* connection, const std::string& statement) {
-    if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
-        end_run(std::string("autoresponder: Unable to exec query :") + mysql_error(connection));
-    }
-    MYSQL_RES* rows = mysql_store_result(connection);
-    if (rows == nullptr && mysql_errno(connection) != 0) {
-        std::cerr << "autoresponder: Unable to read the rows of a query: "
-                  << mysql_error(connection) << std::endl;
-    }
-    return QueryResult(rows);
-}
-
-tolva::db::ConnectionHandle connect_to_database() {
+tolva::db::ConnectionHandle connect_or_end_run() {
     tolva::db::ConnectionHandle connection(db_connect());
     if (!connection) {
-        end_run("autoresponder: Unable to connect to the mysql database ");
+        throw EndOfRun("autoresponder: Unable to connect to the mysql database ");
     }
     return connection;
 }

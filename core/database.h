@@ -8,15 +8,30 @@
 #include "support/db.h"
 #include "support/db_handle.h"
 
-/// What the core uses of the database: an owned connection, and queries whose rows are read as
+/// What the core uses of the database: an owned connection, and statements whose rows are read as
 /// text.
 
-/// The rows of one query, held in memory on the client's side, so that further queries may run on
-/// the same connection while they are read.
+/// What became of a statement, and its rows. The rows are held in memory on the client's side, so
+/// that further statements may be sent on the same connection while they are read.
 class QueryResult {
   public:
-    /// Takes over `result`; null stands for a result without rows.
-    explicit QueryResult(MYSQL_RES* result) : result_(result) {}
+    enum class Outcome {
+        kAnswered,    ///< carried out; a statement that yields no rows counts as one without any
+        kRefused,     ///< refused by the server, or the server could not be reached
+        kUnreadable,  ///< carried out, but its rows could not be read
+    };
+
+    /// An answered statement; takes over `rows`, null stands for a result without rows.
+    explicit QueryResult(MYSQL_RES* rows) : rows_(rows) {}
+
+    /// A statement that failed; `reason` is the client library's text.
+    QueryResult(Outcome outcome, std::string_view reason) : outcome_(outcome), reason_(reason) {}
+
+    [[nodiscard]] Outcome outcome() const { return outcome_; }
+    [[nodiscard]] bool answered() const { return outcome_ == Outcome::kAnswered; }
+
+    /// Why it failed; empty when it was answered.
+    [[nodiscard]] const std::string& reason() const { return reason_; }
 
     /// Goes to the next row; false when there is none.
     bool fetch();
@@ -29,24 +44,27 @@ class QueryResult {
     [[nodiscard]] std::string text(unsigned int index, std::string_view when_null) const;
 
   private:
-    tolva::db::ResultHandle result_;
+    Outcome outcome_ = Outcome::kAnswered;
+    std::string reason_;
+    tolva::db::ResultHandle rows_;
     MYSQL_ROW row_ = nullptr;
     const unsigned long* lengths_ = nullptr;
 };
 
-/// Runs `statement` and reads its rows. If the server refuses it or its rows cannot be read, ends
-/// the run with `failure` followed by the reason.
-QueryResult query(MYSQL* connection, const std::string& statement,
-                  std::string_view failure = "autoresponder: Unable to exec query :");
+/// The text that ends the run when a statement fails, unless there is one of its own.
+inline constexpr std::string_view kStatementFailed = "autoresponder: Unable to exec query :";
 
-/// The same, except that rows that cannot be read count as none, with a line on standard error.
-QueryResult query_or_no_rows(MYSQL* connection, const std::string& statement);
+/// Sends `statement` and reads its rows. The one way by which the core asks the database anything.
+QueryResult send_statement(MYSQL* connection, const std::string& statement);
 
-/// The same; nothing in place of ending the run, with the reason in mysql_error(3).
-std::optional<QueryResult> try_query(MYSQL* connection, const std::string& statement);
+/// The same; throws EndOfRun with `failure` and the reason unless the statement was answered.
+QueryResult rows_or_end_run(MYSQL* connection, const std::string& statement,
+                            std::string_view failure = kStatementFailed);
 
-/// Opens the connection to the panel's database, or ends the run.
-tolva::db::ConnectionHandle connect_to_database();
+/// Opens the connection to the panel's database, or throws EndOfRun; db_connect has then reported
+/// why.
+tolva::db::ConnectionHandle connect_or_end_run();
 
-/// `text` escaped for an SQL string literal of this connection's session.
+/// `text` up to its first zero byte, escaped for an SQL string literal of this connection's
+/// session. Throws std::bad_alloc.
 std::string escape_for_sql(MYSQL* connection, const std::string& text);

@@ -1,33 +1,24 @@
 #include "core/forward.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
-#include <cstdio>
-#include <iostream>
-#include <vector>
 
 #include "core/database.h"
 #include "core/diagnostics.h"
 #include "core/mail_content.h"
 #include "core/mail_program.h"
-#include "core/run_end.h"
-#include "support/descriptor.h"
-#include "support/exec.h"
-
-namespace {
+#include "core/message_copy.h"
 
 std::vector<std::string> forward_addresses(MYSQL* connection, const std::string& rn_id) {
     std::vector<std::string> addresses;
-    QueryResult rows = query(connection, "select address from resp_forward where rn_id=" + rn_id);
+    QueryResult rows =
+        rows_or_end_run(connection, "select address from resp_forward where rn_id=" + rn_id);
     while (rows.fetch()) {
         const auto address = rows.column(0);
         if (!address) {
             continue;
         }
         if (const char* objection = recipient_objection(*address)) {
-            std::cerr << "autoresponder: Not forwarded to '" << on_one_line(*address)
-                      << "': " << objection << std::endl;
+            report("autoresponder: Not forwarded to '", on_one_line(*address), "': ", objection);
             continue;
         }
         addresses.emplace_back(*address);
@@ -35,36 +26,24 @@ std::vector<std::string> forward_addresses(MYSQL* connection, const std::string&
     return addresses;
 }
 
-}  // namespace
-
 void forward(st_mysql* connection, Mail_content* mail,
              std::string rn_id)  // NOLINT(performance-unnecessary-value-param)
 {
-    std::vector<std::string> addresses = forward_addresses(connection, rn_id);
+    const std::vector<std::string> addresses = forward_addresses(connection, rn_id);
     if (addresses.empty()) {
         return;
     }
-    tolva::Descriptor message(open(mail_file_name, O_RDONLY | O_CLOEXEC));
+    tolva::Descriptor message = MessageCopy::open();
     if (!message) {
-        std::cerr << "autoresponder: Failed to open temporary file with forward mail contents '"
-                  << mail_file_name << "': " << error_text(errno) << std::endl;
+        report("autoresponder: Failed to open temporary file with forward mail contents '",
+               MessageCopy::name(), "': ", error_text(errno));
         return;
     }
-    std::string program = kMailProgram;
-    std::string option = "-f";
-    std::vector<char*> arguments = {program.data(), option.data(), mail->to.data()};
-    for (std::string& address : addresses) {
-        arguments.push_back(address.data());
+    if (const int error = MessageCopy::cut_short_by()) {
+        report("autoresponder: The copy of the message is cut short and is forwarded so: ",
+               error_text(error));
     }
-    arguments.push_back(nullptr);
-
-    const pid_t pid = fork_execv_pipes(message.get(), fileno(stdout), fileno(stderr), kMailProgram,
-                                       arguments.data());
-    message.close();
-    if (pid < 0) {
-        std::cerr << "autoresponder: Failed to spawn sendmail for forwarding: " << error_text(errno)
-                  << std::endl;
-        return;
+    if (const int error = submit_file(std::move(message), mail->to, addresses)) {
+        report("autoresponder: Failed to spawn sendmail for forwarding: ", error_text(error));
     }
-    wait_for_mail_program(pid);
 }

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <string>
-#include <vector>
+
+#include "core/body_lines.h"
 
 /// One incoming message, as far as the rest of the run needs it. parse_message fills it, main owns
 /// it, everybody else reads it. All fields are byte strings and may hold zero bytes.
@@ -12,7 +13,7 @@ struct Mail_content {
     std::string to;
     /// `to` before its first "@"; the whole of `to` when it has none.
     std::string to_mailname;
-    /// `to` behind its first "@"; the whole of `to` when it has none.
+    /// `to` after its first "@"; the whole of `to` when it has none.
     std::string to_domain;
     /// Subject with encoded words decoded, UTF-8; empty when absent or undecodable.
     std::string subject;
@@ -21,6 +22,6 @@ struct Mail_content {
     /// Charset that the message declares for its text, as written there; "US-ASCII" when none. Not
     /// the charset of `subject` and `body_lines`.
     std::string charset;
-    /// The text, UTF-8 whenever its conversion succeeded, split at line feeds. Never empty.
-    std::vector<std::string> body_lines;
+    /// The lines of the text, UTF-8 whenever its conversion succeeded. Never empty.
+    BodyLines body_lines;
 };

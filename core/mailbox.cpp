@@ -6,7 +6,6 @@
 #include "core/database.h"
 #include "core/mail_content.h"
 #include "core/run_end.h"
-#include "support/conf.h"
 
 namespace {
 
@@ -18,24 +17,23 @@ std::string escape(const std::string& text) {
 
 }  // namespace
 
-EscapedRecipient escape_recipient(const Mail_content& mail) {
+EscapedAddress escape_recipient(const Mail_content& mail) {
     // Escaping without a connection reads tables that the client library sets up when it starts.
     db_library_init();
     try {
-        EscapedRecipient recipient;
+        EscapedAddress recipient;
         recipient.domain = escape(mail.to_domain);
         recipient.mailname = escape(mail.to_mailname);
         return recipient;
     } catch (const std::bad_alloc&) {
-        end_run("autoresponder: Unable to alloc memory");
+        throw EndOfRun("autoresponder: Unable to alloc memory");
     }
 }
 
-Mailbox resolve_mailbox(MYSQL* connection, const EscapedRecipient& recipient,
-                        const Mail_content& mail) {
-    const std::string& domain = recipient.domain;
-    const std::string& mailname = recipient.mailname;
-    const std::array statements = {
+std::optional<Mailbox> find_mailbox(MYSQL* connection, const EscapedAddress& address) {
+    const std::string& domain = address.domain;
+    const std::string& mailname = address.mailname;
+    const std::array lookups = {
         "select m.id, m.mail_name, d.name from mail m, domains d"
         " where m.dom_id=d.id and d.name='" +
             domain + "' and m.mail_name='" + mailname + "'",
@@ -52,16 +50,11 @@ Mailbox resolve_mailbox(MYSQL* connection, const EscapedRecipient& recipient,
         " where m.id=ma.mn_id and m.dom_id=d.id and d.id=da.dom_id and da.name='" +
             domain + "' and ma.alias='" + mailname + "' and da.mail='true'"};
 
-    for (const std::string& statement : statements) {
-        QueryResult result = query(connection, statement, "autoresponder: Unable to query: ");
-        if (result.fetch()) {
-            return {result.text(0, ""), result.text(1, ""), result.text(2, "")};
+    for (const std::string& lookup : lookups) {
+        QueryResult rows = rows_or_end_run(connection, lookup, "autoresponder: Unable to query: ");
+        if (rows.fetch()) {
+            return Mailbox{rows.text(0, ""), rows.text(1, ""), rows.text(2, "")};
         }
     }
-    end_run("autoresponder: Mailname not found: " + mail.to_mailname + "@" + mail.to_domain);
-}
-
-std::string attachment_directory(const Mailbox& mailbox) {
-    return std::string(tvaConfGetDefaultByIndex(TOLVA_MAILNAMES_D)) + "/" + mailbox.domain + "/" +
-           mailbox.name + "/@attachments";
+    return std::nullopt;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "support/db.h"
@@ -13,19 +14,17 @@ struct Mailbox {
     std::string domain;
 };
 
-/// The two halves of the recipient's address, escaped for SQL string literals.
-struct EscapedRecipient {
+/// The two halves of an address, escaped for SQL string literals.
+struct EscapedAddress {
     std::string domain;
     std::string mailname;
 };
 
-/// Escapes the recipient's address without a connection; ends the run if there is no memory for it.
-EscapedRecipient escape_recipient(const Mail_content& mail);
+/// Escapes the recipient's address, for which no connection is needed. Throws EndOfRun if there is
+/// no memory for it.
+EscapedAddress escape_recipient(const Mail_content& mail);
 
-/// Finds the recipient's mailbox: by its own name, else by a mail alias, else by an alias of the
-/// domain, else by both. Ends the run when there is none or a query fails.
-Mailbox resolve_mailbox(MYSQL* connection, const EscapedRecipient& recipient,
-                        const Mail_content& mail);
-
-/// The directory in which the mailbox's attachments lie.
-std::string attachment_directory(const Mailbox& mailbox);
+/// Finds the mailbox that an address leads to: by its own name, else by a mail alias, else by an
+/// alias of the domain, else by both; null when there is none. Throws EndOfRun if a statement
+/// fails.
+std::optional<Mailbox> find_mailbox(MYSQL* connection, const EscapedAddress& address);

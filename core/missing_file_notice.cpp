@@ -1,65 +1,45 @@
 #include "core/missing_file_notice.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <iostream>
-#include <optional>
-#include <utility>
-
 #include "core/database.h"
 #include "core/diagnostics.h"
 #include "core/mail_content.h"
 #include "core/mail_program.h"
+#include "core/mailbox.h"
+#include "core/responder_row.h"
 #include "support/db_params.h"
-#include "support/descriptor.h"
-#include "support/exec.h"
-#include "support/pipestream.h"
 
 namespace {
 
-/// The hosting client that owns a domain.
+// The hosting client that owns a domain.
 struct Client {
     std::string email;
     std::string shown_name;
 };
 
-struct Notice {
-    std::string sender;
-    Client client;
-    std::string reply_to;
-    std::string missing;
-};
-
 std::optional<Client> find_client(MYSQL* connection, const std::string& escaped_domain) {
-    std::optional<QueryResult> rows =
-        try_query(connection,
-                  "select c.email, c.pname, c.login from clients c, domains d"
-                  " where d.cl_id=c.id and d.name='" +
-                      escaped_domain + "'");
-    if (!rows) {
-        std::cerr << "Unable to define client email and personal name :" << mysql_error(connection)
-                  << std::endl;
+    QueryResult rows = send_statement(connection,
+                                      "select c.email, c.pname, c.login from clients c, domains d"
+                                      " where d.cl_id=c.id and d.name='" +
+                                          escaped_domain + "'");
+    if (!rows.answered()) {
+        report("Unable to define client email and personal name :", rows.reason());
         return std::nullopt;
     }
-    if (!rows->fetch()) {
-        std::cerr << "This client does not exist :" << mysql_error(connection) << std::endl;
+    if (!rows.fetch()) {
+        report("This client does not exist :", mysql_error(connection));
         return std::nullopt;
     }
-    Client client{rows->text(0, ""), rows->text(1, "")};
+    Client client{rows.text(0, ""), rows.text(1, "")};
     if (client.email.empty()) {
         return std::nullopt;
     }
     if (client.shown_name.empty()) {
-        client.shown_name = rows->text(2, "");
+        client.shown_name = rows.text(2, "");
     }
     return client;
 }
 
-/// A setting of the panel; empty when it is not set or cannot be read.
+// A setting of the panel; empty when it is not set or cannot be read.
 std::string panel_setting(MYSQL* connection, const char* name) {
     const char* value = get_param(name, connection);
     return value != nullptr ? value : "";
@@ -74,14 +54,57 @@ std::string notice_sender(MYSQL* connection) {
     return "root@" + (host_name.empty() ? "localhost" : host_name);
 }
 
-void write_notice(std::ostream& out, const Notice& notice, const Mail_content& mail) {
+void report_failure(const SubmissionFailure& failure) {
+    switch (failure.step) {
+        case SubmissionFailure::Step::kPipe:
+            report(
+                "autoresponder: Failed to create pipe to sendmail to notify about missing "
+                "attachment files: ",
+                error_text(failure.error));
+            break;
+        case SubmissionFailure::Step::kStart:
+            report(
+                "autoresponder: Failed to spawn sendmail to notify about missing attachment "
+                "files: ",
+                error_text(failure.error));
+            break;
+        case SubmissionFailure::Step::kWrite:
+            report("Unable to send mail with notify of not exist attachment.");
+            break;
+    }
+}
+
+}  // namespace
+
+std::optional<MissingFileNotice> prepare_missing_file_notice(MYSQL* connection,
+                                                             const EscapedAddress& recipient,
+                                                             const ResponderRow& responder,
+                                                             const std::string& missing) {
+    const std::optional<Client> client = find_client(connection, recipient.domain);
+    if (!client) {
+        return std::nullopt;
+    }
+    if (const char* objection = recipient_objection(client->email)) {
+        report("autoresponder: No notice about missing attachment files to '",
+               on_one_line(client->email), "': ", objection);
+        return std::nullopt;
+    }
+    return MissingFileNotice{.sender = notice_sender(connection),
+                             .recipient = client->email,
+                             .client_name = client->shown_name,
+                             .reply_to = responder.reply_to,
+                             .missing = missing};
+}
+
+void write_missing_file_notice(std::ostream& out, const MissingFileNotice& notice,
+                               const Mail_content& mail) {
     if (!notice.reply_to.empty()) {
         // No line end: the text runs on into the From: line. The notice keeps these very bytes, so
         // this is not to be mended.
         out << "Reply-To: " << notice.reply_to;
     }
     out << "From: " << notice.sender << "\n"
-        << "To: " << notice.client.email << "\n"
+        << "To: " << notice.recipient << "\n"
         << "CC: \n"
         << "Subject: tva notification (files missing in attachments repository). \n"
         << "Content-Type: text/plain; charset=utf-8\n"
@@ -89,60 +112,18 @@ void write_notice(std::ostream& out, const Notice& notice, const Mail_content& m
         << "Content-Transfer-Encoding: 8bit\n"
         << "\n"
         << "\n"
-        << "Notification for tva client '" << notice.client.shown_name << "'.\n"
+        << "Notification for tva client '" << notice.client_name << "'.\n"
         << "\n"
         << "The following files are missing in the attachment repository\n"
         << "for the mailname '" << mail.to_mailname << "' on domain '" << mail.to_domain << "':\n"
         << notice.missing << "\n";
 }
 
-/// Writes the notice into the pipe and closes it, which ends the mail program's input.
-void feed_notice(tolva::Descriptor pipe_end, const Notice& notice, const Mail_content& mail) {
-    ofd_pipestream out(pipe_end.release());
-    if (out) {
-        write_notice(out, notice, mail);
-    } else {
-        std::cerr << "Unable to send mail with notify of not exist attachment." << std::endl;
+void send_missing_file_notice(const MissingFileNotice& notice, const Mail_content& mail) {
+    const auto failure = submit_text(notice.sender, notice.recipient, [&](std::ostream& out) {
+        write_missing_file_notice(out, notice, mail);
+    });
+    if (failure) {
+        report_failure(*failure);
     }
-}
-
-void submit_notice(const Notice& notice, const Mail_content& mail) {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        std::cerr << "autoresponder: Failed to create pipe to sendmail to notify about missing "
-                     "attachment files: "
-                  << error_text(errno) << std::endl;
-        return;
-    }
-    tolva::Descriptor read_end(ends[0]);
-    tolva::Descriptor write_end(ends[1]);
-    const pid_t pid = fork_execl_pipes(read_end.get(), fileno(stdout), fileno(stderr), kMailProgram,
-                                       kMailProgram, "-f", notice.sender.c_str(),
-                                       notice.client.email.c_str(), static_cast<char*>(nullptr));
-    read_end.close();
-    if (pid < 0) {
-        std::cerr << "autoresponder: Failed to spawn sendmail to notify about missing attachment "
-                     "files: "
-                  << error_text(errno) << std::endl;
-        return;
-    }
-    feed_notice(std::move(write_end), notice, mail);
-    wait_for_mail_program(pid);
-}
-
-}  // namespace
-
-void send_missing_file_notice(MYSQL* connection, const Mail_content& mail,
-                              const std::string& escaped_domain, const std::string& reply_to,
-                              const std::string& missing) {
-    const std::optional<Client> client = find_client(connection, escaped_domain);
-    if (!client) {
-        return;
-    }
-    if (const char* objection = recipient_objection(client->email)) {
-        std::cerr << "autoresponder: No notice about missing attachment files to '"
-                  << on_one_line(client->email) << "': " << objection << std::endl;
-        return;
-    }
-    submit_notice({notice_sender(connection), *client, reply_to, missing}, mail);
 }

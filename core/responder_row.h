@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "support/db.h"
+
 struct Mail_content;
 class QueryResult;
 
@@ -20,11 +22,12 @@ struct ResponderRow {
     std::string content_type;  ///< content type of the reply's text
 };
 
-/// The statement that lists a mailbox's responders, its columns in the order of ResponderRow.
-std::string responder_rows_of(const std::string& mailbox_id);
+/// The rows of a mailbox's responders, to be read with read_responder_row. Throws EndOfRun if the
+/// statement fails.
+QueryResult select_responders(MYSQL* connection, const std::string& mailbox_id);
 
-/// Reads the current row of that statement's result.
-ResponderRow read_responder_row(const QueryResult& result);
+/// Reads the current row of what select_responders returned.
+ResponderRow read_responder_row(const QueryResult& rows);
 
 /// Whether the responder is on and its key word, if it has one, occurs where it is looked for.
 /// Compares bytes; an empty key word occurs everywhere.

@@ -3,25 +3,32 @@
 #include <functional>
 #include <ostream>
 
+#include "core/size_limit.h"
 #include "support/descriptor.h"
 
-/// The file that a reply is written into and sent from. It is made by mkstemp(3), readable for its
-/// owner only, lies under the name `resp_uu_file_name`, and is removed with this object.
+/// The file that a reply is composed in and sent from. It has the name `resp_uu_file_name`, which
+/// is new for each reply of a run, is readable for its owner only, and is removed with this object.
 class ResponseFile {
   public:
-    /// Makes the file under a new name. If that fails there is no file, and nothing is written.
+    enum class Written { kWhole, kTooLarge };
+
+    /// Makes the file. If that fails there is none: nothing is written, and reopening it fails.
     ResponseFile();
     ~ResponseFile();
     ResponseFile(const ResponseFile&) = delete;
     ResponseFile& operator=(const ResponseFile&) = delete;
 
-    /// Replaces the contents of the file by what `contents` writes. Throws std::runtime_error, with
-    /// the reason on standard error, if not all of it could be written: half a reply must not go
-    /// out as if it were whole. Does nothing if there is no file; whoever opens it will report
-    /// that.
-    void write(const std::function<void(std::ostream&)>& contents) const;
+    /// Replaces the contents of the file by what `contents` writes, as far as it keeps within
+    /// `limit` (see ResponseStream).
+    ///
+    /// Throws SendError, with the reason on standard error, if not all of it could be written: half
+    /// a reply must not go out as if it were whole.
+    Written write(SizeLimit limit, const std::function<void(std::ostream&)>& contents) const;
+
+    /// Opens the file for reading from its start. Throws SendError, with the reason on standard
+    /// error, if that fails.
+    [[nodiscard]] tolva::Descriptor reopen() const;
 
   private:
-    tolva::Descriptor fd_;
-    bool made_;
+    tolva::Descriptor file_;
 };

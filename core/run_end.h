@@ -1,23 +1,22 @@
 #pragma once
 
-#include <string_view>
+#include <string>
+#include <utility>
 
-/// The run's two temporary files and the ways out of the program. Whatever happens, the files are
-/// removed and the exit status is 0, so that the mail system takes the delivery as done.
+/// Thrown when the run cannot go on: nothing more is answered. What it passes is given back on the
+/// way to main, which reports the reason. It is no std::exception, so that no handler of a failure
+/// that the run survives takes it for one.
+class EndOfRun {
+  public:
+    /// `reason` is the whole line to report, without its line end.
+    explicit EndOfRun(std::string reason) : reason_(std::move(reason)) {}
 
-/// Names of the copy of the incoming message and of the reply. They start out as templates for
-/// mkstemp(3), which turns them into the names of the files made.
-extern char mail_file_name[];
-extern char resp_uu_file_name[];
+    [[nodiscard]] const std::string& reason() const { return reason_; }
 
-/// Puts the template back into `resp_uu_file_name`, for the next reply of the run.
-void reset_resp_uu_file_name();
+  private:
+    std::string reason_;
+};
 
-/// Unlinks both files, those that were never made included. Safe in a signal handler.
-void remove_temporary_files() noexcept;
-
-/// The end of every run: removes the temporary files and exits with status 0.
+/// The one end of every run: removes the temporary files and exits with status 0, so that the mail
+/// system takes the delivery as done whatever happened.
 [[noreturn]] void correct_exit();
-
-/// Ends the run early: writes `message` and a line end to standard error, then correct_exit.
-[[noreturn]] void end_run(std::string_view message);

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/run_end.h"
+#include "core/temporary_files.h"
 
 namespace {
 

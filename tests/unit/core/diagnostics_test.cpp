@@ -1,8 +1,17 @@
 #include "core/diagnostics.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
 #include <cerrno>
+#include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
+
+#include "support/descriptor.h"
+#include "support/log.h"
 
 namespace {
 
@@ -13,6 +22,45 @@ TEST(Diagnostics, ErrorIsNamedAndNumbered) {
 TEST(Diagnostics, ControlCharactersDoNotBreakALine) {
     EXPECT_EQ(on_one_line("a@[x\r\n y]\x7F"), "a@[x?? y]?");
     EXPECT_EQ(on_one_line("b\xC3\xBC.org"), "b\xC3\xBC.org");
+}
+
+TEST(Diagnostics, AReportIsOneLine) {
+    testing::internal::CaptureStderr();
+    report("autoresponder: ", std::string("a text"), std::string_view(" with \0 in it", 13), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              std::string("autoresponder: a text with \0 in it\n", 35));
+}
+
+TEST(Diagnostics, AReportIsOneWrite) {
+    // In a packet pipe every write is a packet, and every read takes one.
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_DIRECT | O_CLOEXEC), 0);
+    const tolva::Descriptor read_end(ends[0]);
+    tolva::Descriptor write_end(ends[1]);
+    const tolva::Descriptor standard_error(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+    ASSERT_EQ(dup2(write_end.get(), STDERR_FILENO), STDERR_FILENO);
+    report("one ", "two ", "three");
+    ASSERT_EQ(dup2(standard_error.get(), STDERR_FILENO), STDERR_FILENO);
+    std::string packet(100, '\0');
+    const ssize_t length = read(read_end.get(), packet.data(), packet.size());
+    EXPECT_EQ(packet.substr(0, static_cast<std::size_t>(length)), "one two three\n");
+}
+
+TEST(Diagnostics, ARecordNamesTheErrorGivenAndNoOlderOne) {
+    const auto recorded = [](int error) {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        errno = EPERM;
+        record(error, "Send error: %s", "the reason");
+        std::string out = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), out);
+        return out;
+    };
+    const auto go_on = messlog_set_end([](int) {});
+    EXPECT_EQ(recorded(0), "Send error: the reason\n");
+    EXPECT_EQ(recorded(ENOENT),
+              "Send error: the reason\nSystem error 2: No such file or directory\n");
+    messlog_set_end(go_on);
 }
 
 }  // namespace

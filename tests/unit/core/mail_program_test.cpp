@@ -1,9 +1,6 @@
 #include "core/mail_program.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -23,16 +20,6 @@ TEST(MailProgram, AddressWithAControlCharacterIsObjectedTo) {
     EXPECT_STREQ(recipient_objection(std::string_view("a\0b@c", 5)), objection);
     EXPECT_STREQ(recipient_objection("a\x7F@b.org"), objection);
     EXPECT_EQ(recipient_objection("\"a b\"@\xC3\xBC.org"), nullptr);
-}
-
-TEST(MailProgram, IsWaitedForHoweverItEnds) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(3);
-    }
-    wait_for_mail_program(child);
-    EXPECT_EQ(waitpid(child, nullptr, 0), -1);
-    EXPECT_EQ(errno, ECHILD);
 }
 
 }  // namespace

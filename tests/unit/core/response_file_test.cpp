@@ -11,7 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/run_end.h"
+#include "core/send_error.h"
+#include "core/temporary_files.h"
 
 namespace {
 
@@ -52,15 +53,16 @@ TEST(ResponseFile, EveryFileOfARunHasANewName) {
 
 TEST(ResponseFile, WritingAgainReplacesWhatWasThere) {
     const ResponseFile file;
-    file.write([](std::ostream& out) { out << "a long first text\n"; });
-    file.write([](std::ostream& out) { out << "short\n"; });
+    file.write(SizeLimit::none(), [](std::ostream& out) { out << "a long first text\n"; });
+    file.write(SizeLimit::none(), [](std::ostream& out) { out << "short\n"; });
     EXPECT_EQ(contents(), "short\n");
 }
 
 TEST(ResponseFile, TextThatCannotBeWrittenWholeIsAnError) {
     const ResponseFile file;
     testing::internal::CaptureStderr();
-    EXPECT_THROW(file.write([](std::ostream& out) { out.setstate(std::ios_base::badbit); }),
+    EXPECT_THROW(file.write(SizeLimit::none(),
+                            [](std::ostream& out) { out.setstate(std::ios_base::badbit); }),
                  std::runtime_error);
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 testing::StartsWith("autoresponder: Failed to write temporary file with response "

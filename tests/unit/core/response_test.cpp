@@ -1,22 +1,18 @@
 #include "core/response.h"
 
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "core/attachment_repository.h"
 #include "core/mail_content.h"
 #include "core/responder_row.h"
+#include "tests/unit/core/temporary_directory.h"
 
 namespace {
 
@@ -40,9 +36,12 @@ ResponderRow responder() {
     return row;
 }
 
-std::string written(const ResponderRow& row, const ResponseAttachments& attachments = {}) {
+std::string written(const ResponderRow& row, const std::vector<std::string>& attachments = {},
+                    const std::string& directory = "") {
+    const AttachmentRepository repository(directory);
+    const std::string boundary = "BOUNDARY";
     std::ostringstream out;
-    write_response(out, mail(), row, attachments);
+    write_response(out, mail(), row, {repository, attachments, boundary});
     return out.str();
 }
 
@@ -51,32 +50,6 @@ std::string subject(const std::string& own_subject) {
     row.subject = own_subject;
     return response_subject(mail(), row);
 }
-
-class ResponseWithAttachments : public testing::Test {
-  protected:
-    void SetUp() override {
-        std::string name = (std::filesystem::temp_directory_path() / "response-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        directory_ = name;
-    }
-
-    void TearDown() override { std::filesystem::remove_all(directory_); }
-
-    void put(const std::string& name, const std::string& bytes) const {
-        std::ofstream(directory_ + "/" + name, std::ios::binary) << bytes;
-    }
-
-    /// What stands between the empty line behind the attachment's headers and the boundary.
-    [[nodiscard]] std::string attached(const std::string& name) const {
-        const std::string text = written(responder(), {"BOUNDARY", directory_, {name}});
-        const std::string start = "\"\n\n";
-        const std::size_t begin = text.find("filename=");
-        const std::size_t body = text.find(start, begin) + start.size();
-        return text.substr(body, text.rfind("--BOUNDARY--") - body);
-    }
-
-    std::string directory_;
-};
 
 TEST(Response, SinglePartIsWrittenHeaderByHeader) {
     EXPECT_EQ(written(responder()),
@@ -174,10 +147,11 @@ TEST(Response, PlaceholdersInTheTextStay) {
     EXPECT_THAT(written(row), testing::EndsWith("\n\n<request_subject>\n\n\n"));
 }
 
-TEST_F(ResponseWithAttachments, AreWrittenAsPartsBehindTheText) {
-    put("a.txt", "ABC");
-    put("empty", "");
-    EXPECT_EQ(written(responder(), {"BOUNDARY", directory_, {"a.txt", "empty"}}),
+TEST(Response, AttachmentsAreWrittenAsPartsAfterTheText) {
+    TemporaryDirectory directory;
+    directory.put("a.txt", "ABC");
+    directory.put("empty", "");
+    EXPECT_EQ(written(responder(), {"a.txt", "empty"}, directory.path()),
               "From: info@client.example\n"
               "To: ann@correspondent.example\n"
               "MIME-Version: 1.0\n"
@@ -207,59 +181,6 @@ TEST_F(ResponseWithAttachments, AreWrittenAsPartsBehindTheText) {
               "\n"
               "\n"
               "--BOUNDARY--\n");
-}
-
-TEST_F(ResponseWithAttachments, NameIsAnEncodedWordWhereItNeedsToBe) {
-    put("Pr\xC3\xA9sentation \"1\".pdf", "x");
-    EXPECT_THAT(written(responder(), {"BOUNDARY", directory_, {"Pr\xC3\xA9sentation \"1\".pdf"}}),
-                testing::HasSubstr("\tfilename=\"=?utf-8?Q?Pr=C3=A9sentation_=221=22.pdf?=\"\n"));
-}
-
-TEST_F(ResponseWithAttachments, EveryLineButTheLastHoldsFortyFiveBytes) {
-    const std::string full = std::string(60, 'Q') + "\n";  // base64 of bytes 0x41 0x04 0x10 ...
-    std::string bytes;
-    for (int i = 0; i < 15; ++i) {
-        bytes += "\x41\x04\x10";
-    }
-    put("44", bytes.substr(0, 44));
-    put("45", bytes);
-    put("46", bytes + "A");
-    EXPECT_EQ(attached("44"), std::string(58, 'Q') + "Q=\n\n");
-    EXPECT_EQ(attached("45"), full + "\n");
-    EXPECT_EQ(attached("46"), full + "QQ==\n\n");
-}
-
-TEST_F(ResponseWithAttachments, DirectoryIsReportedAndItsPartLeftEmpty) {
-    std::filesystem::create_directory(directory_ + "/sub");
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(attached("sub"), "\n");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "autoresponder: Failed to read attachement file '" + directory_ +
-                  "/sub': Is a directory (21)\n");
-}
-
-TEST_F(ResponseWithAttachments, FileThatWentAwayIsReportedAndItsPartLeftEmpty) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(attached("gone"), "\n");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "autoresponder: Failed to read attachement file '" + directory_ +
-                  "/gone': No such file or directory (2)\n");
-}
-
-TEST_F(ResponseWithAttachments, PipeIsNeitherWaitedForNorRead) {
-    ASSERT_EQ(mkfifo((directory_ + "/pipe").c_str(), 0600), 0);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(attached("pipe"), "\n");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "autoresponder: Failed to read attachement file '" + directory_ +
-                  "/pipe': Invalid argument (22)\n");
-}
-
-TEST_F(ResponseWithAttachments, EndlessDeviceIsNotRead) {
-    std::filesystem::create_symlink("/dev/zero", directory_ + "/zero");
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(attached("zero"), "\n");
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("(22)\n"));
 }
 
 }  // namespace

@@ -3,72 +3,40 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
+#include <cstdlib>
+#include <exception>
 #include <string>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
+#include "core/temporary_files.h"
+
 namespace {
 
-bool exists(const std::string& name) {
+// What is known of a file, as text.
+const char* state_of(const char* name) {
     struct stat status {};
-    return stat(name.c_str(), &status) == 0;
+    return stat(name, &status) == 0 ? "there" : "gone";
 }
 
-// Makes both temporary files, so that their end can be watched. The names stay set in this process.
-class RunEnd : public testing::Test {
-  protected:
-    void SetUp() override {
-        std::string(mail_template_).copy(mail_file_name, mail_template_.size());
-        close(mkstemp(mail_file_name));
-        reset_resp_uu_file_name();
-        close(mkstemp(resp_uu_file_name));
-        ASSERT_TRUE(exists(mail_file_name));
-        ASSERT_TRUE(exists(resp_uu_file_name));
-    }
-
-    void TearDown() override {
-        remove_temporary_files();
-        std::string(mail_template_).copy(mail_file_name, mail_template_.size());
-        reset_resp_uu_file_name();
-    }
-
-    const std::string mail_template_ = "/tmp/tva-autoresponder-XXXXXX";
-};
-
-TEST_F(RunEnd, RemovesBothFiles) {
-    remove_temporary_files();
-    EXPECT_FALSE(exists(mail_file_name));
-    EXPECT_FALSE(exists(resp_uu_file_name));
+TEST(CorrectExit, RemovesBothFilesAndEndsWithStatusZero) {
+    std::string("/tmp/tva-autoresponder-XXXXXX").copy(mail_file_name, 29);
+    std::string("/tmp/tva-response-uu-XXXXXX").copy(resp_uu_file_name, 27);
+    close(mkstemp(mail_file_name));
+    close(mkstemp(resp_uu_file_name));
+    EXPECT_STREQ(state_of(mail_file_name), "there");
+    EXPECT_EXIT(correct_exit(), testing::ExitedWithCode(0), "^$");
+    EXPECT_STREQ(state_of(mail_file_name), "gone");
+    EXPECT_STREQ(state_of(resp_uu_file_name), "gone");
 }
 
-TEST_F(RunEnd, CorrectExitRemovesBothFilesAndEndsWithStatusZero) {
-    EXPECT_EXIT(correct_exit(), testing::ExitedWithCode(0), "");
-    EXPECT_FALSE(exists(mail_file_name));
-    EXPECT_FALSE(exists(resp_uu_file_name));
+TEST(EndOfRun, CarriesItsReason) {
+    EXPECT_EQ(EndOfRun("autoresponder: the reason ").reason(), "autoresponder: the reason ");
 }
 
-TEST_F(RunEnd, EndingEarlyWritesTheMessage) {
-    EXPECT_EXIT(end_run("autoresponder: the reason "), testing::ExitedWithCode(0),
-                "^autoresponder: the reason \n$");
-    EXPECT_FALSE(exists(mail_file_name));
-    EXPECT_FALSE(exists(resp_uu_file_name));
-}
-
-TEST_F(RunEnd, EmptyNameIsLeftAlone) {
-    const std::string kept = mail_file_name;
-    mail_file_name[0] = '\0';
-    remove_temporary_files();
-    EXPECT_TRUE(exists(kept));
-    EXPECT_FALSE(exists(resp_uu_file_name));
-    unlink(kept.c_str());
-}
-
-TEST_F(RunEnd, TemplateOfTheReplyComesBack) {
-    const std::string made = resp_uu_file_name;
-    reset_resp_uu_file_name();
-    EXPECT_STREQ(resp_uu_file_name, "/tmp/tva-response-uu-XXXXXX");
-    unlink(made.c_str());
+TEST(EndOfRun, IsNoFailureThatTheRunSurvives) {
+    static_assert(!std::is_base_of_v<std::exception, EndOfRun>);
 }
 
 }  // namespace

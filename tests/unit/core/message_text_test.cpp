@@ -1,4 +1,4 @@
-#include "core/incoming_message.h"
+#include "core/message_text.h"
 
 #include <memory>
 #include <string>
@@ -17,24 +17,6 @@ std::unique_ptr<DwMessage> parsed(const std::string& text) {
     return message;
 }
 
-std::string address(const DwMailbox* mailbox) {
-    if (mailbox == nullptr) {
-        return "none";
-    }
-    return std::string(mailbox->LocalPart().data(), mailbox->LocalPart().length()) + "@" +
-           std::string(mailbox->Domain().data(), mailbox->Domain().length());
-}
-
-std::string reply_to(const std::string& field_body) {
-    const auto message = parsed("Reply-To: " + field_body + "\n\n");
-    return address(GetMailboxFromAddressList(message->Headers().ReplyTo()));
-}
-
-std::string from(const std::string& field_body) {
-    const auto message = parsed("From: " + field_body + "\n\n");
-    return address(GetMailboxFromMailboxList(message->Headers().From()));
-}
-
 std::string charset(const std::string& content_type) {
     const auto message = parsed("Content-Type: " + content_type + "\n\n");
     const DwString charset = GetCharset(*message);
@@ -46,27 +28,6 @@ std::string decoded(const std::string& encoding, const std::string& body) {
     DwString out;
     DecodeBody(*message, out);
     return {out.data(), out.length()};
-}
-
-TEST(MailboxFromAddressList, GroupsAreSkipped) {
-    EXPECT_EQ(reply_to("friends: a@b.org, c@d.org;, e@f.org"), "e@f.org");
-    EXPECT_EQ(reply_to("friends: a@b.org;"), "none");
-}
-
-TEST(MailboxFromAddressList, InvalidAddressesAreSkipped) {
-    EXPECT_EQ(reply_to("Nobody <>, a@b.org"), "a@b.org");
-    EXPECT_EQ(reply_to("<>"), "none");
-    EXPECT_EQ(reply_to(""), "none");
-}
-
-TEST(MailboxFromMailboxList, FirstValidMailboxIsTaken) {
-    EXPECT_EQ(from("a@b.org, c@d.org"), "a@b.org");
-    EXPECT_EQ(from("<>, c@d.org"), "c@d.org");
-    EXPECT_EQ(from("<>"), "none");
-}
-
-TEST(MailboxFromMailboxList, NamesAndCommentsAreDropped) {
-    EXPECT_EQ(from("Ann Lee <Ann.Lee@B.org> (at work)"), "Ann.Lee@B.org");
 }
 
 TEST(Charset, DefaultsToAscii) {

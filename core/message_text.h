@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include <mimelib/mimepp.h>
+
+/// The text of a message: which part it is taken from, its charset and its bytes.
+
+/// A text with its Content-Transfer-Encoding undone, in the charset that it declares.
+struct MessageText {
+    std::string charset = "US-ASCII";
+    DwString body;
+};
+
+/// The text that key words are looked for in: the body of a message that is a text or says nothing
+/// of its type, else the first direct part of a multipart that says it is a text. Parts that say
+/// nothing are passed over, nested multiparts are not entered. Empty when there is none.
+MessageText choose_text(const DwMessage& message);
+
+/// The charset that the entity's Content-Type declares, as written there; "US-ASCII" when it
+/// declares none (RFC 2046, 4.1.2).
+DwString GetCharset(const DwEntity& entity);
+
+/// Stores the entity's body in `out` with its Content-Transfer-Encoding undone (RFC 2045, 6). A
+/// body in no encoding that is known here is taken as it stands.
+void DecodeBody(const DwEntity& entity, DwString& out);

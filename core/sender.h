@@ -1,0 +1,16 @@
+#pragma once
+
+#include <mimelib/mimepp.h>
+
+/// Who sent a message, and so gets the reply.
+
+/// The first usable mailbox of Reply-To:, or else of From:; null when neither field has one. It
+/// belongs to the headers.
+const DwMailbox* find_sender(DwHeaders& headers);
+
+/// The first address of a Reply-To: field that is valid and a mailbox, not a group; null when there
+/// is none. The mailbox belongs to the list.
+DwMailbox* GetMailboxFromAddressList(const DwAddressList& addresses);
+
+/// The first valid mailbox of a From: field; null when there is none. It belongs to the list.
+DwMailbox* GetMailboxFromMailboxList(const DwMailboxList& mailboxes);

@@ -1,0 +1,30 @@
+#include "core/size_limit.h"
+
+#include <cstdlib>
+#include <fstream>
+
+#include "core/mail_content.h"
+#include "encoding/rfc1522.h"
+
+SizeLimit SizeLimit::of_mail_system() {
+    std::ifstream control("/var/qmail/control/databytes");
+    std::string bytes;
+    control >> bytes;
+    return SizeLimit(std::atoi(bytes.c_str()));
+}
+
+void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to) {
+    if (!reply_to.empty()) {
+        out << "Reply-To: " << reply_to << "\n";
+    }
+    out << "From: " << mail.to << "\n"
+        << "CC: \n"
+        << "Subject: " << tolva::rfc1522::encode("Re: " + mail.subject) << "\n"
+        << "\n"
+        << "An error occurred while responding on you request.\n"
+        << "\n"
+        << "Autoresponder message size exceeds databytes limit.\n"
+        << "\n"
+        << "\n"
+        << "\n";
+}

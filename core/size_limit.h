@@ -1,0 +1,31 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <ostream>
+#include <string>
+
+struct Mail_content;
+
+/// The mail system's size limit for messages, and what goes out in place of a reply that exceeds
+/// it.
+class SizeLimit {
+  public:
+    /// A limit in bytes; 0 or less is none.
+    explicit SizeLimit(int bytes) : bytes_(bytes) {}
+
+    /// qmail's (qmail-smtpd(8), control file databytes). A file that cannot be read is none.
+    static SizeLimit of_mail_system();
+
+    static SizeLimit none() { return SizeLimit(0); }
+
+    /// Whether a mail of `size` bytes is larger. One as large as the limit is not.
+    [[nodiscard]] bool is_exceeded_by(off_t size) const { return bytes_ > 0 && size > off_t{bytes_}; }
+
+  private:
+    int bytes_;
+};
+
+/// Writes the notice that goes to the sender of `mail` in place of a reply that is too large.
+/// `reply_to` is the responder's Reply-To address, may be empty.
+void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to);

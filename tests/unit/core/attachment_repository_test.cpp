@@ -1,0 +1,93 @@
+#include "core/attachment_repository.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "core/mailbox.h"
+#include "tests/unit/core/temporary_directory.h"
+
+namespace {
+
+class Repository : public testing::Test {
+  protected:
+    [[nodiscard]] bool has(const std::string& name) const {
+        return AttachmentRepository(directory_.path()).has(name);
+    }
+
+    // The errno value of opening the file, 0 if that succeeds.
+    [[nodiscard]] int error_of(const std::string& name) const {
+        const auto file = AttachmentRepository(directory_.path()).open(name);
+        EXPECT_EQ(static_cast<bool>(file.descriptor), file.error == 0);
+        return file.error;
+    }
+
+    TemporaryDirectory directory_;
+};
+
+TEST(RepositoryOfAMailbox, LiesBelowItsOwnNames) {
+    const AttachmentRepository repository(
+        Mailbox{.id = "1", .name = "info", .domain = "example.com"});
+    EXPECT_EQ(repository.path("a.txt"), "/var/qmail/mailnames/example.com/info/@attachments/a.txt");
+}
+
+TEST_F(Repository, HasWhateverIsOfThatName) {
+    directory_.put("file", "x");
+    std::filesystem::create_directory(directory_.path("directory"));
+    EXPECT_TRUE(has("file"));
+    EXPECT_TRUE(has("directory"));
+    EXPECT_FALSE(has("gone"));
+}
+
+TEST_F(Repository, HasNoDanglingLink) {
+    std::filesystem::create_symlink("nowhere", directory_.path("link"));
+    EXPECT_FALSE(has("link"));
+}
+
+TEST_F(Repository, OpensAFileForReading) {
+    directory_.put("file", "text");
+    const auto file = AttachmentRepository(directory_.path()).open("file");
+    EXPECT_EQ(file.error, 0);
+    std::string text(10, '\0');
+    const ssize_t length = read(file.descriptor.get(), text.data(), text.size());
+    EXPECT_EQ(text.substr(0, static_cast<std::size_t>(length)), "text");
+}
+
+TEST_F(Repository, DoesNotOpenWhatIsNotThere) {
+    EXPECT_EQ(error_of("gone"), ENOENT);
+}
+
+TEST_F(Repository, DoesNotOpenADirectory) {
+    std::filesystem::create_directory(directory_.path("directory"));
+    EXPECT_EQ(error_of("directory"), EISDIR);
+}
+
+TEST_F(Repository, NeitherWaitsForAPipeNorOpensIt) {
+    ASSERT_EQ(mkfifo(directory_.path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(error_of("pipe"), EINVAL);
+}
+
+TEST_F(Repository, DoesNotOpenAnEndlessDevice) {
+    std::filesystem::create_symlink("/dev/zero", directory_.path("zero"));
+    EXPECT_EQ(error_of("zero"), EINVAL);
+}
+
+TEST_F(Repository, DoesNotOpenASocket) {
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    const std::string path = directory_.path("socket");
+    ASSERT_LT(path.size(), sizeof(address.sun_path));
+    path.copy(address.sun_path, path.size());
+    const tolva::Descriptor socket_file(socket(AF_UNIX, SOCK_STREAM, 0));
+    ASSERT_EQ(bind(socket_file.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+              0);
+    EXPECT_EQ(error_of("socket"), ENXIO);
+}
+
+}  // namespace

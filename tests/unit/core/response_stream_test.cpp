@@ -1,0 +1,113 @@
+#include "core/response_stream.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/descriptor.h"
+
+namespace {
+
+constexpr std::size_t kMoreThanABuffer = 200'000;
+
+// Text whose every position shows.
+std::string pattern(std::size_t length) {
+    std::string text;
+    for (std::size_t i = 0; text.size() < length; ++i) {
+        text += std::to_string(i) + "\n";
+    }
+    text.resize(length);
+    return text;
+}
+
+class ResponseStreamTo : public testing::Test {
+  protected:
+    ResponseStreamTo() : file_(mkstemp(name_.data())) {}
+    void TearDown() override { unlink(name_.c_str()); }
+
+    [[nodiscard]] std::string contents() const {
+        std::ifstream file(name_, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    std::string name_ = testing::TempDir() + "response-stream-XXXXXX";
+    tolva::Descriptor file_;
+};
+
+TEST_F(ResponseStreamTo, AFileWritesEverythingInOrder) {
+    ResponseStream stream(file_.get(), SizeLimit::none());
+    const std::string large = pattern(kMoreThanABuffer);
+    stream << "small " << large << 'c' << " end";
+    stream.finish();
+    EXPECT_TRUE(stream);
+    EXPECT_EQ(contents(), "small " + large + "c end");
+}
+
+TEST_F(ResponseStreamTo, AFileWritesSingleCharactersBeyondItsBuffer) {
+    ResponseStream stream(file_.get(), SizeLimit::none());
+    const std::string text = pattern(kMoreThanABuffer);
+    for (const char c : text) {
+        stream.put(c);
+    }
+    stream.finish();
+    EXPECT_TRUE(stream);
+    EXPECT_EQ(contents(), text);
+}
+
+TEST_F(ResponseStreamTo, TextAsLargeAsTheLimitIsTaken) {
+    ResponseStream stream(file_.get(), SizeLimit(10));
+    stream << "0123456789";
+    stream.finish();
+    EXPECT_TRUE(stream);
+    EXPECT_FALSE(stream.too_large());
+    EXPECT_EQ(contents(), "0123456789");
+}
+
+TEST_F(ResponseStreamTo, OneByteBeyondTheLimitIsTooMuch) {
+    ResponseStream stream(file_.get(), SizeLimit(10));
+    stream << "0123456789" << 'x';
+    stream.finish();
+    EXPECT_FALSE(stream);
+    EXPECT_TRUE(stream.too_large());
+    EXPECT_EQ(stream.error(), 0);
+}
+
+TEST_F(ResponseStreamTo, BeyondTheLimitNothingMoreIsTaken) {
+    ResponseStream stream(file_.get(), SizeLimit(100'000));
+    const std::string block = pattern(10'000);
+    int taken = 0;
+    while (stream.write(block.data(), static_cast<std::streamsize>(block.size()))) {
+        ASSERT_LT(++taken, 100);
+    }
+    EXPECT_TRUE(stream.too_large());
+    EXPECT_LE(contents().size(), 100'000U);
+}
+
+TEST(ResponseStream, FailsForGoodAtTheFirstWriteThatDoes) {
+    const tolva::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    ResponseStream stream(full.get(), SizeLimit::none());
+    stream << pattern(kMoreThanABuffer);
+    EXPECT_FALSE(stream);
+    EXPECT_EQ(stream.error(), ENOSPC);
+    EXPECT_FALSE(stream << "more");
+}
+
+TEST(ResponseStream, TellsOfAFailedWriteOfItsLastBytes) {
+    const tolva::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    ResponseStream stream(full.get(), SizeLimit::none());
+    stream << "small";
+    EXPECT_TRUE(stream);
+    stream.finish();
+    EXPECT_FALSE(stream);
+    EXPECT_EQ(stream.error(), ENOSPC);
+    EXPECT_FALSE(stream.too_large());
+}
+
+}  // namespace
