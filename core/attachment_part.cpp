@@ -85,8 +85,8 @@ void write_attachment_part(std::ostream& out, const AttachmentRepository& reposi
         << "\tfilename=\"" << tolva::rfc1522::encode(name) << "\"\n"
         << "\n";
     if (const int error = attach_file(out, repository, name)) {
-        report("autoresponder: Failed to read attachement file '", repository.path(name), "': ",
-               error_text(error));
+        report("autoresponder: Failed to read attachement file '", repository.path(name),
+               "': ", error_text(error));
     }
     out << "\n";
 }

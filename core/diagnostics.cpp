@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
 
+#include "core/control_characters.h"
 #include "support/log.h"
 
 namespace {
@@ -53,7 +53,6 @@ std::string error_text(int error) {
 
 std::string on_one_line(std::string_view text) {
     std::string line(text);
-    std::ranges::replace_if(
-        line, [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+    std::ranges::replace_if(line, is_control_character, '?');
     return line;
 }

@@ -3,10 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cerrno>
 
+#include "core/control_characters.h"
 #include "support/exec.h"
 #include "support/pipestream.h"
 
@@ -96,7 +95,5 @@ const char* recipient_objection(std::string_view address) {
     if (address.starts_with('-')) {
         return "the address begins with a hyphen";
     }
-    const bool has_control =
-        std::ranges::any_of(address, [](unsigned char c) { return std::iscntrl(c) != 0; });
-    return has_control ? "the address holds a control character" : nullptr;
+    return has_control_character(address) ? "the address holds a control character" : nullptr;
 }

@@ -15,6 +15,12 @@ std::string escape(const std::string& text) {
     return escaped;
 }
 
+std::string escape_for(MYSQL* connection, const std::string& text) {
+    std::string escaped(2 * text.size() + 1, '\0');
+    escaped.resize(mysql_real_escape_string(connection, escaped.data(), text.data(), text.size()));
+    return escaped;
+}
+
 }  // namespace
 
 EscapedAddress escape_recipient(const Mail_content& mail) {
@@ -27,6 +33,13 @@ EscapedAddress escape_recipient(const Mail_content& mail) {
         return recipient;
     } catch (const std::bad_alloc&) {
         throw EndOfRun("autoresponder: Unable to alloc memory");
+    }
+}
+
+void adapt_to_session(EscapedAddress& recipient, MYSQL* connection, const Mail_content& mail) {
+    if ((connection->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0) {
+        recipient = {.domain = escape_for(connection, mail.to_domain),
+                     .mailname = escape_for(connection, mail.to_mailname)};
     }
 }
 

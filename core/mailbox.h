@@ -20,9 +20,13 @@ struct EscapedAddress {
     std::string mailname;
 };
 
-/// Escapes the recipient's address, for which no connection is needed. Throws EndOfRun if there is
-/// no memory for it.
+/// Escapes the recipient's address with backslashes, for which no connection is needed. Throws
+/// EndOfRun if there is no memory for it.
 EscapedAddress escape_recipient(const Mail_content& mail);
+
+/// Escapes the recipient's address anew where the connection's session is in a mode in which a
+/// backslash escapes nothing (NO_BACKSLASH_ESCAPES). Throws std::bad_alloc.
+void adapt_to_session(EscapedAddress& recipient, MYSQL* connection, const Mail_content& mail);
 
 /// Finds the mailbox that an address leads to: by its own name, else by a mail alias, else by an
 /// alias of the domain, else by both; null when there is none. Throws EndOfRun if a statement

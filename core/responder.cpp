@@ -9,6 +9,7 @@
 #include "core/boundary.h"
 #include "core/database.h"
 #include "core/delivery.h"
+#include "core/diagnostics.h"
 #include "core/forward.h"
 #include "core/mail_content.h"
 #include "core/mailbox.h"
@@ -52,20 +53,28 @@ void answer(MYSQL* connection, const Mail_content& mail, const EscapedAddress& r
     send_response(file, mail, responder, {repository, attachments.present, boundary});
 }
 
+void leave_out_control_characters(ResponderRow& responder) {
+    for (const std::string& change : make_header_values_safe(responder)) {
+        report("autoresponder: Responder ", responder.id, ": ", change);
+    }
+}
+
 }  // namespace
 
 int db_mail_act(Mail_content* mail) {
-    const EscapedAddress recipient = escape_recipient(*mail);
+    EscapedAddress recipient = escape_recipient(*mail);
     const tolva::db::ConnectionHandle connection = connect_or_end_run();
+    adapt_to_session(recipient, connection.get(), *mail);
     const Mailbox mailbox = mailbox_of_recipient(connection.get(), recipient, *mail);
     const AttachmentRepository repository(mailbox);
 
     QueryResult rows = select_responders(connection.get(), mailbox.id);
     while (rows.fetch()) {
-        const ResponderRow responder = read_responder_row(rows);
+        ResponderRow responder = read_responder_row(rows);
         if (applies_to(responder, *mail) &&
             can_response_freq(connection.get(), mail, responder.id, responder.ans_freq,
                               responder.mem_limit) != 0) {
+            leave_out_control_characters(responder);
             forward(connection.get(), mail, responder.id);
             answer(connection.get(), *mail, recipient, repository, responder);
         }

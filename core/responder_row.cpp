@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "core/control_characters.h"
 #include "core/database.h"
 #include "core/mail_content.h"
 
@@ -36,6 +37,21 @@ ResponderRow read_responder_row(const QueryResult& rows) {
             .reply_to = rows.text(8, ""),
             .charset = rows.text(9, "UTF-8"),
             .content_type = rows.text(10, "text/plain")};
+}
+
+std::vector<std::string> make_header_values_safe(ResponderRow& responder) {
+    std::vector<std::string> changes;
+    const auto replace = [&](std::string& value, const char* by, const char* change) {
+        if (has_control_character(value)) {
+            value = by;
+            changes.emplace_back(change);
+        }
+    };
+    replace(responder.reply_to, "", "reply_to holds a control character, left out");
+    replace(responder.charset, "UTF-8", "charset holds a control character, UTF-8 used");
+    replace(responder.content_type, "text/plain",
+            "content_type holds a control character, text/plain used");
+    return changes;
 }
 
 bool applies_to(const ResponderRow& responder, const Mail_content& mail) {

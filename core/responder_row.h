@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "support/db.h"
 
@@ -28,6 +29,11 @@ QueryResult select_responders(MYSQL* connection, const std::string& mailbox_id);
 
 /// Reads the current row of what select_responders returned.
 ResponderRow read_responder_row(const QueryResult& rows);
+
+/// Replaces the values that stand in headers as they are, Reply-To address, charset and content
+/// type, where they hold a control character: with a line end, whoever may write to the panel could
+/// write headers of their own. Returns what was replaced, each as the end of a message about it.
+std::vector<std::string> make_header_values_safe(ResponderRow& responder);
 
 /// Whether the responder is on and its key word, if it has one, occurs where it is looked for.
 /// Compares bytes; an empty key word occurs everywhere.

@@ -11,7 +11,8 @@ constexpr std::size_t kBufferSize = 65536;
 
 }  // namespace
 
-ResponseStream::ResponseStream(int fd, SizeLimit limit) : std::ostream(nullptr), buffer_(fd, limit) {
+ResponseStream::ResponseStream(int fd, SizeLimit limit)
+    : std::ostream(nullptr), buffer_(fd, limit) {
     rdbuf(&buffer_);  // which was constructed after the base; this clears its bad state
 }
 

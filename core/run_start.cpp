@@ -7,9 +7,9 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <string>
 #include <string_view>
 
+#include "core/file_identity.h"
 #include "core/temporary_files.h"
 
 namespace {
@@ -26,13 +26,14 @@ pid_t run_process = -1;
 // The handler of a crash must not need the stack that may have overflowed.
 std::array<char, 16384> crash_stack;
 
-// Handlers do only what is safe in them: unlink, write and _exit.
+// Handlers do only what is safe in them: setfsuid, unlink, write and _exit.
 
 [[noreturn]] void end_by(std::string_view message) {
     constexpr int cannot_become_program = 255;
     if (getpid() != run_process) {
         _exit(cannot_become_program);  // a child on its way to a program; the files are not its own
     }
+    resume_own_file_identity();
     remove_temporary_files();
     const ssize_t written = write(STDERR_FILENO, message.data(), message.size());
     static_cast<void>(written);
@@ -100,13 +101,13 @@ void drop_untrusted_environment() {
     if (getauxval(AT_SECURE) == 0) {
         return;
     }
-    constexpr const char* kept = "RESP_RECIPIENT";
-    const char* value = std::getenv(kept);
-    const std::string recipient = value != nullptr ? value : "";
-    clearenv();
-    if (value != nullptr) {
-        setenv(kept, recipient.c_str(), 1);
+    static std::array<char*, 2> kept{};  // no allocation, which could fail before anything is ready
+    for (char** variable = environ; *variable != nullptr && kept[0] == nullptr; ++variable) {
+        if (std::string_view(*variable).starts_with("RESP_RECIPIENT=")) {
+            kept[0] = *variable;
+        }
     }
+    environ = kept.data();
 }
 
 }  // namespace

@@ -11,6 +11,4 @@
 ///   files and end it with status 0 (see correct_exit); those that were ignored stay ignored.
 /// - A closed pipe and an exceeded file size fail the write; they do not end the process. Programs
 ///   started later find the default for both.
-///
-/// Throws std::bad_alloc.
 void prepare_run();

@@ -20,7 +20,9 @@ class SizeLimit {
     static SizeLimit none() { return SizeLimit(0); }
 
     /// Whether a mail of `size` bytes is larger. One as large as the limit is not.
-    [[nodiscard]] bool is_exceeded_by(off_t size) const { return bytes_ > 0 && size > off_t{bytes_}; }
+    [[nodiscard]] bool is_exceeded_by(off_t size) const {
+        return bytes_ > 0 && size > off_t{bytes_};
+    }
 
   private:
     int bytes_;

@@ -114,6 +114,41 @@ TEST_F(Delivery, TheSizeNoticeTakesThePlaceOfALargerReplyWithoutRemains) {
     EXPECT_EQ(reply(), size_notice());
 }
 
+TEST_F(Delivery, NothingIsComposedBeyondTheSizeLimit) {
+    // Eight GiB that take no room, and a /tmp that has none for them.
+    write_attachment("endless", "");
+    std::filesystem::resize_file(attachment_path("endless"), std::uintmax_t{8} << 30U);
+    add_attachment(1, "endless");
+    set_databytes("1000000");
+    const SmallTmp tmp("size=4m");
+    EXPECT_EQ(reply(), size_notice());
+}
+
+TEST_F(Delivery, NothingIsReadAfterTheFirstWriteThatFails) {
+    write_attachment("endless", "");
+    std::filesystem::resize_file(attachment_path("endless"), std::uintmax_t{1} << 42U);
+    add_attachment(1, "endless");
+    const SmallTmp tmp("size=4m");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(outcome.err,
+                MatchesRegex("autoresponder: Failed to write temporary file with response mail "
+                             "contents '/tmp/tva-response-uu-[A-Za-z0-9]+': No space left on "
+                             "device .28.\n"
+                             "autoresponder: Send error: Failed to generate response mail "
+                             "contents\nSystem error 28: No space left on device\n"));
+}
+
+TEST_F(Delivery, TheSizeNoticeHoldsNoReplyAddressWithALineEnd) {
+    set_databytes("1");
+    sql("update mail_resp set reply_to='desk@example.com\nBcc: all@example.com'");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err,
+              "autoresponder: Responder 1: reply_to holds a control character, left out\n");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].message, size_notice());
+}
+
 TEST_F(Delivery, TheSizeNoticeHoldsTheOwnAddressUnconverted) {
     set_databytes("1");
     sql("update domains set name='пример.example'");
@@ -177,7 +212,8 @@ TEST_F(Delivery, WithoutAMailProgramEveryMailIsTried) {
     remove_mail_program();
     const std::string line =
         "fork_execv: execv(\"/usr/sbin/sendmail\") failed: No such file or directory\n";
-    EXPECT_EQ(answer(plain_message()).err, line + line + line);
+    EXPECT_EQ(answer(plain_message()).err,
+              line + line + "Unable to send mail with notify of not exist attachment.\n" + line);
 }
 
 TEST_F(Delivery, TheMailProgramsStatusHasNoEffect) {

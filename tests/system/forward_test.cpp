@@ -1,5 +1,6 @@
 // Sending the incoming message on to the addresses of a responder.
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <string>
@@ -123,6 +124,25 @@ TEST_F(Forward, WithoutTheCopyOnDiskTheReplyIsStillSent) {
     ASSERT_THAT(outcome.mails, SizeIs(2));
     EXPECT_EQ(outcome.mails[0].message, plain_reply());
     EXPECT_EQ(outcome.mails[1].message, plain_reply());
+}
+
+TEST_F(Forward, ACopyThatIsCutShortIsForwardedSoAndSaid) {
+    add_forward(1, "copy@example.net");
+    const std::string message = message_with({"Subject: Hello"}, std::string(100'000, 'x'));
+    replace_mail_program("ulimit -S -f unlimited; \"$CAPTURE\" \"$@\"\n");
+    const Outcome outcome = run({.message = message, .limits = {{RLIMIT_FSIZE, 4096}}});
+    EXPECT_EQ(outcome.err,
+              "autoresponder: The copy of the message is cut short and is forwarded so: "
+              "File too large (27)\n");
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_EQ(outcome.mails[0].message, message.substr(0, 4096));
+    EXPECT_EQ(outcome.mails[1].message, plain_reply());
+}
+
+TEST_F(Forward, ACopyThatIsCutShortIsNotMentionedUnlessItIsForwarded) {
+    const std::string message = message_with({"Subject: Hello"}, std::string(100'000, 'x'));
+    replace_mail_program("ulimit -S -f unlimited; \"$CAPTURE\" \"$@\"\n");
+    EXPECT_EQ(run({.message = message, .limits = {{RLIMIT_FSIZE, 4096}}}).err, "");
 }
 
 TEST_F(Forward, WithoutANewProcessTheRunGoesOn) {

@@ -70,6 +70,11 @@ void record_user(std::ostream& facts) {
           << "effective_user " << geteuid() << '\n'
           << "real_group " << getgid() << '\n'
           << "effective_group " << getegid() << '\n';
+    std::vector<gid_t> groups(65536);
+    const int count = getgroups(static_cast<int>(groups.size()), groups.data());
+    for (int i = 0; i < count; ++i) {
+        facts << "group " << groups[static_cast<std::size_t>(i)] << '\n';
+    }
 }
 
 void record_input(std::ostream& facts) {

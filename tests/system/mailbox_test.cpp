@@ -112,6 +112,39 @@ TEST_F(Mailbox, QuotesInTheAddressAreEscapedInQueriesAndNotInMessages) {
     EXPECT_EQ(statements().at(0), direct_query("ex\\'ample.com", "o\\'neil\\\\"));
 }
 
+class MailboxWithoutBackslashEscapes : public Mailbox {
+  protected:
+    void SetUp() override {
+        Mailbox::SetUp();
+        before_ = sql("select @@global.sql_mode").at(0).at(0).value();
+        sql("set global sql_mode='NO_BACKSLASH_ESCAPES'");
+    }
+    void TearDown() override { sql("set global sql_mode='" + before_ + "'"); }
+
+  private:
+    std::string before_;
+};
+
+TEST_F(MailboxWithoutBackslashEscapes, QuotesInTheAddressEndNoLiteral) {
+    const Outcome outcome = answer(plain_message(), "o'neil\\@ex'ample.com");
+    EXPECT_EQ(outcome.err, "autoresponder: Mailname not found: o'neil\\@ex'ample.com\n");
+    EXPECT_EQ(statements().at(0), direct_query("ex''ample.com", "o''neil\\"));
+}
+
+TEST_F(MailboxWithoutBackslashEscapes, WhatFollowsAQuoteIsNotRun) {
+    // As long as the quote is escaped with a backslash, this finds every mailbox there is.
+    const Outcome outcome = answer(plain_message(), "x' or 1=1 -- @example.com");
+    EXPECT_EQ(outcome.err, "autoresponder: Mailname not found: x' or 1=1 -- @example.com\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+}
+
+TEST_F(MailboxWithoutBackslashEscapes, AMailboxWithAQuoteIsFound) {
+    sql("update mail set mail_name=\"o'neil\"");
+    const Outcome outcome = answer(plain_message(), "o'neil@example.com");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.mails, SizeIs(1));
+}
+
 TEST_F(Mailbox, OfSeveralMailboxesTheFirstCounts) {
     sql("insert into mail set id=2, mail_name='user', dom_id=1");
     sql("insert into mail_resp set id=2, mn_id=2, resp_on='true', text='The other one'");

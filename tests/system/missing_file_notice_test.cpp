@@ -274,6 +274,17 @@ TEST_F(MissingFileNotice, AMailProgramThatDoesNotReadALargeOneDoesNotEndTheRun) 
     ASSERT_THAT(outcome.mails, SizeIs(2));
     EXPECT_EQ(outcome.mails[0].arguments, notice_arguments());
     EXPECT_EQ(outcome.mails[1].arguments, reply_arguments());
+    EXPECT_EQ(outcome.err, "Unable to send mail with notify of not exist attachment.\n");
+}
+
+TEST_F(MissingFileNotice, HoldsNoReplyAddressWithALineEnd) {
+    sql("update mail_resp set reply_to='desk@example.com\nFrom: admin@example.com\n\nPay here.'");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err,
+              "autoresponder: Responder 1: reply_to holds a control character, left out\n");
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_EQ(outcome.mails[0].message, notice("root@localhost", "gone.txt\n"));
+    EXPECT_EQ(outcome.mails[1].message, plain_reply());
 }
 
 TEST_F(MissingFileNotice, AnAddressThatLooksLikeAnOptionGetsNone) {

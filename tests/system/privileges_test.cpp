@@ -3,10 +3,8 @@
 #include <sys/mount.h>
 #include <sys/prctl.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -19,21 +17,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::SizeIs;
-
-// Whether the world's root may take on the user id kNobody: not so in the user namespace of an
-// ordinary user, who has but one id to give.
-bool nobody_exists() {
-    std::ifstream map("/proc/self/uid_map");
-    std::uint64_t first = 0;
-    std::uint64_t outside = 0;
-    std::uint64_t count = 0;
-    while (map >> first >> outside >> count) {
-        if (first <= kNobody && kNobody < first + count) {
-            return true;
-        }
-    }
-    return false;
-}
 
 class Privileges : public World {
   protected:

@@ -107,8 +107,10 @@ void set_environment(const Invocation& invocation) {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     umask(invocation.umask);
-    bool ready = dup2(in, 0) == 0 && dup2(out, 1) == 1 && dup2(err, 2) == 2 &&
-                 close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
+    bool ready = invocation.groups.empty() ||
+                 setgroups(invocation.groups.size(), invocation.groups.data()) == 0;
+    ready = ready && dup2(in, 0) == 0 && dup2(out, 1) == 1 && dup2(err, 2) == 2 &&
+            close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
     for (const int fd : invocation.closed) {
         close(fd);
     }

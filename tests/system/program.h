@@ -32,10 +32,11 @@ struct Invocation {
     std::vector<int> closed = {};                               // descriptors closed at the start
     std::vector<int> ignored = {};                              // signals ignored at the start
     mode_t umask = 022;
-    bool refuse_fork = false;      // the kernel refuses new processes with EAGAIN
-    bool hold_input_open = false;  // no end of input after the message until end_input()
-    std::string input_path = {};   // opened as standard input in place of the message
-    bool set_user_id = false;      // a set-user-ID copy of the program, started by kNobody
+    std::vector<gid_t> groups = {};  // supplementary groups; none: those of the tests
+    bool refuse_fork = false;        // the kernel refuses new processes with EAGAIN
+    bool hold_input_open = false;    // no end of input after the message until end_input()
+    std::string input_path = {};     // opened as standard input in place of the message
+    bool set_user_id = false;        // a set-user-ID copy of the program, started by kNobody
 };
 
 // What a run left behind.

@@ -193,13 +193,10 @@ TEST_F(ResponderRow, RespondersThatCannotBeReadEndTheRun) {
     }
 }
 
-TEST_F(ResponderRow, ColumnsGoOnBehindAZeroByte) {
+TEST_F(ResponderRow, ColumnsGoOnAfterAZeroByte) {
     const std::string zero(1, '\0');
     EXPECT_EQ(reply("text=concat('before', char(0), 'after')"),
               plain_reply("Re: Hello", "before" + zero + "after"));
-    sql("delete from mail_resp");
-    EXPECT_EQ(reply("text='Gone fishing.', reply_to=concat('a', char(0), 'b')"),
-              "Reply-To: a" + zero + "b\n" + plain_reply());
     EXPECT_EQ(replies("resp_on=concat('false', char(0))"), 1U);
     EXPECT_EQ(replies("key_where=concat('subj', char(0)), keystr='absent'"), 1U);
     EXPECT_EQ(replies("key_where='subj', keystr=concat('Hello', char(0))"), 0U);

@@ -233,4 +233,34 @@ TEST_F(Response, AnEndlessCharsetNameDoesNoHarm) {
     EXPECT_EQ(reply("text='x', charset=repeat('n', 100)"), plain_reply("Re: Hello", "x"));
 }
 
+TEST_F(Response, ValuesOfThePanelWithControlCharactersWriteNoHeaders) {
+    add_responder(1);
+    add_forward(1, "copy@example.net");
+    // Before anything is sent, so that it stands before what the mail program says.
+    replace_mail_program("echo sent >&2; \"$CAPTURE\" \"$@\"\n");
+    const std::string lines =
+        "autoresponder: Responder 1: reply_to holds a control character, left out\n"
+        "autoresponder: Responder 1: charset holds a control character, UTF-8 used\n"
+        "autoresponder: Responder 1: content_type holds a control character, text/plain used\n";
+    for (const char* control : {"\\n", "\\r", "\\t", "\\0", "\x7f"}) {
+        SCOPED_TRACE(control);
+        const std::string value = std::string("a") + control + "Bcc: all@example.com";
+        sql("update mail_resp set reply_to='" + value + "', charset='" + value +
+            "', content_type='" + value + "'");
+        sql("delete from resp_freq");
+        const Outcome outcome = answer(plain_message());
+        EXPECT_EQ(outcome.err, lines + "sent\nsent\n");
+        ASSERT_THAT(outcome.mails, SizeIs(2));
+        EXPECT_EQ(outcome.mails[1].message, plain_reply());
+    }
+}
+
+TEST_F(Response, ARowThatDoesNotAnswerIsNotReportedForItsValues) {
+    add_responder(1);
+    sql("update mail_resp set reply_to='a\\nb', ans_freq='0'");
+    EXPECT_EQ(answer(plain_message()).err, "");
+    sql("update mail_resp set reply_to='a\\nb', ans_freq='1', resp_on='false'");
+    EXPECT_EQ(answer(plain_message()).err, "");
+}
+
 }  // namespace

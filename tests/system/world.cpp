@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -80,6 +81,8 @@ void read_facts(const fs::path& path, Submission& mail) {
             mail.real_group = static_cast<unsigned>(std::stoul(value));
         } else if (name == "effective_group") {
             mail.effective_group = static_cast<unsigned>(std::stoul(value));
+        } else if (name == "group") {
+            mail.groups.push_back(static_cast<unsigned>(std::stoul(value)));
         }
     }
     std::sort(mail.descriptors.begin(), mail.descriptors.end());
@@ -258,6 +261,19 @@ std::vector<std::string> World::lines_of(const std::string& path) {
         lines.push_back(line);
     }
     return lines;
+}
+
+bool nobody_exists() {
+    std::ifstream map("/proc/self/uid_map");
+    std::uint64_t first = 0;
+    std::uint64_t outside = 0;
+    std::uint64_t count = 0;
+    while (map >> first >> outside >> count) {
+        if (first <= kNobody && kNobody < first + count) {
+            return true;
+        }
+    }
+    return false;
 }
 
 SmallTmp::SmallTmp(const std::string& options) {

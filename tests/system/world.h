@@ -31,6 +31,7 @@ struct Submission {
     unsigned effective_user = 0;
     unsigned real_group = 0;
     unsigned effective_group = 0;
+    std::vector<unsigned> groups;  // supplementary ones
 };
 
 struct Outcome {
@@ -120,6 +121,10 @@ class SmallTmp {
     SmallTmp& operator=(SmallTmp&&) = delete;
     ~SmallTmp();
 };
+
+// Whether the world's root may take on the user id kNobody: not so in the user namespace of an
+// ordinary user, who has but one id to give.
+bool nobody_exists();
 
 // What the server says when it comes to a spoilt row.
 extern const std::string kRowFailure;

@@ -15,7 +15,7 @@ class AttachmentPart : public testing::Test {
   protected:
     [[nodiscard]] std::string written(const std::string& name) const {
         std::ostringstream out;
-        write_attachment_part(out, AttachmentRepository(directory_.path()), name);
+        write_attachment_part(out, AttachmentRepository(directory_.path(), "."), name);
         return out.str();
     }
 
@@ -91,7 +91,7 @@ TEST_F(AttachmentPart, OfAFileThatCannotBeReadIsReportedAndLeftEmpty) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(body("gone"), "\n");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "autoresponder: Failed to read attachement file '" + directory_.path("gone") +
+              "autoresponder: Failed to read attachement file '" + directory_.path("./gone") +
                   "': No such file or directory (2)\n");
 }
 
@@ -101,7 +101,7 @@ TEST_F(AttachmentPart, IsReadNoFurtherThanTheStreamTakesIt) {
     std::filesystem::resize_file(directory_.path("endless"), std::uintmax_t{1} << 42);
     std::ostringstream out;
     out.setstate(std::ios_base::badbit);
-    write_attachment_part(out, AttachmentRepository(directory_.path()), "endless");
+    write_attachment_part(out, AttachmentRepository(directory_.path(), "."), "endless");
     EXPECT_EQ(out.str(), "");
 }
 

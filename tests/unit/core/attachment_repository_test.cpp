@@ -19,12 +19,12 @@ namespace {
 class Repository : public testing::Test {
   protected:
     [[nodiscard]] bool has(const std::string& name) const {
-        return AttachmentRepository(directory_.path()).has(name);
+        return AttachmentRepository(directory_.path(), ".").has(name);
     }
 
     // The errno value of opening the file, 0 if that succeeds.
     [[nodiscard]] int error_of(const std::string& name) const {
-        const auto file = AttachmentRepository(directory_.path()).open(name);
+        const auto file = AttachmentRepository(directory_.path(), ".").open(name);
         EXPECT_EQ(static_cast<bool>(file.descriptor), file.error == 0);
         return file.error;
     }
@@ -53,7 +53,7 @@ TEST_F(Repository, HasNoDanglingLink) {
 
 TEST_F(Repository, OpensAFileForReading) {
     directory_.put("file", "text");
-    const auto file = AttachmentRepository(directory_.path()).open("file");
+    const auto file = AttachmentRepository(directory_.path(), ".").open("file");
     EXPECT_EQ(file.error, 0);
     std::string text(10, '\0');
     const ssize_t length = read(file.descriptor.get(), text.data(), text.size());
@@ -88,6 +88,66 @@ TEST_F(Repository, DoesNotOpenASocket) {
     ASSERT_EQ(bind(socket_file.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
               0);
     EXPECT_EQ(error_of("socket"), ENXIO);
+}
+
+TEST_F(Repository, RefusesANameThatLeadsOutOfIt) {
+    std::filesystem::create_directory(directory_.path("sub"));
+    directory_.put("file", "x");
+    for (const char* name : {"..", "../file", "sub/../file", "sub/..", "/../x"}) {
+        EXPECT_TRUE(has(name)) << name;
+        EXPECT_EQ(error_of(name), EACCES) << name;
+    }
+}
+
+TEST_F(Repository, TakesDotsWithinANameForDots) {
+    directory_.put("..file..", "x");
+    EXPECT_EQ(error_of("..file.."), 0);
+    EXPECT_EQ(error_of("...x"), ENOENT);
+}
+
+TEST_F(Repository, OpensFilesInSubdirectoriesHoweverTheirNameIsWritten) {
+    std::filesystem::create_directory(directory_.path("sub"));
+    directory_.put("sub/file", "x");
+    for (const char* name : {"sub/file", "sub//file", "/sub/file", "./sub/./file"}) {
+        EXPECT_EQ(error_of(name), 0) << name;
+    }
+}
+
+TEST_F(Repository, TakesANameThatEndsInASlashForADirectory) {
+    std::filesystem::create_directory(directory_.path("sub"));
+    directory_.put("file", "x");
+    EXPECT_TRUE(has("sub/"));
+    EXPECT_EQ(error_of("sub/"), EISDIR);
+    EXPECT_FALSE(has("file/"));
+    EXPECT_FALSE(has("file/."));
+}
+
+TEST_F(Repository, FollowsLinksUpToALimit) {
+    // The absolute link goes through a directory that anybody may write to.
+    std::filesystem::permissions(directory_.path(), std::filesystem::perms(0755));
+    directory_.put("file", "x");
+    std::filesystem::create_symlink("file", directory_.path("link"));
+    std::filesystem::create_symlink(directory_.path("link"), directory_.path("absolute"));
+    std::filesystem::create_symlink("loop", directory_.path("loop"));
+    EXPECT_EQ(error_of("link"), 0);
+    EXPECT_EQ(error_of("absolute"), 0);
+    EXPECT_EQ(error_of("loop"), ELOOP);
+    EXPECT_FALSE(has("loop"));
+}
+
+TEST_F(Repository, HasNoNameThatIsTooLong) {
+    EXPECT_FALSE(has(std::string(300, 'x')));
+    std::string path;
+    while (path.size() < 5000) {
+        path += "./";
+    }
+    EXPECT_FALSE(has(path));
+}
+
+TEST(RepositoryThatIsMissing, HasNothing) {
+    const AttachmentRepository repository("/nonexistent", "domain/mailbox/@attachments");
+    EXPECT_FALSE(repository.has("file"));
+    EXPECT_EQ(repository.open("file").error, ENOENT);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "core/responder_row.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "core/mail_content.h"
@@ -59,6 +60,34 @@ TEST(ResponderRow, AnyOtherPlaceIsNoCondition) {
     EXPECT_TRUE(applies_to(responder("no", "nowhere"), mail()));
     EXPECT_TRUE(applies_to(responder("Subj", "nowhere"), mail()));
     EXPECT_TRUE(applies_to(responder("", "nowhere"), mail()));
+}
+
+TEST(HeaderValues, StayAsTheyAreWithoutControlCharacters) {
+    ResponderRow row;
+    row.reply_to = "\"The desk\" <desk@b\xC3\xBC.example>";
+    row.charset = "KOI8-R";
+    row.content_type = "text/html";
+    EXPECT_TRUE(make_header_values_safe(row).empty());
+    EXPECT_EQ(row.reply_to, "\"The desk\" <desk@b\xC3\xBC.example>");
+    EXPECT_EQ(row.charset, "KOI8-R");
+    EXPECT_EQ(row.content_type, "text/html");
+}
+
+TEST(HeaderValues, EachWithAControlCharacterIsReplacedAndNamed) {
+    for (const std::string& control : {"\n"s, "\r"s, "\t"s, "\0"s, "\x1F"s, "\x7F"s}) {
+        ResponderRow row;
+        row.reply_to = "a" + control;
+        row.charset = control + "b";
+        row.content_type = "c" + control + "d";
+        EXPECT_THAT(
+            make_header_values_safe(row),
+            testing::ElementsAre("reply_to holds a control character, left out",
+                                 "charset holds a control character, UTF-8 used",
+                                 "content_type holds a control character, text/plain used"));
+        EXPECT_EQ(row.reply_to, "");
+        EXPECT_EQ(row.charset, "UTF-8");
+        EXPECT_EQ(row.content_type, "text/plain");
+    }
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ ResponderRow responder() {
 
 std::string written(const ResponderRow& row, const std::vector<std::string>& attachments = {},
                     const std::string& directory = "") {
-    const AttachmentRepository repository(directory);
+    const AttachmentRepository repository(directory, ".");
     const std::string boundary = "BOUNDARY";
     std::ostringstream out;
     write_response(out, mail(), row, {repository, attachments, boundary});

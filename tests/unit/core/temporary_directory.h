@@ -1,12 +1,12 @@
 #pragma once
 
+#include <stdlib.h>
+
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include <stdlib.h>
 
 /// A directory of a test's own, removed with all that is in it.
 class TemporaryDirectory {
