@@ -15,8 +15,8 @@ struct FileIdentity {
 inline constexpr FileIdentity kNobody = {65534, 65534};
 
 /// While it lives, the process has the rights of `identity` over files and no others: neither
-/// supplementary groups nor root's capabilities. Whom a signal or another process may reach does not
-/// change. Only root can assume another identity.
+/// supplementary groups nor root's capabilities. Whom a signal or another process may reach does
+/// not change. Only root can assume another identity.
 class AssumedIdentity {
   public:
     explicit AssumedIdentity(FileIdentity identity);

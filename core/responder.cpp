@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "core/attachment_repository.h"
 #include "core/attachments.h"
@@ -32,25 +33,18 @@ Mailbox mailbox_of_recipient(MYSQL* connection, const EscapedAddress& recipient,
     return std::move(*mailbox);
 }
 
-void tell_owner_of_missing_files(MYSQL* connection, const Mail_content& mail,
-                                 const EscapedAddress& recipient, const ResponderRow& responder,
-                                 const std::string& missing) {
-    const auto notice = prepare_missing_file_notice(connection, recipient, responder, missing);
-    if (notice) {
-        send_missing_file_notice(*notice, mail);
+// The responders of the mailbox that apply to the message, in the server's order.
+std::vector<ResponderRow> applying_responders(MYSQL* connection, const Mailbox& mailbox,
+                                              const Mail_content& mail) {
+    std::vector<ResponderRow> responders;
+    QueryResult rows = select_responders(connection, mailbox.id);
+    while (rows.fetch()) {
+        ResponderRow responder = read_responder_row(rows);
+        if (applies_to(responder, mail)) {
+            responders.push_back(std::move(responder));
+        }
     }
-}
-
-void answer(MYSQL* connection, const Mail_content& mail, const EscapedAddress& recipient,
-            const AttachmentRepository& repository, const ResponderRow& responder) {
-    // Every answer takes the next boundary of the run, whether or not it attaches anything.
-    const std::string boundary = makeBoundaryStr();
-    const ResponseFile file;
-    const Attachments attachments = find_attachments(connection, responder.id, repository);
-    if (!attachments.missing.empty()) {
-        tell_owner_of_missing_files(connection, mail, recipient, responder, attachments.missing);
-    }
-    send_response(file, mail, responder, {repository, attachments.present, boundary});
+    return responders;
 }
 
 void leave_out_control_characters(ResponderRow& responder) {
@@ -59,25 +53,51 @@ void leave_out_control_characters(ResponderRow& responder) {
     }
 }
 
+// What an answer needs from the database.
+struct Answer {
+    Attachments attachments;
+    std::optional<MissingFileNotice> notice;
+};
+
+Answer prepare_answer(MYSQL* connection, const EscapedAddress& recipient,
+                      const AttachmentRepository& repository, const ResponderRow& responder) {
+    Answer answer;
+    answer.attachments = find_attachments(connection, responder.id, repository);
+    if (!answer.attachments.missing.empty()) {
+        answer.notice = prepare_missing_file_notice(connection, recipient, responder,
+                                                    answer.attachments.missing);
+    }
+    return answer;
+}
+
 }  // namespace
 
 int db_mail_act(Mail_content* mail) {
     EscapedAddress recipient = escape_recipient(*mail);
-    const tolva::db::ConnectionHandle connection = connect_or_end_run();
+    tolva::db::ConnectionHandle connection = connect_or_end_run();
     adapt_to_session(recipient, connection.get(), *mail);
     const Mailbox mailbox = mailbox_of_recipient(connection.get(), recipient, *mail);
     const AttachmentRepository repository(mailbox);
 
-    QueryResult rows = select_responders(connection.get(), mailbox.id);
-    while (rows.fetch()) {
-        ResponderRow responder = read_responder_row(rows);
-        if (applies_to(responder, *mail) &&
-            can_response_freq(connection.get(), mail, responder.id, responder.ans_freq,
-                              responder.mem_limit) != 0) {
-            leave_out_control_characters(responder);
-            forward(connection.get(), mail, responder.id);
-            answer(connection.get(), *mail, recipient, repository, responder);
+    std::vector<ResponderRow> responders = applying_responders(connection.get(), mailbox, *mail);
+    for (ResponderRow& responder : responders) {
+        if (can_response_freq(connection.get(), mail, responder.id, responder.ans_freq,
+                              responder.mem_limit) == 0) {
+            continue;
         }
+        leave_out_control_characters(responder);
+        forward(connection.get(), mail, responder.id);
+        // Every answer takes the next boundary of the run, whether or not it attaches anything.
+        const std::string boundary = makeBoundaryStr();
+        const ResponseFile file;
+        const Answer answer = prepare_answer(connection.get(), recipient, repository, responder);
+        if (&responder == &responders.back()) {
+            connection.reset();  // others may be waiting for it while the mail program runs
+        }
+        if (answer.notice) {
+            send_missing_file_notice(*answer.notice, *mail);
+        }
+        send_response(file, *mail, responder, {repository, answer.attachments.present, boundary});
     }
     return 0;
 }

@@ -1,6 +1,7 @@
-// What the owner of a mailbox, who is not root, can make the program give away: nothing but what the
-// owner could read anyway.
+// What the owner of a mailbox, who is not root, can make the program give away: nothing but what
+// the owner could read anyway.
 
+#include <grp.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,7 +14,6 @@
 #include <string_view>
 
 #include <gmock/gmock.h>
-#include <grp.h>
 #include <gtest/gtest.h>
 
 #include "tests/system/mail_reader.h"

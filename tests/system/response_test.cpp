@@ -244,9 +244,10 @@ TEST_F(Response, ValuesOfThePanelWithControlCharactersWriteNoHeaders) {
         "autoresponder: Responder 1: content_type holds a control character, text/plain used\n";
     for (const char* control : {"\\n", "\\r", "\\t", "\\0", "\x7f"}) {
         SCOPED_TRACE(control);
-        const std::string value = std::string("a") + control + "Bcc: all@example.com";
-        sql("update mail_resp set reply_to='" + value + "', charset='" + value +
-            "', content_type='" + value + "'");
+        const std::string value = std::string("'a") + control + "Bcc: all@example.com'";
+        for (const char* column : {"reply_to", "charset", "content_type"}) {
+            sql(std::string("update mail_resp set ").append(column).append("=").append(value));
+        }
         sql("delete from resp_freq");
         const Outcome outcome = answer(plain_message());
         EXPECT_EQ(outcome.err, lines + "sent\nsent\n");
