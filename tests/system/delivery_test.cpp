@@ -251,6 +251,26 @@ TEST_F(Delivery, TheMailProgramIsAwaited) {
     EXPECT_THAT(outcome.mails, SizeIs(2));
 }
 
+TEST_F(Delivery, TheLastReplyKeepsNoConnectionBusy) {
+    add_responder(2);
+    // Says how many connections the panel's user has, waiting some seconds for there to be none.
+    replace_mail_program(
+        "for ((tries = 0; tries < 30; tries++)); do\n"
+        "  count=$(mariadb --no-defaults --user=root --skip-column-names --execute=\""
+        "select count(*) from information_schema.processlist where user='admin'\")\n"
+        "  ((count > 0)) || break\n"
+        "  [[ -e /world/first-is-sent ]] || break\n"
+        "  sleep 0.1\n"
+        "done\n"
+        "touch /world/first-is-sent\n"
+        "echo \"$count\" >&2\n"
+        "exec \"$CAPTURE\" \"$@\"\n");
+    const Outcome outcome = answer(plain_message());
+    std::filesystem::remove("/world/first-is-sent");
+    EXPECT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_EQ(outcome.err, "1\n0\n");
+}
+
 TEST_F(Delivery, WhatTheMailProgramSaysPassesThrough) {
     replace_mail_program("cat >/dev/null; echo to standard output; echo to standard error >&2\n");
     const Outcome outcome = answer(plain_message());
