@@ -1,5 +1,7 @@
 #include "core/database.h"
 
+#include <mysqld_error.h>
+
 #include <new>
 
 #include "core/run_end.h"
@@ -23,7 +25,20 @@ std::string QueryResult::text(unsigned int index, std::string_view when_null) co
     return std::string(column(index).value_or(when_null));
 }
 
-QueryResult send_statement(MYSQL* connection, const std::string& statement) {
+namespace {
+
+constexpr int kRepetitions = 3;
+
+// Whether the server has undone the statement that has just failed, and nothing else, so that it
+// may be sent again. Without autocommit it has undone earlier statements, too. A lock wait that ran
+// into its limit is not repeated: the server has waited as long as its administrator lets it, and
+// others may have been waiting for this connection meanwhile.
+bool was_rolled_back(MYSQL* connection) {
+    return mysql_errno(connection) == ER_LOCK_DEADLOCK &&
+           (connection->server_status & SERVER_STATUS_AUTOCOMMIT) != 0;
+}
+
+QueryResult send_once(MYSQL* connection, const std::string& statement) {
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
         return {QueryResult::Outcome::kRefused, mysql_error(connection)};
     }
@@ -32,6 +47,17 @@ QueryResult send_statement(MYSQL* connection, const std::string& statement) {
         return {QueryResult::Outcome::kUnreadable, mysql_error(connection)};
     }
     return QueryResult(rows);
+}
+
+}  // namespace
+
+QueryResult send_statement(MYSQL* connection, const std::string& statement) {
+    QueryResult result = send_once(connection, statement);
+    for (int left = kRepetitions; left > 0 && !result.answered() && was_rolled_back(connection);
+         --left) {
+        result = send_once(connection, statement);
+    }
+    return result;
 }
 
 QueryResult rows_or_end_run(MYSQL* connection, const std::string& statement,

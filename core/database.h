@@ -55,6 +55,11 @@ class QueryResult {
 inline constexpr std::string_view kStatementFailed = "autoresponder: Unable to exec query :";
 
 /// Sends `statement` and reads its rows. The one way by which the core asks the database anything.
+///
+/// A statement that the server undid because of a deadlock, or because another node of its cluster
+/// changed the same rows first, is sent again, at most three times. This is for sessions with
+/// autocommit, where nothing else is undone with it; without, the deadlock is a failure like
+/// others.
 QueryResult send_statement(MYSQL* connection, const std::string& statement);
 
 /// The same; throws EndOfRun with `failure` and the reason unless the statement was answered.
