@@ -136,13 +136,12 @@ FaultyLibrary::~FaultyLibrary() {
     fault = LibraryFault::none;
 }
 
-ChildRun status_beside_world(const std::function<int()>& body) {
-    return run_in_child([&body] { end_child(body()); });
-}
-
-void end_child(int status) {
-    std::fflush(nullptr);
-    _exit(status);
+ChildRun run_beside_world(const std::function<void()>& body) {
+    return run_in_child([&body] {
+        body();
+        std::fflush(nullptr);
+        _exit(0);
+    });
 }
 
 ConnectionHandle connect_as_root() {

@@ -53,12 +53,9 @@ class AdminPassword {
     ~AdminPassword();
 };
 
-/// status_in_child() without exit(3): the world's own connection, which its end would close, is the
+/// run_in_child() without exit(3): the world's own connection, which its end would close, is the
 /// parent's.
-ChildRun status_beside_world(const std::function<int()>& body);
-
-/// Ends such a child.
-[[noreturn]] void end_child(int status);
+ChildRun run_beside_world(const std::function<void()>& body);
 
 /// What the client library and a real server do not do on demand.
 enum class LibraryFault {

@@ -4,12 +4,13 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/db_handle.h"
@@ -22,13 +23,14 @@
 namespace {
 
 using testing_support::AdminPassword;
+using testing_support::error_name;
 using testing_support::FaultyLibrary;
 using testing_support::LibraryFault;
 using testing_support::MissingPasswordFile;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query;
-using testing_support::status_beside_world;
+using testing_support::run_beside_world;
 using tolva::db::ConnectionHandle;
 
 using DbConnect = World;
@@ -357,12 +359,12 @@ TEST_F(DbConnect, RawGivesNoConnectionThatReportsAnErrorNumber) {
 }
 
 TEST_F(DbConnect, LogsTheReasonOfAFailure) {
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         PROGNAME = "/usr/bin/tool";
         const PasswordFile file("wrong\n");
-        return db_connect() == nullptr ? 0 : 1;
+        note("connected:", db_connect() != nullptr);
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "connected: false\n");
     EXPECT_EQ(run.err,
               "tool: Unable to connect to Tolva Database: Access denied for user "
               "'admin'@'localhost' (using password: YES)\n");
@@ -371,56 +373,67 @@ TEST_F(DbConnect, LogsTheReasonOfAFailure) {
 
 TEST_F(DbConnect, LogsAFailureOfTheSystemWithItsNumber) {
     const MissingPasswordFile missing;
-    const ChildRun run =
-        status_beside_world([] { return db_connect() == nullptr && errno == ENOENT ? 0 : 1; });
-    EXPECT_EQ(run.status, 0);
+    const ChildRun run = run_beside_world([] {
+        const bool connected = db_connect() != nullptr;
+        note("connected:", connected, error_name());
+    });
+    EXPECT_EQ(run.noted, "connected: false ENOENT\n");
     EXPECT_EQ(run.err,
               "Unable to open admin password file: No such file or directory\n"
               "System error 2: No such file or directory\n");
 }
 
-// These begin in a process where nothing of the database has been called yet.
+// These begin in a process where nothing of the database has been called yet, and tell on its
+// standard error what they saw there.
 template <class Fixture>
 class FreshProcess : public Fixture {
   protected:
     FreshProcess() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
     // At once: a connection is lost on purpose, which a sanitizer would find at exit(3).
-    [[noreturn]] static void end(bool passed) { testing_support::end_child(passed ? 0 : 1); }
+    [[noreturn]] static void end(const std::string& seen) {
+        std::fputs(seen.c_str(), stderr);
+        _exit(0);
+    }
 };
 
 using DbFreshProcess = FreshProcess<World>;
 using DbFreshLibrary = FreshProcess<testing::Test>;
 
-bool finds_out_mode_once() {
-    const bool unknown = tolva_db_mysql41_compatible_raw() == -1;
+std::string modes_of_a_new_process() {
+    std::string seen = std::to_string(tolva_db_mysql41_compatible_raw());
     const long before = open_descriptors();
-    const bool known = db_is_mysql41_compatible() == 0 && db_is_mysql41_compatible() == 0 &&
-                       tolva_db_mysql41_compatible_raw() == 0;
-    const bool one_connection_left = open_descriptors() == before + 1;
-    return unknown && known && one_connection_left;
+    for (const int mode : {db_is_mysql41_compatible(), db_is_mysql41_compatible(),
+                           tolva_db_mysql41_compatible_raw()}) {
+        seen += " " + std::to_string(mode);
+    }
+    return seen + ", connections left open: " + std::to_string(open_descriptors() - before);
 }
 
 TEST_F(DbFreshProcess, TheModeIsUnknownUntilASessionIsSetUp) {
-    EXPECT_EXIT(end(finds_out_mode_once()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(end(modes_of_a_new_process()), ::testing::ExitedWithCode(0),
+                testing::Eq("-1 0 0 0, connections left open: 1"));
 }
 
 TEST_F(DbFreshProcess, TheModeStaysUnknownAfterAFailedSetUp) {
     database().allow_statements(2);
-    EXPECT_EXIT(end(db_is_mysql41_compatible() == -1), ::testing::ExitedWithCode(0),
-                "DB error \\(mysql41 compatible query\\) 1226");
+    EXPECT_EXIT(end("mode: " + std::to_string(db_is_mysql41_compatible())),
+                ::testing::ExitedWithCode(0),
+                testing::AllOf(testing::StartsWith("DB error (mysql41 compatible query) 1226"),
+                               testing::EndsWith("mode: -1")));
 }
 
-bool escapes_without_connection() {
+std::string escaped_without_connection() {
     db_library_init();
     db_library_init();
     std::array<char, 20> escaped{};
-    return mysql_escape_string(escaped.data(), "it's", 4) == 5 &&
-           std::strcmp(escaped.data(), "it\\'s") == 0;
+    const unsigned long length = mysql_escape_string(escaped.data(), "it's", 4);
+    return {escaped.data(), length};
 }
 
 TEST_F(DbFreshLibrary, EscapesWithoutAConnection) {
-    EXPECT_EXIT(end(escapes_without_connection()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(end(escaped_without_connection()), ::testing::ExitedWithCode(0),
+                testing::Eq("it\\'s"));
 }
 
 std::string reason_without_server() {
@@ -429,10 +442,9 @@ std::string reason_without_server() {
 }
 
 TEST_F(DbFreshLibrary, AMissingServerIsReported) {
-    EXPECT_EXIT(end(reason_without_server() ==
-                    "Unable to connect to Tolva Database: Can't connect to local server through "
-                    "socket '/no/such/socket' (2)"),
-                ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(end(reason_without_server()), ::testing::ExitedWithCode(0),
+                testing::Eq("Unable to connect to Tolva Database: Can't connect to local server "
+                            "through socket '/no/such/socket' (2)"));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/private_directory.h"
+#include "tests/unit/support/process_state.h"
 
 namespace {
 
@@ -143,9 +144,9 @@ TEST(Messlog, ErrnoIsKept) {
     const ChildRun run = run_in_child([] {
         errno = ENOENT;
         messlog2(0, 0, "%s", std::string(5000, 'x').c_str());
-        std::exit(errno == ENOENT ? 0 : 1);
+        note(testing_support::error_name());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "ENOENT\n");
 }
 
 TEST(Messlog, FormattingSeesTheErrnoOfTheCall) {
@@ -173,9 +174,10 @@ TEST(Messlog, FixedTextIsReportedWithoutMemoryForTheMessage) {
             errno = ENOENT;
             const FailingAllocation failing(1);
             messlog2(status, 0, "text");
-            std::exit(errno == ENOENT ? 0 : 2);
+            note(testing_support::error_name());
         });
         EXPECT_EQ(run.status, status);
+        EXPECT_EQ(run.noted, status == 0 ? "ENOENT\n" : "");
         EXPECT_EQ(run.err, expected);
         EXPECT_EQ(run.out, expected);
     }
@@ -230,12 +232,12 @@ TEST(MesslogSetEnd, FunctionThatReturnsLetsTheReporterReturn) {
 
 TEST(MesslogSetEnd, GivesTheFunctionBeforeAndNullSetsExitAgain) {
     const ChildRun run = run_in_child([] {
-        if (messlog_set_end(note_end) != std::exit || messlog_set_end(nullptr) != note_end ||
-            messlog_set_end(nullptr) != std::exit) {
-            std::exit(1);
-        }
+        note("exit:", messlog_set_end(note_end) == std::exit);
+        note("set:", messlog_set_end(nullptr) == note_end);
+        note("exit:", messlog_set_end(nullptr) == std::exit);
         messlog2(9, 0, "text");
     });
+    EXPECT_EQ(run.noted, "exit: true\nset: true\nexit: true\n");
     EXPECT_EQ(run.status, 9);
 }
 

@@ -22,8 +22,9 @@
 
 namespace {
 
-using testing_support::exited_with;
+using testing_support::has_children;
 using testing_support::open_descriptors;
+using testing_support::outcome;
 using testing_support::TestPipe;
 
 using PopenStream = basic_handlestream<PipeCloseStrategy, OutputStreamStrategy>;
@@ -105,7 +106,7 @@ TEST(OfdPipestream, FeedsAProgramThatIsWaitedFor) {
     }
     int status = -1;
     EXPECT_EQ(waitpid(pid, &status, WUNTRACED), pid);
-    EXPECT_TRUE(exited_with(status, 0));
+    EXPECT_EQ(outcome(status), "exit 0");
     EXPECT_EQ(out.text(), "100000\n");
 }
 
@@ -119,7 +120,7 @@ TEST(OfdPipestream, OverABareDescriptorDoesNotWaitForAProcess) {
     ends.close_read_end();
     int status = -1;
     EXPECT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(exited_with(status, 3));
+    EXPECT_EQ(outcome(status), "exit 3");
 }
 
 TEST(OfdPipestream, CannotBeUsedOverADescriptorThatIsNotOpen) {
@@ -141,19 +142,19 @@ TEST(OfdPipestream, ClosesADescriptorThatItCannotUse) {
 }
 
 TEST(OfdPipestream, AReaderThatHasGoneShowsInTheStreamWhereSigpipeIsIgnored) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         signal(SIGPIPE, SIG_IGN);
         TestPipe ends;
         ends.close_read_end();
         ofd_pipestream stream(ends.release_write_end());
         stream << "text" << std::flush;
-        return stream.bad() ? 0 : 1;
+        note("bad:", stream.bad());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "bad: true\n");
 }
 
 TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         signal(SIGPIPE, SIG_IGN);
         TestPipe ends;
         ends.close_read_end();
@@ -162,37 +163,36 @@ TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
             ofd_pipestream stream(ends.release_write_end());
             stream << "text";
         }
-        return open_descriptors() == before - 1 ? 0 : 1;
+        note("closed:", before - open_descriptors());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "closed: 1\n");
 }
 
 TEST(Handlestream, OverAPopenStreamSendsAllAndWaits) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         const long before = open_descriptors();
         {
             PopenStream stream(popen("sleep 0.1; cat; echo end", "w"));
             stream << "first\n" << std::string(20000, 'x') << "\nlast\n";
         }
-        return testing_support::has_children() || open_descriptors() != before ? 1 : 0;
+        note("children:", has_children(), "descriptors:", open_descriptors() - before);
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "children: false descriptors: 0\n");
     EXPECT_EQ(run.out, "first\n" + std::string(20000, 'x') + "\nlast\nend\n");
 }
 
 TEST(Handlestream, KeepsTheOrderWithWhatTheStdioStreamHadBefore) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         FILE* process = popen("cat", "w");
         std::fputs("before ", process);
         PopenStream stream(process);
         stream << "after\n";
-        return 0;
     });
     EXPECT_EQ(run.out, "before after\n");
 }
 
 TEST(Handlestream, SurvivesAProcessThatEndsWithoutReading) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         signal(SIGPIPE, SIG_IGN);
         FILE* process = popen("exit 0", "w");
         siginfo_t ended{};
@@ -201,9 +201,9 @@ TEST(Handlestream, SurvivesAProcessThatEndsWithoutReading) {
             PopenStream stream(process);
             stream << "nobody reads this";
         }
-        return testing_support::has_children() ? 1 : 0;
+        note("children:", has_children());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "children: false\n");
 }
 
 TEST(Handlestream, OverNoStdioStreamCannotBeUsed) {
