@@ -132,10 +132,11 @@ int fork_execv_getoutput(char** output, const char* path, ...) {
     return getoutput(output, path, argv.get());
 }
 
-int read_to_buf(int fd, char** buf, size_t* length) {
-    OutputBuffer buffer(*buf, *length);
+int read_to_buf(int fd, char** buf, size_t* length, size_t* capacity) {
+    OutputBuffer buffer(*buf, *length, *capacity);
     const OutputBuffer::Outcome outcome = tolva::read_and_report(buffer, fd);
     *length = buffer.length();
+    *capacity = buffer.capacity();
     *buf = buffer.release();
     switch (outcome) {
         case OutputBuffer::Outcome::ended:

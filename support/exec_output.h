@@ -49,14 +49,16 @@ int popen_exec(const char* command);
  * error and ends with status 255. */
 int fork_execv_getoutput(char** output, const char* path, ...) __attribute__((sentinel));
 
-/* Reads a descriptor into a buffer that grows as needed. *buf and *length are null and 0 at first,
- * and then what the last call left there; the text may hold zero bytes and has a NUL behind it.
- * Gives 0 at end of file and 1 when a non-blocking descriptor has nothing more for now. On failure
- * gives -1 with errno and reports one of
+/* Reads a descriptor to the end of a text, which grows as needed: *buf is a block of *capacity
+ * bytes from malloc(3) whose first *length bytes are used, or null to begin with. All three are
+ * updated, also on failure, and the caller frees *buf with free(3). The text may hold zero bytes
+ * and is followed by a NUL.
+ *
+ * Returns 0 at end of file and 1 when a non-blocking descriptor has nothing more for now. On
+ * failure keeps what was read before, returns -1 with errno and reports one of
  *     Cannot allocate memory
- *     fork_exec*: read(pipe) failed: <reason>
- * what was read before stays in *buf. */
-int read_to_buf(int fd, char** buf, size_t* length);
+ *     fork_exec*: read(pipe) failed: <reason> */
+int read_to_buf(int fd, char** buf, size_t* length, size_t* capacity);
 
 /* Run path with the caller's standard input and collect its standard output and standard error, for
  * as long as both last, through two non-blocking pipes; a null pointer for out or err connects that

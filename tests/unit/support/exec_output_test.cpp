@@ -7,9 +7,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -20,6 +20,7 @@
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"
 #include "tests/unit/support/process_state.h"
+#include "tests/unit/support/test_pipe.h"
 
 namespace {
 
@@ -29,6 +30,7 @@ using testing_support::next_descriptor;
 using testing_support::NoMoreDescriptors;
 using testing_support::open_descriptors;
 using testing_support::outcome;
+using testing_support::TestPipe;
 
 constexpr char kShell[] = "/bin/sh";
 constexpr char kAgain[] = "\nSystem error 11: Resource temporarily unavailable\n";
@@ -318,45 +320,70 @@ TEST(ForkExecvGetoutput, AFailedWaitIsReported) {
     EXPECT_EQ(run.err, "error:\nNo child processes\nSystem error 10: No child processes\n");
 }
 
+// A buffer that read_to_buf fills, none at first or with a text of the test's own.
+class GrowingText {
+  public:
+    GrowingText() = default;
+    explicit GrowingText(const char* text)
+        : text_(strdup(text)), length_(std::strlen(text)), capacity_(length_ + 1) {}
+    GrowingText(const GrowingText&) = delete;
+    GrowingText& operator=(const GrowingText&) = delete;
+    ~GrowingText() { std::free(text_); }
+
+    int read(int fd) { return read_to_buf(fd, &text_, &length_, &capacity_); }
+    bool allocated() const { return text_ != nullptr; }
+    std::string text() const { return {text_, length_}; }
+    std::string c_string() const { return text_; }
+
+  private:
+    char* text_ = nullptr;
+    size_t length_ = 0;
+    size_t capacity_ = 0;
+};
+
 TEST(ReadToBuf, GivesZeroAtTheEndOfFile) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    ASSERT_EQ(write(ends[1], "a\0b", 3), 3);
-    close(ends[1]);
-    char* buffer = nullptr;
-    size_t length = 0;
-    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 0);
-    EXPECT_EQ(std::string(buffer, length), std::string("a\0b", 3));
-    EXPECT_EQ(buffer[length], '\0');
-    std::free(buffer);
-    close(ends[0]);
+    TestPipe pipe;
+    ASSERT_EQ(write(pipe.write_end(), "a\0b", 3), 3);
+    pipe.close_write_end();
+    GrowingText buffer;
+    EXPECT_EQ(buffer.read(pipe.read_end()), 0);
+    EXPECT_EQ(buffer.text(), std::string("a\0b", 3));
+    EXPECT_EQ(buffer.c_string(), "a");
 }
 
 TEST(ReadToBuf, GoesOnWhereANonBlockingPipeHadNoMore) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
-    char* buffer = nullptr;
-    size_t length = 0;
-    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 1);
-    EXPECT_EQ(length, 0U);
-    ASSERT_EQ(write(ends[1], "one ", 4), 4);
-    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 1);
-    ASSERT_EQ(write(ends[1], "two", 3), 3);
-    close(ends[1]);
-    EXPECT_EQ(read_to_buf(ends[0], &buffer, &length), 0);
-    EXPECT_STREQ(buffer, "one two");
-    std::free(buffer);
-    close(ends[0]);
+    TestPipe pipe;
+    ASSERT_EQ(fcntl(pipe.read_end(), F_SETFL, O_NONBLOCK), 0);
+    GrowingText buffer;
+    EXPECT_EQ(buffer.read(pipe.read_end()), 1);
+    EXPECT_EQ(buffer.text(), "");
+    ASSERT_EQ(write(pipe.write_end(), "one ", 4), 4);
+    EXPECT_EQ(buffer.read(pipe.read_end()), 1);
+    ASSERT_EQ(write(pipe.write_end(), "two", 3), 3);
+    pipe.close_write_end();
+    EXPECT_EQ(buffer.read(pipe.read_end()), 0);
+    EXPECT_EQ(buffer.c_string(), "one two");
 }
 
-TEST(ReadToBuf, AFailedReadIsReported) {
+TEST(ReadToBuf, ContinuesATextOfTheCallersWhateverItsCapacity) {
+    for (const char* text : {"", "s", "seed"}) {
+        TestPipe pipe;
+        const std::string more = "ling" + std::string(5000, 'x');
+        ASSERT_EQ(write(pipe.write_end(), more.data(), more.size()),
+                  static_cast<ssize_t>(more.size()));
+        pipe.close_write_end();
+        GrowingText buffer(text);
+        EXPECT_EQ(buffer.read(pipe.read_end()), 0);
+        EXPECT_EQ(buffer.c_string(), text + more);
+    }
+}
+
+TEST(ReadToBuf, AFailedReadIsReportedAndTheTextKept) {
     const ChildRun run = run_in_child([] {
-        char* buffer = nullptr;
-        size_t length = 0;
-        note(outcome(read_to_buf(-1, &buffer, &length)), length);
-        std::free(buffer);
+        GrowingText buffer("seed");
+        note(outcome(buffer.read(-1)), buffer.c_string());
     });
-    EXPECT_EQ(run.noted, "-1 EBADF 0\n");
+    EXPECT_EQ(run.noted, "-1 EBADF seed\n");
     EXPECT_EQ(run.err,
               "fork_exec*: read(pipe) failed: Bad file descriptor\n\n"
               "System error 9: Bad file descriptor\n");
@@ -365,11 +392,10 @@ TEST(ReadToBuf, AFailedReadIsReported) {
 TEST(ReadToBuf, NoMemoryIsReported) {
     const ChildRun run = run_in_child([] {
         const FailingAllocation memory(1);
-        char* buffer = nullptr;
-        size_t length = 0;
-        note(outcome(read_to_buf(0, &buffer, &length)), buffer == nullptr ? "no buffer" : "buffer");
+        GrowingText buffer;
+        note(outcome(buffer.read(STDIN_FILENO)), "allocated:", buffer.allocated());
     });
-    EXPECT_EQ(run.noted, "-1 ENOMEM no buffer\n");
+    EXPECT_EQ(run.noted, "-1 ENOMEM allocated: false\n");
     EXPECT_EQ(run.err, std::string("Cannot allocate memory") + kNoMemory);
 }
 

@@ -73,7 +73,8 @@ TEST(OutputBuffer, GoesOnWithWhatItHandedOver) {
         const std::string end(5000, 'b');
         const int second = file_with(end);
         const std::size_t length = buffer.length();
-        OutputBuffer further(buffer.release(), length);
+        const std::size_t capacity = buffer.capacity();
+        OutputBuffer further(buffer.release(), length, capacity);
         EXPECT_EQ(further.read_from(second), Outcome::ended);
         EXPECT_EQ(view(further), begin + end);
         close(second);
