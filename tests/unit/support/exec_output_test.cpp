@@ -112,6 +112,21 @@ TEST(PopenExecGetoutput, NoMemoryLaterCutsTheOutputWithAWarning) {
     EXPECT_NE(run.err.find("done\n"), std::string::npos);
 }
 
+TEST(PopenExecGetoutput, AFailedReadIsReported) {
+    const ChildRun run = run_in_child([] {
+        const int next = next_descriptor();  // the pipe's read end
+        testing_support::fail_system_call_with(SYS_read, static_cast<unsigned char>(next), EIO);
+        GivenText output;
+        const int result = popen_exec_getoutput(output.target(), "exit 0");
+        note(outcome(result), output.text());
+        note("children:", has_children(), "pipe closed:", next_descriptor() == next);
+    });
+    EXPECT_EQ(run.noted, "-1 EIO (null)\nchildren: false pipe closed: true\n");
+    EXPECT_EQ(run.err,
+              "fork_exec*: read(pipe) failed: Input/output error\n\n"
+              "System error 5: Input/output error\n");
+}
+
 TEST(PopenExecGetoutput, AFailedWaitGivesMinusOneAndNoText) {
     const ChildRun run = run_in_child([] {
         signal(SIGCHLD, SIG_IGN);
