@@ -29,6 +29,12 @@ void report_failed_exec(const char* path, int error) {
     child::say("Cannot exec ", path, ":\n", child::reason(error), "\n");
 }
 
+void set_null(char** text) {
+    if (text != nullptr) {
+        *text = nullptr;
+    }
+}
+
 // As the shell puts it in $?.
 int shell_code(int status) {
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
@@ -172,6 +178,8 @@ int fork_execv_getouterr(char** out, char** err, const char* path, char* const a
 }
 
 int fork_execl_getouterr(char** out, char** err, const char* path, ...) {
+    set_null(out);
+    set_null(err);
     va_list arguments;
     va_start(arguments, path);
     const int result = child::with_arguments(
@@ -186,6 +194,7 @@ int fork_execv_getout(char** out, const char* path, char* const argv[]) {
 }
 
 int fork_execl_getout(char** out, const char* path, ...) {
+    set_null(out);
     va_list arguments;
     va_start(arguments, path);
     const int result = child::with_arguments(

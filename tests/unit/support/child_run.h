@@ -2,6 +2,7 @@
 /// saw there is compared in the parent, so that a test that fails tells what it was.
 #pragma once
 
+#include <cerrno>
 #include <functional>
 #include <sstream>
 #include <string>
@@ -21,13 +22,15 @@ ChildRun run_in_child(const std::function<void()>& body);
 void add_note(std::string_view text);
 
 /// Notes what the body saw, for the parent to compare: the values as a line, with blanks between
-/// them.
+/// them. Keeps errno.
 template <typename... Values>
 void note(Values... values) {
+    const int error = errno;
     std::ostringstream line;
     line << std::boolalpha;
     const char* separator = "";
     ((line << separator << values, separator = " "), ...);
     line << '\n';
     add_note(line.view());
+    errno = error;
 }

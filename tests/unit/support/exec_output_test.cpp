@@ -36,20 +36,24 @@ constexpr char kShell[] = "/bin/sh";
 constexpr char kAgain[] = "\nSystem error 11: Resource temporarily unavailable\n";
 constexpr char kNoMemory[] = "\nSystem error 12: Cannot allocate memory\n";
 
-// A text that a function of the family gave, or none.
+// A text that a function of the family gives, or null; something else before the call.
 class GivenText {
   public:
     GivenText() = default;
     GivenText(const GivenText&) = delete;
     GivenText& operator=(const GivenText&) = delete;
-    ~GivenText() { std::free(text_); }
+    ~GivenText() {
+        if (text_ != unset_.data()) {
+            std::free(text_);
+        }
+    }
 
     char** target() { return &text_; }
-    bool given() const { return text_ != nullptr; }
     std::string text() const { return text_ != nullptr ? text_ : "(null)"; }
 
   private:
-    char* text_ = nullptr;
+    std::string unset_ = "(unset)";
+    char* text_ = unset_.data();
 };
 
 // Notes the result of call, the text it gave, and the children and descriptors it left behind.
@@ -63,7 +67,7 @@ void note_call(Call call) {
     note("children:", has_children(), "descriptors:", open_descriptors() - before);
 }
 
-// What note_call notes of a call that failed and left nothing behind.
+// What note_call notes of a call that failed and left nothing behind, the text null.
 std::string clean_failure(const std::string& error) {
     return "-1 " + error + " (null)\nchildren: false descriptors: 0\n";
 }
@@ -77,7 +81,6 @@ TEST(PopenExecGetoutput, CollectsTheOutputOfACommand) {
 TEST(PopenExecGetoutput, GivesEmptyTextWhereNothingIsWritten) {
     GivenText output;
     EXPECT_EQ(outcome(popen_exec_getoutput(output.target(), "exit 3")), "exit 3");
-    EXPECT_TRUE(output.given());
     EXPECT_EQ(output.text(), "");
 }
 
@@ -486,10 +489,13 @@ TEST(ForkExeclGetouterr, AProgramThatCannotBeRunSaysSoInTheErrorsCollected) {
 
 TEST(ForkExeclGetouterr, NoMemoryForTheArgumentsIsReported) {
     const ChildRun run = run_in_child([] {
+        GivenText out;
+        GivenText err;
         const FailingAllocation memory(1);
-        note(outcome(fork_execl_getouterr(nullptr, nullptr, kShell, "sh", nullptr)));
+        const int result = fork_execl_getouterr(out.target(), err.target(), kShell, "sh", nullptr);
+        note(outcome(result), out.text(), err.text());
     });
-    EXPECT_EQ(run.noted, "-1 ENOMEM\n");
+    EXPECT_EQ(run.noted, "-1 ENOMEM (null) (null)\n");
     EXPECT_EQ(run.err, std::string("malloc() failed: Cannot allocate memory") + kNoMemory);
 }
 
@@ -497,7 +503,12 @@ int getouterr_of_shell(char** out) {
     GivenText err;
     const int result = fork_execl_getouterr(out, err.target(), kShell, "sh", "-c",
                                             "head -c 300000 /dev/zero", nullptr);
-    return err.given() ? 0 : result;
+    note("errors:", err.text());
+    return result;
+}
+
+std::string clean_failure_of_both(const std::string& error) {
+    return "errors: (null)\n" + clean_failure(error);
 }
 
 TEST(ForkExecvGetouterr, AFailedPipeIsReported) {
@@ -507,7 +518,7 @@ TEST(ForkExecvGetouterr, AFailedPipeIsReported) {
             return getouterr_of_shell(out);
         });
     });
-    EXPECT_EQ(run.noted, clean_failure("EMFILE"));
+    EXPECT_EQ(run.noted, clean_failure_of_both("EMFILE"));
     EXPECT_EQ(run.err,
               "fork_execv_getouterr: pipe() failed\nSystem error 24: Too many open files\n");
 }
@@ -519,7 +530,7 @@ TEST(ForkExecvGetouterr, AFailedFcntlIsReported) {
         note_call(getouterr_of_shell);
         note("pipe closed:", next_descriptor() == next);
     });
-    EXPECT_EQ(run.noted, clean_failure("EINVAL") + "pipe closed: true\n");
+    EXPECT_EQ(run.noted, clean_failure_of_both("EINVAL") + "pipe closed: true\n");
     EXPECT_EQ(
         run.err,
         "fork_execv_getouterr: fcntl(O_NONBLOCK) failed\nSystem error 22: Invalid argument\n");
@@ -530,7 +541,7 @@ TEST(ForkExecvGetouterr, AFailedForkIsReported) {
         fail_fork(EAGAIN);
         note_call(getouterr_of_shell);
     });
-    EXPECT_EQ(run.noted, clean_failure("EAGAIN"));
+    EXPECT_EQ(run.noted, clean_failure_of_both("EAGAIN"));
     EXPECT_EQ(run.err, std::string("fork_execv_pipes: fork() failed") + kAgain);
 }
 
@@ -541,7 +552,7 @@ TEST(ForkExecvGetouterr, NoMemoryIsReportedAtEveryStageAndTheChildWaitedFor) {
             const FailingAllocation memory(allocation);
             note_call(getouterr_of_shell);
         });
-        EXPECT_EQ(run.noted, clean_failure("ENOMEM")) << allocation;
+        EXPECT_EQ(run.noted, clean_failure_of_both("ENOMEM")) << allocation;
         EXPECT_NE(run.err.find(std::string("annot allocate memory") + kNoMemory), std::string::npos)
             << allocation;
     }
@@ -556,10 +567,28 @@ TEST(ForkExecvGetouterr, AFailedPollIsReportedAndTheChildWaitedFor) {
         testing_support::fail_system_call(SYS_ppoll, EINVAL);
         note_call(getouterr_of_shell);
     });
-    EXPECT_EQ(run.noted, clean_failure("EINVAL"));
+    EXPECT_EQ(run.noted, clean_failure_of_both("EINVAL"));
     EXPECT_EQ(run.err,
               "fork_exec*: read(pipe) failed: Invalid argument\n\n"
               "System error 22: Invalid argument\n");
+}
+
+// The wait for the child, which goes on after a failure, has errors of its own.
+TEST(ForkExecvGetouterr, AFailedReadIsReportedWithItsOwnErrorWhereTheWaitIsInterrupted) {
+    const ChildRun run = run_in_child([] {
+        testing_support::interrupt_every_20_milliseconds();
+        const int next = next_descriptor();  // the pipe's read end
+        testing_support::fail_system_call_with(SYS_read, static_cast<unsigned char>(next), EIO);
+        GivenText out;
+        const int status = fork_execl_getout(out.target(), kShell, "sh", "-c",
+                                             "echo text; exec >&-; sleep 0.2", nullptr);
+        note(outcome(status), out.text());
+        note("children:", has_children(), "pipe closed:", next_descriptor() == next);
+    });
+    EXPECT_EQ(run.noted, "-1 EIO (null)\nchildren: false pipe closed: true\n");
+    EXPECT_EQ(run.err,
+              "fork_exec*: read(pipe) failed: Input/output error\n\n"
+              "System error 5: Input/output error\n");
 }
 
 TEST(ForkExecvGetouterr, SignalsDoNotEndTheCollecting) {
@@ -578,7 +607,7 @@ TEST(ForkExecvGetouterr, AFailedWaitGivesMinusOneAndNoText) {
         signal(SIGCHLD, SIG_IGN);
         note_call(getouterr_of_shell);
     });
-    EXPECT_EQ(run.noted, clean_failure("ECHILD"));
+    EXPECT_EQ(run.noted, clean_failure_of_both("ECHILD"));
 }
 
 int getout_of_shell(char** out) {
@@ -595,9 +624,9 @@ TEST(ForkExeclGetout, CollectsStandardOutputAlone) {
 TEST(ForkExeclGetout, NoMemoryForTheArgumentsIsReported) {
     const ChildRun run = run_in_child([] {
         const FailingAllocation memory(1);
-        note(outcome(fork_execl_getout(nullptr, kShell, "sh", nullptr)));
+        note_call(getout_of_shell);
     });
-    EXPECT_EQ(run.noted, "-1 ENOMEM\n");
+    EXPECT_EQ(run.noted, clean_failure("ENOMEM"));
     EXPECT_EQ(run.err, std::string("malloc() failed: Cannot allocate memory") + kNoMemory);
 }
 
