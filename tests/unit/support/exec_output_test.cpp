@@ -20,6 +20,7 @@
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"
 #include "tests/unit/support/process_state.h"
+#include "tests/unit/support/shell_command.h"
 #include "tests/unit/support/test_pipe.h"
 
 namespace {
@@ -30,6 +31,7 @@ using testing_support::next_descriptor;
 using testing_support::NoMoreDescriptors;
 using testing_support::open_descriptors;
 using testing_support::outcome;
+using testing_support::ShellCommand;
 using testing_support::TestPipe;
 
 constexpr char kShell[] = "/bin/sh";
@@ -499,10 +501,11 @@ TEST(ForkExeclGetouterr, NoMemoryForTheArgumentsIsReported) {
     EXPECT_EQ(run.err, std::string("malloc() failed: Cannot allocate memory") + kNoMemory);
 }
 
+const ShellCommand kWriteMuch("head -c 300000 /dev/zero");
+
 int getouterr_of_shell(char** out) {
     GivenText err;
-    const int result = fork_execl_getouterr(out, err.target(), kShell, "sh", "-c",
-                                            "head -c 300000 /dev/zero", nullptr);
+    const int result = fork_execv_getouterr(out, err.target(), kShell, kWriteMuch.argv());
     note("errors:", err.text());
     return result;
 }
@@ -545,7 +548,7 @@ TEST(ForkExecvGetouterr, AFailedForkIsReported) {
     EXPECT_EQ(run.err, std::string("fork_execv_pipes: fork() failed") + kAgain);
 }
 
-// The arguments, a first buffer for either stream, then growth.
+// A first buffer for either stream, then growth.
 TEST(ForkExecvGetouterr, NoMemoryIsReportedAtEveryStageAndTheChildWaitedFor) {
     for (int allocation = 1; allocation <= 8; ++allocation) {
         const ChildRun run = run_in_child([allocation] {

@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <string>
 
@@ -17,6 +16,7 @@
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"
 #include "tests/unit/support/process_state.h"
+#include "tests/unit/support/shell_command.h"
 
 namespace {
 
@@ -24,21 +24,9 @@ using testing_support::fail_fork;
 using testing_support::has_children;
 using testing_support::open_descriptors;
 using testing_support::outcome;
+using testing_support::ShellCommand;
 
 constexpr char kShell[] = "/bin/sh";
-
-// The argument vector of a command of the shell.
-class ShellCommand {
-  public:
-    explicit ShellCommand(const char* command)
-        : words_{"sh", "-c", command},
-          argv_{words_[0].data(), words_[1].data(), words_[2].data(), nullptr} {}
-    char* const* argv() const { return argv_.data(); }
-
-  private:
-    std::array<std::string, 3> words_;
-    std::array<char*, 4> argv_;
-};
 
 // The message with the process id after mark, which differs from run to run, as "PID".
 std::string without_pid(std::string message, const std::string& mark) {
