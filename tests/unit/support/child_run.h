@@ -4,9 +4,9 @@
 
 #include <cerrno>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 struct ChildRun {
     int status;  // the exit status; minus the signal's number if one ended the child
@@ -21,16 +21,25 @@ ChildRun run_in_child(const std::function<void()>& body);
 /// Adds a text to what the parent finds in ChildRun::noted; for the body of such a child.
 void add_note(std::string_view text);
 
+template <typename Value>
+std::string note_of(const Value& value) {
+    if constexpr (std::is_same_v<Value, bool>) {
+        return value ? "true" : "false";
+    } else if constexpr (std::is_arithmetic_v<Value>) {
+        return std::to_string(value);
+    } else {
+        return std::string(value);
+    }
+}
+
 /// Notes what the body saw, for the parent to compare: the values as a line, with blanks between
 /// them. Keeps errno.
 template <typename... Values>
 void note(Values... values) {
     const int error = errno;
-    std::ostringstream line;
-    line << std::boolalpha;
-    const char* separator = "";
-    ((line << separator << values, separator = " "), ...);
-    line << '\n';
-    add_note(line.view());
+    std::string line;
+    ((line += note_of(values) + ' '), ...);
+    line.back() = '\n';
+    add_note(line);
     errno = error;
 }

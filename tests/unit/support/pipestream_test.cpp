@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -17,6 +18,7 @@
 
 #include "support/exec.h"
 #include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/process_state.h"
 #include "tests/unit/support/test_pipe.h"
 
@@ -221,24 +223,37 @@ struct RecordingClose {
     }
 };
 
+using RecordingStream = basic_handlestream<RecordingClose, OutputStreamStrategy>;
+
 TEST(Handlestream, ClosesAHandleByItsStrategyAndADescriptorWithoutIt) {
+    RecordingClose::closed = 0;
     TestPipe ends;
-    {
-        const basic_handlestream<RecordingClose, OutputStreamStrategy> stream(
-            ends.release_write_end());
-    }
+    { const RecordingStream stream(ends.release_write_end()); }
     EXPECT_EQ(RecordingClose::closed, 0);
     EXPECT_EQ(ends.text(), "");
 
     std::FILE* file = std::tmpfile();
     const int kept = dup(fileno(file));
     {
-        basic_handlestream<RecordingClose, OutputStreamStrategy> stream(file);
+        RecordingStream stream(file);
         stream << "text";
     }
     EXPECT_EQ(RecordingClose::closed, 1);
     EXPECT_EQ(content_of(kept), "text");
     close(kept);
+}
+
+TEST(Handlestream, ClosesWhatItIsBuiltOverWithoutMemoryForTheBuffer) {
+    const auto make_stream = [](auto over) {
+        const FailingAllocation memory(1);
+        const RecordingStream stream(over);
+    };
+    const long before = open_descriptors();
+    RecordingClose::closed = 0;
+    EXPECT_THROW(make_stream(std::tmpfile()), std::bad_alloc);
+    EXPECT_EQ(RecordingClose::closed, 1);
+    EXPECT_THROW(make_stream(dup(STDOUT_FILENO)), std::bad_alloc);
+    EXPECT_EQ(open_descriptors(), before);
 }
 
 }  // namespace
