@@ -9,7 +9,11 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cwchar>
+#include <exception>
+#include <locale>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -168,6 +172,34 @@ TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
         note("closed:", before - open_descriptors());
     });
     EXPECT_EQ(run.noted, "closed: 1\n");
+}
+
+// A conversion that throws when what is pending is written.
+class ThrowingConversion : public std::codecvt<char, char, std::mbstate_t> {
+  protected:
+    bool do_always_noconv() const noexcept override { return false; }
+    result do_out(std::mbstate_t& /*state*/, const char* /*from*/, const char* /*from_end*/,
+                  const char*& /*from_next*/, char* /*to*/, char* /*to_end*/,
+                  char*& /*to_next*/) const override {
+        throw std::runtime_error("no conversion");
+    }
+};
+
+TEST(OfdPipestream, AnExceptionFromClosingEndsTheProgram) {
+    const ChildRun run = run_in_child([] {
+        std::set_terminate([] {
+            note("terminated");
+            _exit(0);
+        });
+        TestPipe ends;
+        {
+            ofd_pipestream stream(ends.release_write_end());
+            stream.imbue(std::locale(std::locale::classic(), new ThrowingConversion));
+            stream << "text";
+        }
+        note("went on");
+    });
+    EXPECT_EQ(run.noted, "terminated\n");
 }
 
 TEST(Handlestream, OverAPopenStreamSendsAllAndWaits) {
