@@ -7,6 +7,7 @@
 #include "core/mail_content.h"
 #include "core/run_end.h"
 #include "support/conf.h"
+#include "support/conf_variables.h"
 
 namespace {
 

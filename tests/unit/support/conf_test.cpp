@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/conf_variables.h"
 #include "support/log.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "support/conf.h"
+#include "support/conf_variables.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"
