@@ -232,6 +232,21 @@ TEST(ConfReadFile, LackOfMemoryIsReportedWhereverItOccurs) {
     EXPECT_EQ(report_without_memory(6), "0 0 A=b;C=d;\n");
 }
 
+TEST(ConfReadFile, ClosesTheFileHoweverReadingEnds) {
+    const ConfFile file("A b\n");
+    const long before = testing_support::open_descriptors();
+    const Table table = new_conf_table();
+    EXPECT_EQ(conf_read_file_r(file.path(), table.get()), 0);
+    EXPECT_EQ(testing_support::open_descriptors(), before);
+    EXPECT_EQ(conf_read_file_r(testing::TempDir().c_str(), table.get()), -1);
+    EXPECT_EQ(testing_support::open_descriptors(), before);
+    {
+        const FailingAllocation failing(1);
+        EXPECT_EQ(conf_read_file_r(file.path(), table.get()), -1);
+    }
+    EXPECT_EQ(testing_support::open_descriptors(), before);
+}
+
 TEST(ConfInit, NewTableHasRoomForTwentyAndIsSorted) {
     const Table table = new_conf_table();
     EXPECT_EQ(conf_init_r(table.get()), 0);
