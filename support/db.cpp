@@ -5,16 +5,16 @@
 #include <cstdio>
 #include <cstring>
 
-#include "support/c_pointer.h"
 #include "support/db_handle.h"
+#include "support/db_password.h"
 #include "support/db_session.h"
 #include "support/log.h"
 
+using tolva::db::AdminPassword;
 using tolva::db::ConnectionHandle;
 
 namespace {
 
-constexpr char kPasswordFile[] = "/etc/tva/.tva.shadow";
 constexpr char kUser[] = "admin";
 constexpr char kDatabase[] = "tva";
 constexpr unsigned kConnectSeconds = 30;
@@ -22,52 +22,6 @@ constexpr unsigned kAnswerSeconds = 300;
 
 // -1: no session has been set up yet.
 int mysql41_compatible = -1;
-
-// The administrator's password, wiped from memory when it is no longer needed.
-class AdminPassword {
-  public:
-    AdminPassword() = default;
-    AdminPassword(const AdminPassword&) = delete;
-    AdminPassword& operator=(const AdminPassword&) = delete;
-    AdminPassword(AdminPassword&&) = delete;
-    AdminPassword& operator=(AdminPassword&&) = delete;
-    ~AdminPassword() { explicit_bzero(text_.data(), text_.size()); }
-
-    // False with errno and the reason in err.
-    bool read(char* err, size_t size) {
-        const tolva::FilePointer file(std::fopen(kPasswordFile, "re"));
-        if (file == nullptr) {
-            return fail("Unable to open admin password file: %s", err, size);
-        }
-        std::setbuf(file.get(), nullptr);  // no second copy
-        errno = 0;
-        if (std::fgets(text_.data(), static_cast<int>(text_.size()), file.get()) == nullptr) {
-            return fail("Unable to read admin password file: %s", err, size);
-        }
-        cut_line_feed();
-        return true;
-    }
-
-    const char* text() const { return text_.data(); }
-
-  private:
-    static bool fail(const char* format, char* err, size_t size)
-        __attribute__((format(printf, 1, 0))) {
-        const int error = errno;
-        std::snprintf(err, size, format, strerror(error));
-        errno = error;
-        return false;
-    }
-
-    void cut_line_feed() {
-        const size_t length = strlen(text_.data());
-        if (length > 0 && text_[length - 1] == '\n') {
-            text_[length - 1] = '\0';
-        }
-    }
-
-    std::array<char, 100> text_{};
-};
 
 void set_options(MYSQL* connection) {
     const my_bool off = 0;

@@ -38,6 +38,9 @@ using DbSessionSetUp = World;
 
 using ConnectFunction = MYSQL* (*)(char* err, size_t size);
 
+// The errno before an attempt: no reason may take it for its own.
+constexpr int kOlderError = EXDEV;
+
 struct Attempt {
     bool connected = false;
     std::string reason;
@@ -46,7 +49,7 @@ struct Attempt {
 
 Attempt try_connect(ConnectFunction connect = tolva_db_connect) {
     std::array<char, 4097> reason{};
-    errno = 0;
+    errno = kOlderError;
     const ConnectionHandle connection(connect(reason.data(), reason.size()));
     const int error = errno;
     return {connection != nullptr, reason.data(), error};
@@ -101,7 +104,6 @@ TEST_F(DbConnect, ReportsAPasswordFileThatCannotBeRead) {
 
 TEST_F(DbConnect, ReportsAnEmptyPasswordFileWithoutAnErrorOfTheSystem) {
     const PasswordFile empty("");
-    errno = EIO;
     const Attempt failed = try_connect();
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, "Unable to read admin password file: Success");
