@@ -52,7 +52,7 @@ char* get_param_query(const char* query, MYSQL* connection) {
     ResultHandle result;
     const bool sent = mysql_query(database.get(), query) == 0;
     if (sent) {
-        result.reset(mysql_store_result(database.get()));
+        result = tolva::db::store_result(database.get());
     }
     if (!sent || mysql_errno(database.get()) != 0) {
         const char* reason = reason_of(database.get());
