@@ -240,6 +240,13 @@ TEST_F(PutParam, MakesAConnectionOfItsOwnAndClosesIt) {
     EXPECT_EQ(value_of("name"), "value");
 }
 
+TEST_F(PutParam, TheNameIsNotEscaped) {
+    EXPECT_EQ(put_param("one'), ('two", nullptr, connection()), 0);
+    EXPECT_EQ(put_param("three', 'value'), ('four", "", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(param order by param) from misc"),
+              "four,one,three,two");
+}
+
 TEST_F(PutParam, AFailedConnectionIsReported) {
     const ChildRun run = run_beside_world([] {
         const PasswordFile file("wrong\n");
@@ -336,6 +343,24 @@ TEST_F(DelParam, MakesAConnectionOfItsOwnAndClosesIt) {
     EXPECT_EQ(value_of("name"), "(none)");
 }
 
+TEST_F(DelParam, NamesAndIdsAreNotEscaped) {
+    execute_as_root("insert into misc values('name', ''), ('other', '')");
+    EXPECT_EQ(del_param("' or param='name", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(param) from misc"), "other");
+
+    execute_as_root("insert into dom_param values(1, 'a', ''), (2, 'b', ''), (3, 'c', '')");
+    EXPECT_EQ(del_dom_param("0' or dom_id='1", "a", connection()), 0);
+    EXPECT_EQ(del_dom_param("0", "' or param='b", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(param) from dom_param"), "c");
+
+    execute_as_root(
+        "insert into Parameters values(1, 'a', 'x'), (2, 'b', 'x'), (3, 'c', 'x'), (4, 'd', 'x')");
+    EXPECT_EQ(del_Parameter("0' or id='1", "a", nullptr, connection()), 0);
+    EXPECT_EQ(del_Parameter("0", "' or parameter='b", nullptr, connection()), 0);
+    EXPECT_EQ(del_Parameter("3", "' or parameter='c", "x", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(parameter) from Parameters"), "d");
+}
+
 TEST_F(DelParam, AFailedConnectionIsReported) {
     const ChildRun run = run_beside_world([] {
         const PasswordFile file("wrong\n");
@@ -365,6 +390,18 @@ TEST_F(DelParam, AFailedStatementIsReported) {
               "Table 'tva.dom_param' doesn't exist\n"
               "Unable to delete parameter name from Parameters: "
               "Table 'tva.Parameters' doesn't exist\n");
+}
+
+TEST_F(DbParams, AConnectionOfItsOwnIsClosedAfterAFailedStatement) {
+    const ChildRun run = run_beside_world([] {
+        const char* quote = "'";
+        const long before = open_descriptors();
+        note_value(get_param(quote, nullptr));
+        note(put_param(quote, "value", nullptr), del_param(quote, nullptr));
+        note(del_dom_param("1", quote, nullptr), del_Parameter("1", quote, "value", nullptr));
+        note("descriptors:", open_descriptors() - before);
+    });
+    EXPECT_EQ(run.noted, "(null)\n-1 -1\n-1 -1\ndescriptors: 0\n");
 }
 
 // A pending error of the system shows it.
