@@ -7,11 +7,13 @@
 
 #include "support/db_handle.h"
 #include "support/db_password.h"
+#include "support/db_retry.h"
 #include "support/db_session.h"
 #include "support/log.h"
 
 using tolva::db::AdminPassword;
 using tolva::db::ConnectionHandle;
+using tolva::db::Patience;
 
 namespace {
 
@@ -23,22 +25,58 @@ constexpr unsigned kAnswerSeconds = 300;
 // -1: no session has been set up yet.
 int mysql41_compatible = -1;
 
-void set_options(MYSQL* connection) {
+void set_options(MYSQL* connection, unsigned connect_seconds) {
     const my_bool off = 0;
     const unsigned int none = 0;
-    mysql_options(connection, MYSQL_OPT_CONNECT_TIMEOUT, &kConnectSeconds);
+    mysql_options(connection, MYSQL_OPT_CONNECT_TIMEOUT, &connect_seconds);
     mysql_options(connection, MYSQL_OPT_READ_TIMEOUT, &kAnswerSeconds);
     mysql_options(connection, MYSQL_OPT_WRITE_TIMEOUT, &kAnswerSeconds);
     mysql_options(connection, MYSQL_OPT_RECONNECT, &off);
     mysql_options(connection, MYSQL_OPT_LOCAL_INFILE, &none);
 }
 
-MYSQL* null_on_error(ConnectionHandle connection) {
-    if (connection != nullptr && mysql_errno(connection.get()) != 0) {
-        connection.reset();
-        errno = 0;
+void report_refusal(MYSQL* connection, char* err, size_t size) {
+    std::snprintf(err, size, "Unable to connect to Tolva Database: %s", mysql_error(connection));
+    errno = 0;
+}
+
+bool reports_error(const ConnectionHandle& connection) {
+    return connection != nullptr && mysql_errno(connection.get()) != 0;
+}
+
+// Opens a connection and logs in, by several tries where the server's refusal may pass. Null with
+// errno and the reason in err.
+ConnectionHandle log_in(const AdminPassword& password, Patience& patience, char* err, size_t size) {
+    db_library_init();
+    while (true) {
+        ConnectionHandle connection(mysql_init(nullptr));
+        if (connection == nullptr) {
+            std::snprintf(err, size, "Unable to initialize MySQL connection structure: %s",
+                          strerror(ENOMEM));
+            errno = ENOMEM;
+            return nullptr;
+        }
+        set_options(connection.get(), patience.seconds_for_try(kConnectSeconds));
+        if (mysql_real_connect(connection.get(), "localhost", kUser, password.text(), kDatabase, 0,
+                               nullptr, 0) != nullptr) {
+            return connection;
+        }
+        if (!tolva::db::is_passing(connection.get()) || !patience.wait()) {
+            report_refusal(connection.get(), err, size);
+            return nullptr;
+        }
     }
-    return connection.release();
+}
+
+// The same; null also if the handle reports an error number.
+ConnectionHandle log_in_without_error(const AdminPassword& password, Patience& patience, char* err,
+                                      size_t size) {
+    ConnectionHandle connection = log_in(password, patience, err, size);
+    if (reports_error(connection)) {
+        report_refusal(connection.get(), err, size);
+        return nullptr;
+    }
+    return connection;
 }
 
 }  // namespace
@@ -49,46 +87,47 @@ void db_library_init(void) {
 
 MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
     AdminPassword password;
-    if (!password.read(err, size)) {
-        return nullptr;
-    }
-    db_library_init();
-    ConnectionHandle connection(mysql_init(nullptr));
-    if (connection == nullptr) {
-        std::snprintf(err, size, "Unable to initialize MySQL connection structure: %s",
-                      strerror(ENOMEM));
-        errno = ENOMEM;
-        return nullptr;
-    }
-    set_options(connection.get());
-    if (mysql_real_connect(connection.get(), "localhost", kUser, password.text(), kDatabase, 0,
-                           nullptr, 0) == nullptr) {
-        std::snprintf(err, size, "Unable to connect to Tolva Database: %s",
-                      mysql_error(connection.get()));
-        connection.reset();
-        errno = 0;
-    }
-    return connection.release();
+    Patience patience;
+    return password.read(err, size) ? log_in(password, patience, err, size).release() : nullptr;
 }
 
 MYSQL* tolva_db_connect_raw(char* err, size_t size) {
-    return null_on_error(ConnectionHandle(tolva_db_connect_raw_ex(err, size)));
+    AdminPassword password;
+    Patience patience;
+    return password.read(err, size) ? log_in_without_error(password, patience, err, size).release()
+                                    : nullptr;
 }
 
 MYSQL* tolva_db_connect_ex(char* err, size_t size) {
-    MYSQL* connection = tolva_db_connect_raw(err, size);
-    if (connection == nullptr) {
+    AdminPassword password;
+    if (!password.read(err, size)) {
         return nullptr;
     }
-    bool utf8_mode = false;
-    if (tolva::db::set_up_session(connection, utf8_mode, err, size)) {
-        mysql41_compatible = utf8_mode ? 1 : 0;
+    Patience patience;
+    while (true) {
+        ConnectionHandle connection = log_in_without_error(password, patience, err, size);
+        if (connection == nullptr) {
+            return nullptr;
+        }
+        bool utf8_mode = false;
+        if (tolva::db::set_up_session(connection.get(), utf8_mode, err, size)) {
+            mysql41_compatible = utf8_mode ? 1 : 0;
+            return connection.release();
+        }
+        if (!tolva::db::is_passing(connection.get()) || !patience.wait()) {
+            return connection.release();
+        }
+        std::snprintf(err, size, "%s", "");  // the next try may have nothing to report
     }
-    return connection;
 }
 
 MYSQL* tolva_db_connect(char* err, size_t size) {
-    return null_on_error(ConnectionHandle(tolva_db_connect_ex(err, size)));
+    ConnectionHandle connection(tolva_db_connect_ex(err, size));
+    if (reports_error(connection)) {
+        errno = 0;
+        return nullptr;
+    }
+    return connection.release();
 }
 
 MYSQL* db_connect_nothrow(char* err, size_t size) {

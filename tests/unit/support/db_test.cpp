@@ -2,12 +2,15 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -23,13 +26,18 @@
 namespace {
 
 using testing_support::AdminPassword;
+using testing_support::ConnectCall;
+using testing_support::ConnectWatch;
 using testing_support::error_name;
+using testing_support::execute_as_root;
 using testing_support::FaultyLibrary;
+using testing_support::HiddenSocket;
 using testing_support::LibraryFault;
 using testing_support::MissingPasswordFile;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query;
+using testing_support::query_as_root;
 using testing_support::run_beside_world;
 using tolva::db::ConnectionHandle;
 
@@ -63,7 +71,7 @@ ConnectionHandle connect() {
 }
 
 std::string random_password() {
-    return testing_support::query_as_root("select md5(rand())");
+    return query_as_root("select md5(rand())");
 }
 
 TEST_F(DbConnect, ConnectsAsAdminToThePanelsDatabase) {
@@ -210,7 +218,7 @@ TEST_F(DbConnect, WaitsALimitedTime) {
 
 TEST_F(DbConnect, DoesNotConnectAgainByItself) {
     const ConnectionHandle connection = connect();
-    testing_support::execute_as_root("kill " + query(connection.get(), "select connection_id()"));
+    execute_as_root("kill " + query(connection.get(), "select connection_id()"));
     EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
     EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
 }
@@ -230,8 +238,8 @@ TEST_F(DbSessionSetUp, LeavesForeignKeysUnchecked) {
 TEST_F(DbSessionSetUp, IsInBinaryModeWithAndWithoutTheSetting) {
     EXPECT_EQ(query(connect().get(), "select @@character_set_client"), "binary");
     for (const char* value : {"''", "'false'", "'true'", "null"}) {
-        testing_support::execute_as_root(
-            std::string("replace into misc values('mysql41_compatible', ") + value + ")");
+        execute_as_root(std::string("replace into misc values('mysql41_compatible', ") + value +
+                        ")");
         const ConnectionHandle connection = connect();
         EXPECT_EQ(query(connection.get(), "select @@character_set_client"), "binary") << value;
         EXPECT_EQ(query(connection.get(), "select @@character_set_results"), "binary") << value;
@@ -253,7 +261,7 @@ void expect_failed_step(const std::string& reason) {
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, reason);
     EXPECT_EQ(failed.error, 0);
-    testing_support::execute_as_root("flush user_resources");
+    execute_as_root("flush user_resources");
     const Attempt kept = try_connect(tolva_db_connect_ex);
     EXPECT_TRUE(kept.connected);
     EXPECT_EQ(kept.reason, reason);
@@ -354,10 +362,117 @@ TEST_F(DbSessionSetUp, AServerBefore41IsSentNoCharset) {
 TEST_F(DbConnect, RawGivesNoConnectionThatReportsAnErrorNumber) {
     const FaultyLibrary library(LibraryFault::connected_with_error);
     const long before = open_descriptors();
-    EXPECT_FALSE(try_connect(tolva_db_connect_raw).connected);
-    EXPECT_FALSE(try_connect(tolva_db_connect_ex).connected);
+    for (ConnectFunction function : {tolva_db_connect_raw, tolva_db_connect_ex}) {
+        const Attempt failed = try_connect(function);
+        EXPECT_FALSE(failed.connected);
+        EXPECT_THAT(failed.reason, testing::StartsWith("Unable to connect to Tolva Database: You "
+                                                       "have an error in your SQL syntax"));
+        EXPECT_EQ(failed.error, 0);
+    }
     EXPECT_EQ(open_descriptors(), before);
     EXPECT_TRUE(try_connect(tolva_db_connect_raw_ex).connected);
+}
+
+TEST_F(DbConnect, PassesNoPortSocketOrFlags) {
+    const ConnectWatch watch;
+    EXPECT_TRUE(try_connect().connected);
+    ASSERT_EQ(watch.calls().size(), 1U);
+    const ConnectCall& call = watch.calls()[0];
+    EXPECT_EQ(call.host, "localhost");
+    EXPECT_EQ(call.user, "admin");
+    EXPECT_EQ(call.database, "tva");
+    EXPECT_EQ(call.port, 0U);
+    EXPECT_EQ(call.socket, nullptr);
+    EXPECT_EQ(call.flags, 0U);
+}
+
+// A limit of the server, lifted at the end.
+class SessionLimit {
+  public:
+    SessionLimit(const std::string& limit, std::string lift) : lift_(std::move(lift)) {
+        execute_as_root(limit);
+    }
+    SessionLimit(const SessionLimit&) = delete;
+    SessionLimit& operator=(const SessionLimit&) = delete;
+    ~SessionLimit() { execute_as_root(lift_); }
+
+  private:
+    std::string lift_;
+};
+
+TEST_F(DbConnect, TriesAgainWhileTheUserHasTooManySessions) {
+    const std::string grant = "grant usage on *.* to admin@localhost with max_user_connections ";
+    const SessionLimit limit(grant + "1", grant + "0");
+    ConnectionHandle held = connect();
+    const ConnectWatch watch([&held] { held.reset(); });
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_GT(watch.calls().size(), 1U);
+}
+
+TEST_F(DbConnect, TriesAgainWhileTheServerHasTooManySessions) {
+    const SessionLimit limit(
+        "set global max_connections = 10",
+        "set global max_connections = " + query_as_root("select @@max_connections"));
+    // The world's own session is one of them.
+    const auto sessions = [] {
+        return database().sql("show status like 'Threads_connected'")[0][1];
+    };
+    ASSERT_TRUE(soon([&sessions] { return sessions() == "1"; })) << sessions().value();
+    std::vector<ConnectionHandle> held;
+    std::generate_n(std::back_inserter(held), 9, testing_support::connect_as_root);
+    const ConnectWatch watch([&held] { held.clear(); });
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_GT(watch.calls().size(), 1U);
+}
+
+TEST_F(DbConnect, TriesAgainWhileThereIsNoServer) {
+    const HiddenSocket hidden;
+    const ConnectWatch watch([&hidden] { hidden.show(); });
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_EQ(watch.calls().size(), 2U);
+}
+
+TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
+    {
+        const PasswordFile file("wrong\n");
+        const ConnectWatch watch;
+        EXPECT_FALSE(try_connect().connected);
+        EXPECT_EQ(watch.calls().size(), 1U);
+    }
+    const SessionLimit limit("revoke all on tva.* from admin@localhost",
+                             "grant all on tva.* to admin@localhost");
+    const ConnectWatch watch;
+    EXPECT_EQ(try_connect().reason,
+              "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' to "
+              "database 'tva'");
+    EXPECT_EQ(watch.calls().size(), 1U);
+}
+
+TEST_F(DbSessionSetUp, IsMadeAnewWhereTheSessionIsLost) {
+    const FaultyLibrary library(LibraryFault::lost_session, 1, 2);
+    const ConnectWatch watch;
+    const long before = open_descriptors();
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_EQ(watch.calls().size(), 3U);
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST_F(DbSessionSetUp, ASessionThatIsAlwaysLostIsReported) {
+    const FaultyLibrary library(LibraryFault::lost_session);
+    const ConnectWatch watch;
+    const Attempt failed = try_connect();
+    EXPECT_FALSE(failed.connected);
+    EXPECT_THAT(failed.reason, testing::StartsWith("DB error (query version) "));
+    EXPECT_EQ(failed.error, 0);
+    EXPECT_GT(watch.calls().size(), 3U);
 }
 
 TEST_F(DbConnect, LogsTheReasonOfAFailure) {
