@@ -68,6 +68,8 @@ bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) 
     if (settings == nullptr) {
         return fail(connection, "store query result", err, size);
     }
+    // The query has one column, so the setting is always null and the mode binary; only a result of
+    // two columns, which no server sends for this query, would lead to "SET NAMES utf8".
     utf8_mode =
         is_utf8_wanted(compatibility_setting(settings.get(), mysql_fetch_row(settings.get())));
     if (mysql_query(connection, utf8_mode ? "SET NAMES utf8" : "SET NAMES binary") != 0) {
