@@ -35,18 +35,20 @@ TEST(IsPassing, AServerThatIsNotThereOrHasNoRoomMayBeBackInAMoment) {
 }
 
 TEST(IsPassing, RefusalsOfThisUserOrHostAndBrokenTablesLast) {
-    for (const unsigned error : {0U, 1044U, 1045U, 1049U, 1064U, 1129U, 1130U, 1146U, 2005U, 2008U,
-                                 2012U, 2027U}) {
+    for (const unsigned error :
+         {0U, 1044U, 1045U, 1049U, 1064U, 1129U, 1130U, 1146U, 2005U, 2008U, 2012U, 2027U}) {
         EXPECT_FALSE(is_passing(handle_with(error).get())) << error;
     }
 }
 
 TEST(IsPassing, OfTheLimitsOfAUserOnlyThatOfSessionsPasses) {
-    EXPECT_TRUE(is_passing(handle_with(1226, "User 'admin' has exceeded the 'max_user_connections' "
-                                             "resource (current value: 1)")
+    EXPECT_TRUE(is_passing(handle_with(1226,
+                                       "User 'admin' has exceeded the 'max_user_connections' "
+                                       "resource (current value: 1)")
                                .get()));
-    EXPECT_FALSE(is_passing(handle_with(1226, "User 'admin' has exceeded the "
-                                              "'max_queries_per_hour' resource (current value: 1)")
+    EXPECT_FALSE(is_passing(handle_with(1226,
+                                        "User 'admin' has exceeded the "
+                                        "'max_queries_per_hour' resource (current value: 1)")
                                 .get()));
 }
 

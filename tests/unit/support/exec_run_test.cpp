@@ -75,6 +75,13 @@ TEST(DoExec, WaitsThroughSignals) {
     EXPECT_EQ(run.noted, "exit 5\n");
 }
 
+TEST(DoExec, WaitsThroughAStopOfTheProgram) {
+    const ShellCommand command(
+        "(until grep -q '^State:.T' /proc/$$/status; do :; done; kill -CONT $$) &"
+        " kill -STOP $$; wait; exit 6");
+    EXPECT_EQ(outcome(do_exec(kShell, command.argv())), "exit 6");
+}
+
 TEST(DoExec, AProgramThatCannotBeRunHasStatus255) {
     const ChildRun run = run_in_child([] {
         const ShellCommand command("exit 0");

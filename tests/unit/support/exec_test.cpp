@@ -184,6 +184,33 @@ TEST(ForkExecvPipes, ADescriptorThatIsNotOpenFailsInTheChild) {
     EXPECT_EQ(moved.err, "fork_execv: dup() failed: Bad file descriptor\n");
 }
 
+TEST(ForkExecvPipes, StandardErrorIsConnectedLast) {
+    for (const bool input_is_open : {false, true}) {
+        const ChildRun run = run_in_child([input_is_open] {
+            TestPipe err;
+            const int closed = 900;
+            const int in = input_is_open ? 0 : closed;
+            note(run_shell(in, closed, err.write_end(), "exit 0"));
+            note(err.text());
+        });
+        EXPECT_EQ(run.noted, "exit 255\n\n");
+        EXPECT_EQ(run.err, "fork_execv: dup() failed: Bad file descriptor\n");
+    }
+}
+
+// The reasons tell which stream it was: a closed descriptor, or no descriptor for /dev/null.
+TEST(ForkExecvPipes, StandardInputIsConnectedBeforeStandardOutput) {
+    const auto failure_with = [](int in, int out) {
+        return run_in_child([in, out] {
+                   const testing_support::NoMoreDescriptors limit;
+                   run_shell(in, out, 2, "exit 0");
+               })
+            .err;
+    };
+    EXPECT_EQ(failure_with(900, -1), "fork_execv: dup() failed: Bad file descriptor\n");
+    EXPECT_EQ(failure_with(-1, 900), "fork_execv: dup() failed: Too many open files\n");
+}
+
 // The descriptor is closed in any case, which must not change the reason.
 TEST(ForkExecvPipes, AFailedDupIsReportedWithItsOwnReasonWhereClosingFailsToo) {
     const ChildRun run = run_in_child([] {

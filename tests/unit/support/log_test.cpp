@@ -11,7 +11,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -51,6 +53,35 @@ TEST(Messlog, WritesToBothStreamsAndReturnsOnStatusZero) {
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "it has 3 parts\n");
     EXPECT_EQ(run.out, "it has 3 parts\nreturned\n");
+}
+
+// A stream that is written to when it is flushed, and notes it then.
+FILE* noting_stream(const char* name) {
+    const cookie_io_functions_t functions = {nullptr,
+                                             [](void* cookie, const char* text, std::size_t size) {
+                                                 note(static_cast<const char*>(cookie),
+                                                      std::string_view(text, size));
+                                                 return static_cast<ssize_t>(size);
+                                             },
+                                             nullptr, nullptr};
+    return fopencookie(const_cast<char*>(name), "w", functions);
+}
+
+// What body writes to the streams, in the order in which it leaves them.
+std::string writes_of(const std::function<void()>& body) {
+    return run_in_child([&body] {
+               stderr = noting_stream("standard error:");
+               stdout = noting_stream("standard output:");
+               body();
+               note("returned");
+               _exit(0);
+           })
+        .noted;
+}
+
+TEST(Messlog, WritesAndFlushesStandardErrorFirst) {
+    EXPECT_EQ(writes_of([] { messlog2(0, 0, "text"); }),
+              "standard error: text\n\nstandard output: text\n\nreturned\n");
 }
 
 TEST(Messlog, EndsTheProcessWithTheStatusAfterWritingToBothStreams) {
@@ -263,6 +294,14 @@ TEST(TolvaLog, ConsoleInAnyLetterCaseAndAsABeginningEnablesTheConsole) {
         EXPECT_EQ(run.err, "text 5\n") << target;
         EXPECT_EQ(run.out, "text 5\n") << target;
     }
+}
+
+TEST(TolvaLog, WritesAndFlushesStandardErrorFirst) {
+    EXPECT_EQ(writes_of([] {
+                  tolva_log_init("console", 1, LOG_USER, 0, "ident");
+                  tolva_log(1, "text");
+              }),
+              "standard error: text\n\nstandard output: text\n\nreturned\n");
 }
 
 TEST(TolvaLog, AnotherTargetLeavesItDisabled) {
