@@ -74,9 +74,7 @@ __attribute__((format(printf, 2, 0))) Message format_message(int error, const ch
     const int length = std::vsnprintf(message.text.get(), message.capacity, format, args);
     if (length >= 0 && static_cast<std::size_t>(length) >= message.capacity) {
         const std::size_t needed = static_cast<std::size_t>(length) + 1;
-        if (void* grown = std::realloc(message.text.get(), needed)) {
-            static_cast<void>(message.text.release());
-            message.text.reset(static_cast<char*>(grown));
+        if (tolva::resize(message.text, needed)) {
             message.capacity = needed;
             errno = error;
             std::vsnprintf(message.text.get(), message.capacity, format, again);

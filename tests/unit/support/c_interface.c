@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 
 #include "support/conf.h"
+#include "support/conf_variables.h"
 #include "support/db.h"
 #include "support/db_params.h"
 #include "support/exec.h"
@@ -16,7 +17,7 @@
 #include "support/template.h"
 
 int c_reads_a_configuration(const char* path, const char* name, const char* value) {
-    struct conf_table* table = calloc(1, sizeof(*table));
+    struct conf_table* table = conf_new_r();
     if (table == NULL) {
         return 0;
     }
