@@ -3,7 +3,6 @@
 #include <exception>
 #include <new>
 #include <ostream>
-#include <string>
 #include <utility>
 
 #include "core/diagnostics.h"
@@ -18,24 +17,10 @@
 
 namespace {
 
-void compose(const ResponseFile& file, const Mail_content& mail, const ResponderRow& responder,
-             const ResponseAttachments& attachments) {
-    const auto written = file.write(SizeLimit::of_mail_system(), [&](std::ostream& out) {
-        write_response(out, mail, responder, attachments);
-    });
-    if (written == ResponseFile::Written::kTooLarge) {
-        file.write(SizeLimit::none(),
-                   [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to); });
-    }
-}
-
 void submit(const ResponseFile& file, const Mail_content& mail) {
     tolva::Descriptor response = file.reopen();
-    const std::string own_address = tolva::idn::toAscii(mail.to);
-    if (const char* objection = recipient_objection(mail.from)) {
-        throw SendError("No reply to '" + on_one_line(mail.from) + "': " + objection, 0);
-    }
-    if (const int error = submit_file(std::move(response), own_address, mail.from)) {
+    const Envelope envelope = response_envelope(mail);
+    if (const int error = submit_file(std::move(response), envelope.sender, envelope.recipient)) {
         report("autoresponder: Failed to spawn sendmail for response: ", error_text(error));
         throw SendError("Failed to spawn sendmail to send response mail", error);
     }
@@ -43,10 +28,32 @@ void submit(const ResponseFile& file, const Mail_content& mail) {
 
 }  // namespace
 
+ResponseKind compose_response(const ResponseFile& file, const Mail_content& mail,
+                              const ResponderRow& responder,
+                              const ResponseAttachments& attachments) {
+    const auto written = file.write(SizeLimit::of_mail_system(), [&](std::ostream& out) {
+        write_response(out, mail, responder, attachments);
+    });
+    if (written == ResponseFile::Written::kWhole) {
+        return ResponseKind::kReply;
+    }
+    file.write(SizeLimit::none(),
+               [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to); });
+    return ResponseKind::kSizeNotice;
+}
+
+Envelope response_envelope(const Mail_content& mail) {
+    Envelope envelope{.sender = tolva::idn::toAscii(mail.to), .recipient = mail.from};
+    if (const char* objection = recipient_objection(envelope.recipient)) {
+        throw SendError("No reply to '" + on_one_line(mail.from) + "': " + objection, 0);
+    }
+    return envelope;
+}
+
 void send_response(const ResponseFile& file, const Mail_content& mail,
                    const ResponderRow& responder, const ResponseAttachments& attachments) {
     try {
-        compose(file, mail, responder, attachments);
+        compose_response(file, mail, responder, attachments);
         submit(file, mail);
     } catch (const tolva::idn::IdnaError& error) {
         record(0, "IDN conversion error: %s", error.what());
