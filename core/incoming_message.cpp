@@ -111,7 +111,11 @@ int parse_message(Mail_content* mail) {
         report("Could not create a temporary file.");
         return 1;
     }
-    auto analysis = analyse_message(read_message(copy), std::getenv("RESP_RECIPIENT"));
+    MessageInput input = read_message(&copy);
+    if (input.error != 0) {
+        report("autoresponder: Failed to read the message: ", error_text(input.error));
+    }
+    auto analysis = analyse_message(std::move(input.text), std::getenv("RESP_RECIPIENT"));
     if (!analysis) {
         return 1;
     }
