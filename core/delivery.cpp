@@ -50,11 +50,10 @@ Envelope response_envelope(const Mail_content& mail) {
     return envelope;
 }
 
-void send_response(const ResponseFile& file, const Mail_content& mail,
-                   const ResponderRow& responder, const ResponseAttachments& attachments) {
+bool sent_or_recorded(const std::function<void()>& send) {
     try {
-        compose_response(file, mail, responder, attachments);
-        submit(file, mail);
+        send();
+        return true;
     } catch (const tolva::idn::IdnaError& error) {
         record(0, "IDN conversion error: %s", error.what());
     } catch (const std::bad_alloc&) {
@@ -64,4 +63,13 @@ void send_response(const ResponseFile& file, const Mail_content& mail,
     } catch (const std::exception& error) {
         record(0, "Send error: %s", error.what());
     }
+    return false;
+}
+
+void send_response(const ResponseFile& file, const Mail_content& mail,
+                   const ResponderRow& responder, const ResponseAttachments& attachments) {
+    sent_or_recorded([&] {
+        compose_response(file, mail, responder, attachments);
+        submit(file, mail);
+    });
 }

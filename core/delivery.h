@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 class ResponseFile;
@@ -28,6 +29,10 @@ struct Envelope {
 /// Throws tolva::idn::IdnaError when the mailbox's address has no ASCII form, and SendError when
 /// the mail program must not be given the sender's.
 Envelope response_envelope(const Mail_content& mail);
+
+/// Calls `send`. When it throws, records in the log why the answer is not sent. Returns whether it
+/// was.
+bool sent_or_recorded(const std::function<void()>& send);
 
 /// Composes the answer in `file` and hands it to the mail program, whose end is waited for. An
 /// answer that cannot be sent is recorded in the log and left at that: the run goes on, the next

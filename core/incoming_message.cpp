@@ -78,11 +78,7 @@ std::string subject_in_utf8(const std::string& raw_subject, const std::string& b
 Mail_content content_of(MessageParts parts) {
     Mail_content content;
     content.from = std::move(parts.sender.address);
-    content.to = std::move(parts.recipient);
-    // Without "@" both are the whole address: npos + 1 is 0.
-    const std::size_t at = content.to.find('@');
-    content.to_mailname = content.to.substr(0, at);
-    content.to_domain = content.to.substr(at + 1);
+    set_recipient(content, std::move(parts.recipient));
     content.date = std::move(parts.raw_date);
     content.charset = parts.text.charset;
     content.body_lines = BodyLines(body_in_utf8(parts.text));
