@@ -3,7 +3,6 @@
 #include <exception>
 #include <new>
 #include <ostream>
-#include <string>
 #include <utility>
 
 #include "core/diagnostics.h"
@@ -18,24 +17,10 @@
 
 namespace {
 
-void compose(const ResponseFile& file, const Mail_content& mail, const ResponderRow& responder,
-             const ResponseAttachments& attachments) {
-    const auto written = file.write(SizeLimit::of_mail_system(), [&](std::ostream& out) {
-        write_response(out, mail, responder, attachments);
-    });
-    if (written == ResponseFile::Written::kTooLarge) {
-        file.write(SizeLimit::none(),
-                   [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to); });
-    }
-}
-
 void submit(const ResponseFile& file, const Mail_content& mail) {
     tolva::Descriptor response = file.reopen();
-    const std::string own_address = tolva::idn::toAscii(mail.to);
-    if (const char* objection = recipient_objection(mail.from)) {
-        throw SendError("No reply to '" + on_one_line(mail.from) + "': " + objection, 0);
-    }
-    if (const int error = submit_file(std::move(response), own_address, mail.from)) {
+    const Envelope envelope = response_envelope(mail);
+    if (const int error = submit_file(std::move(response), envelope.sender, envelope.recipient)) {
         report("autoresponder: Failed to spawn sendmail for response: ", error_text(error));
         throw SendError("Failed to spawn sendmail to send response mail", error);
     }
@@ -43,11 +28,32 @@ void submit(const ResponseFile& file, const Mail_content& mail) {
 
 }  // namespace
 
-void send_response(const ResponseFile& file, const Mail_content& mail,
-                   const ResponderRow& responder, const ResponseAttachments& attachments) {
+ResponseKind compose_response(const ResponseFile& file, const Mail_content& mail,
+                              const ResponderRow& responder,
+                              const ResponseAttachments& attachments) {
+    const auto written = file.write(SizeLimit::of_mail_system(), [&](std::ostream& out) {
+        write_response(out, mail, responder, attachments);
+    });
+    if (written == ResponseFile::Written::kWhole) {
+        return ResponseKind::kReply;
+    }
+    file.write(SizeLimit::none(),
+               [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to); });
+    return ResponseKind::kSizeNotice;
+}
+
+Envelope response_envelope(const Mail_content& mail) {
+    Envelope envelope{.sender = tolva::idn::toAscii(mail.to), .recipient = mail.from};
+    if (const char* objection = recipient_objection(envelope.recipient)) {
+        throw SendError("No reply to '" + on_one_line(mail.from) + "': " + objection, 0);
+    }
+    return envelope;
+}
+
+bool sent_or_recorded(const std::function<void()>& send) {
     try {
-        compose(file, mail, responder, attachments);
-        submit(file, mail);
+        send();
+        return true;
     } catch (const tolva::idn::IdnaError& error) {
         record(0, "IDN conversion error: %s", error.what());
     } catch (const std::bad_alloc&) {
@@ -57,4 +63,13 @@ void send_response(const ResponseFile& file, const Mail_content& mail,
     } catch (const std::exception& error) {
         record(0, "Send error: %s", error.what());
     }
+    return false;
+}
+
+void send_response(const ResponseFile& file, const Mail_content& mail,
+                   const ResponderRow& responder, const ResponseAttachments& attachments) {
+    sent_or_recorded([&] {
+        compose_response(file, mail, responder, attachments);
+        submit(file, mail);
+    });
 }

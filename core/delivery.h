@@ -1,15 +1,41 @@
 #pragma once
 
+#include <functional>
+#include <string>
+
 class ResponseFile;
 struct Mail_content;
 struct ResponderRow;
 struct ResponseAttachments;
 
-/// Sends the reply of `responder` to `mail`, or the notice in its place if it exceeds the mail
-/// system's size limit, from the mailbox's address to the sender of `mail`. It is composed in
-/// `file` and handed to the mail program, whose end is waited for.
-///
-/// A reply that cannot be sent is recorded in the log and left at that: the run goes on, the next
+/// What goes out as the answer of a responder.
+enum class ResponseKind {
+    kReply,
+    kSizeNotice,  ///< the notice in place of a reply that exceeds the mail system's size limit
+};
+
+/// Composes the answer of `responder` to `mail` in `file`. Throws SendError when it cannot be
+/// written whole, and std::bad_alloc.
+ResponseKind compose_response(const ResponseFile& file, const Mail_content& mail,
+                              const ResponderRow& responder,
+                              const ResponseAttachments& attachments);
+
+struct Envelope {
+    std::string sender;
+    std::string recipient;
+};
+
+/// From whom to whom the answers to `mail` go: from the mailbox's address to the message's sender.
+/// Throws tolva::idn::IdnaError when the mailbox's address has no ASCII form, and SendError when
+/// the mail program must not be given the sender's.
+Envelope response_envelope(const Mail_content& mail);
+
+/// Calls `send`. When it throws, records in the log why the answer is not sent. Returns whether it
+/// was.
+bool sent_or_recorded(const std::function<void()>& send);
+
+/// Composes the answer in `file` and hands it to the mail program, whose end is waited for. An
+/// answer that cannot be sent is recorded in the log and left at that: the run goes on, the next
 /// responder may fare better.
 void send_response(const ResponseFile& file, const Mail_content& mail,
                    const ResponderRow& responder, const ResponseAttachments& attachments);

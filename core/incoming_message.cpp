@@ -8,14 +8,10 @@
 #include <string_view>
 #include <utility>
 
-#include <mimelib/mimepp.h>
-
 #include "core/diagnostics.h"
-#include "core/mail_content.h"
+#include "core/dw_string.h"
 #include "core/message_copy.h"
 #include "core/message_input.h"
-#include "core/message_text.h"
-#include "core/sender.h"
 #include "encoding/iconv_recode.h"
 #include "encoding/rfc1522.h"
 
@@ -23,36 +19,31 @@ namespace {
 
 // What is taken from the message, so that the whole of it need not stay in memory.
 struct MessageParts {
-    std::string sender;
+    Sender sender;
     std::string recipient;
     std::string raw_subject;
     std::string raw_date;
     MessageText text;
 };
 
-std::string to_string(const DwString& text) {
-    return {text.data(), text.length()};
-}
-
 // Takes the message apart. Nothing, with the reason on standard error, if it cannot be answered.
-std::optional<MessageParts> take_apart(const DwString& input) {
+std::optional<MessageParts> take_apart(const DwString& input, const char* recipient) {
     DwInitialize();
     const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(input, nullptr));
     message->Parse();
 
     DwHeaders& headers = message->Headers();
-    const DwMailbox* sender = find_sender(headers);
-    if (sender == nullptr) {
+    std::optional<Sender> sender = find_sender(headers);
+    if (!sender) {
         report("Could not get sender's e-mail address from Reply-To: or From: headers.");
         return std::nullopt;
     }
-    const char* recipient = std::getenv("RESP_RECIPIENT");
     if (recipient == nullptr) {
         report("Could not get recipient e-mail address from RESP_RECIPIENT environment variable");
         return std::nullopt;
     }
     return MessageParts{
-        .sender = to_string(sender->LocalPart()) + "@" + to_string(sender->Domain()),
+        .sender = std::move(*sender),
         .recipient = recipient,
         .raw_subject = headers.HasSubject() ? to_string(headers.Subject().AsString()) : "",
         .raw_date = headers.HasDate() ? to_string(headers.Date().AsString()) : "",
@@ -86,12 +77,8 @@ std::string subject_in_utf8(const std::string& raw_subject, const std::string& b
 
 Mail_content content_of(MessageParts parts) {
     Mail_content content;
-    content.from = std::move(parts.sender);
-    content.to = std::move(parts.recipient);
-    // Without "@" both are the whole address: npos + 1 is 0.
-    const std::size_t at = content.to.find('@');
-    content.to_mailname = content.to.substr(0, at);
-    content.to_domain = content.to.substr(at + 1);
+    content.from = std::move(parts.sender.address);
+    set_recipient(content, std::move(parts.recipient));
     content.date = std::move(parts.raw_date);
     content.charset = parts.text.charset;
     content.body_lines = BodyLines(body_in_utf8(parts.text));
@@ -101,16 +88,33 @@ Mail_content content_of(MessageParts parts) {
 
 }  // namespace
 
+std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipient) {
+    std::optional<MessageParts> parts = take_apart(std::exchange(text, DwString()), recipient);
+    if (!parts) {
+        return std::nullopt;
+    }
+    MessageAnalysis analysis;
+    analysis.sender_field = parts->sender.field;
+    analysis.text_source = parts->text.source;
+    analysis.text_part = parts->text.part;
+    analysis.content = content_of(std::move(*parts));
+    return analysis;
+}
+
 int parse_message(Mail_content* mail) {
     MessageCopy copy;
     if (!copy.made()) {
         report("Could not create a temporary file.");
         return 1;
     }
-    std::optional<MessageParts> parts = take_apart(read_message(copy));
-    if (!parts) {
+    MessageInput input = read_message(&copy);
+    if (input.error != 0) {
+        report("autoresponder: Failed to read the message: ", error_text(input.error));
+    }
+    auto analysis = analyse_message(std::move(input.text), std::getenv("RESP_RECIPIENT"));
+    if (!analysis) {
         return 1;
     }
-    *mail = content_of(std::move(*parts));
+    *mail = std::move(analysis->content);
     return 0;
 }

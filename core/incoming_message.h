@@ -1,12 +1,33 @@
 #pragma once
 
-struct Mail_content;
+#include <cstddef>
+#include <optional>
+
+#include <mimelib/mimepp.h>
+
+#include "core/mail_content.h"
+#include "core/message_text.h"
+#include "core/sender.h"
+
+/// What a message yields, and from where it was taken.
+struct MessageAnalysis {
+    Mail_content content;
+    Sender::Field sender_field = Sender::Field::kFrom;
+    MessageText::Source text_source = MessageText::Source::kMessage;
+    std::size_t text_part = 0;  ///< see MessageText::part
+};
+
+/// Takes the message `text` apart, which was sent to `recipient`; null stands for an address that
+/// is not known. Returns what it yields; null, with the reason on standard error, when it cannot be
+/// answered. Text that cannot be converted to UTF-8 is a warning there.
+///
+/// Throws std::bad_alloc, and std::out_of_range for a subject that ends in blanks (see
+/// tolva::rfc1522::decode).
+std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipient);
 
 /// Reads the incoming message from standard input, keeps a copy of it (core/message_copy.h) and
 /// fills `mail` from it and from the environment variable RESP_RECIPIENT.
 ///
 /// Returns 0 when `mail` is filled and 1 when the message cannot be answered; the reason is then on
-/// standard error. Text that cannot be converted to UTF-8 is a warning there. Throws
-/// std::bad_alloc, and std::out_of_range for a subject that ends in blanks (see
-/// tolva::rfc1522::decode). `mail` is untouched unless the result is 0.
+/// standard error. Throws as analyse_message does. `mail` is untouched unless the result is 0.
 int parse_message(Mail_content* mail);

@@ -25,3 +25,6 @@ struct Mail_content {
     /// The lines of the text, UTF-8 whenever its conversion succeeded. Never empty.
     BodyLines body_lines;
 };
+
+/// Sets the recipient's address and the two halves of it.
+void set_recipient(Mail_content& mail, std::string address);

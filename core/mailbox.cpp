@@ -2,6 +2,7 @@
 
 #include <array>
 #include <new>
+#include <utility>
 
 #include "core/database.h"
 #include "core/mail_content.h"
@@ -46,27 +47,34 @@ void adapt_to_session(EscapedAddress& recipient, MYSQL* connection, const Mail_c
 std::optional<Mailbox> find_mailbox(MYSQL* connection, const EscapedAddress& address) {
     const std::string& domain = address.domain;
     const std::string& mailname = address.mailname;
-    const std::array lookups = {
-        "select m.id, m.mail_name, d.name from mail m, domains d"
-        " where m.dom_id=d.id and d.name='" +
-            domain + "' and m.mail_name='" + mailname + "'",
+    const std::array<std::pair<Lookup, std::string>, 4> lookups = {{
+        {Lookup::kOwnName,
+         "select m.id, m.mail_name, d.name from mail m, domains d"
+         " where m.dom_id=d.id and d.name='" +
+             domain + "' and m.mail_name='" + mailname + "'"},
 
-        "select m.id, m.mail_name, d.name from mail m, mail_aliases ma, domains d"
-        " where m.id=ma.mn_id and m.dom_id=d.id and d.name='" +
-            domain + "' and ma.alias='" + mailname + "'",
+        {Lookup::kMailAlias,
+         "select m.id, m.mail_name, d.name from mail m, mail_aliases ma, domains d"
+         " where m.id=ma.mn_id and m.dom_id=d.id and d.name='" +
+             domain + "' and ma.alias='" + mailname + "'"},
 
-        "select m.id, m.mail_name, d.name from mail m, domains d, domainaliases da"
-        " where m.dom_id=d.id and d.id=da.dom_id and da.name='" +
-            domain + "' and m.mail_name='" + mailname + "' and da.mail='true'",
+        {Lookup::kDomainAlias,
+         "select m.id, m.mail_name, d.name from mail m, domains d, domainaliases da"
+         " where m.dom_id=d.id and d.id=da.dom_id and da.name='" +
+             domain + "' and m.mail_name='" + mailname + "' and da.mail='true'"},
 
-        "select m.id, m.mail_name, d.name from mail m, mail_aliases ma, domains d, domainaliases da"
-        " where m.id=ma.mn_id and m.dom_id=d.id and d.id=da.dom_id and da.name='" +
-            domain + "' and ma.alias='" + mailname + "' and da.mail='true'"};
+        {Lookup::kBothAliases,
+         "select m.id, m.mail_name, d.name"
+         " from mail m, mail_aliases ma, domains d, domainaliases da"
+         " where m.id=ma.mn_id and m.dom_id=d.id and d.id=da.dom_id and da.name='" +
+             domain + "' and ma.alias='" + mailname + "' and da.mail='true'"},
+    }};
 
-    for (const std::string& lookup : lookups) {
-        QueryResult rows = rows_or_end_run(connection, lookup, "autoresponder: Unable to query: ");
+    for (const auto& [lookup, statement] : lookups) {
+        QueryResult rows =
+            rows_or_end_run(connection, statement, "autoresponder: Unable to query: ");
         if (rows.fetch()) {
-            return Mailbox{rows.text(0, ""), rows.text(1, ""), rows.text(2, "")};
+            return Mailbox{rows.text(0, ""), rows.text(1, ""), rows.text(2, ""), lookup};
         }
     }
     return std::nullopt;

@@ -7,11 +7,15 @@
 
 struct Mail_content;
 
+/// How an address leads to a mailbox, in the order in which the ways are tried.
+enum class Lookup { kOwnName, kMailAlias, kDomainAlias, kBothAliases };
+
 /// A mailbox of the panel under its own name, whatever alias the message was sent to.
 struct Mailbox {
     std::string id;
     std::string name;  ///< local part
     std::string domain;
+    Lookup found_by = Lookup::kOwnName;
 };
 
 /// The two halves of an address, escaped for SQL string literals.

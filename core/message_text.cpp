@@ -3,34 +3,42 @@
 #include <algorithm>
 #include <string_view>
 
+#include "core/dw_string.h"
+
 namespace {
 
 bool is_text(DwHeaders& headers) {
     return headers.ContentType().Type() == DwMime::kTypeText;
 }
 
-MessageText text_of(const DwEntity& entity) {
-    const DwString charset = GetCharset(entity);
-    MessageText text{.charset = {charset.data(), charset.length()}, .body = {}};
+MessageText text_of(const DwEntity& entity, MessageText::Source source, std::size_t part = 0) {
+    MessageText text;
+    text.charset = to_string(GetCharset(entity));
     DecodeBody(entity, text.body);
+    text.source = source;
+    text.part = part;
     return text;
 }
 
-const DwBodyPart* find_text_part(const DwMessage& message) {
-    const DwBodyPart* part = message.Body().FirstBodyPart();
-    while (part != nullptr && !(part->Headers().HasContentType() && is_text(part->Headers()))) {
-        part = part->Next();
+MessageText text_of_first_part(const DwMessage& message) {
+    std::size_t number = 0;
+    for (const DwBodyPart* part = message.Body().FirstBodyPart(); part != nullptr;
+         part = part->Next(), ++number) {
+        if (part->Headers().HasContentType() && is_text(part->Headers())) {
+            return text_of(*part, MessageText::Source::kPart, number);
+        }
     }
-    return part;
+    MessageText none;
+    none.source = MessageText::Source::kNoPart;
+    return none;
 }
 
 // `lower_case` is in lower case.
 bool equals_ignoring_case(const DwString& text, std::string_view lower_case) {
-    return std::ranges::equal(std::string_view(text.data(), text.length()), lower_case,
-                              [](char left, char right) {
-                                  const bool upper = left >= 'A' && left <= 'Z';
-                                  return (upper ? left - 'A' + 'a' : left) == right;
-                              });
+    return std::ranges::equal(to_view(text), lower_case, [](char left, char right) {
+        const bool upper = left >= 'A' && left <= 'Z';
+        return (upper ? left - 'A' + 'a' : left) == right;
+    });
 }
 
 }  // namespace
@@ -38,12 +46,10 @@ bool equals_ignoring_case(const DwString& text, std::string_view lower_case) {
 MessageText choose_text(const DwMessage& message) {
     DwHeaders& headers = message.Headers();
     if (!headers.HasContentType() || is_text(headers)) {
-        return text_of(message);
+        return text_of(message, MessageText::Source::kMessage);
     }
     if (headers.ContentType().Type() == DwMime::kTypeMultipart) {
-        if (const DwBodyPart* part = find_text_part(message)) {
-            return text_of(*part);
-        }
+        return text_of_first_part(message);
     }
     return {};
 }

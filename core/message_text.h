@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include <mimelib/mimepp.h>
@@ -8,8 +9,17 @@
 
 /// A text with its Content-Transfer-Encoding undone, in the charset that it declares.
 struct MessageText {
+    enum class Source {
+        kMessage,    ///< the body of a message that is no multipart
+        kPart,       ///< a part of a multipart
+        kNoPart,     ///< nothing: no direct part of the multipart is a text
+        kOtherType,  ///< nothing: the message is neither a text nor a multipart
+    };
+
     std::string charset = "US-ASCII";
     DwString body;
+    Source source = Source::kOtherType;
+    std::size_t part = 0;  ///< which part, counted from 0
 };
 
 /// The text that key words are looked for in: the body of a message that is a text or says nothing

@@ -54,10 +54,11 @@ std::vector<std::string> make_header_values_safe(ResponderRow& responder) {
     return changes;
 }
 
-bool applies_to(const ResponderRow& responder, const Mail_content& mail) {
-    if (responder.resp_on == "false") {
-        return false;
-    }
+bool is_on(const ResponderRow& responder) {
+    return responder.resp_on != "false";
+}
+
+bool key_matches(const ResponderRow& responder, const Mail_content& mail) {
     if (responder.key_where == "subj") {
         return contains(mail.subject, responder.keystr);
     }
@@ -67,4 +68,8 @@ bool applies_to(const ResponderRow& responder, const Mail_content& mail) {
         });
     }
     return true;
+}
+
+bool applies_to(const ResponderRow& responder, const Mail_content& mail) {
+    return is_on(responder) && key_matches(responder, mail);
 }

@@ -35,6 +35,12 @@ ResponderRow read_responder_row(const QueryResult& rows);
 /// write headers of their own. Returns what was replaced, each as the end of a message about it.
 std::vector<std::string> make_header_values_safe(ResponderRow& responder);
 
-/// Whether the responder is on and its key word, if it has one, occurs where it is looked for.
-/// Compares bytes; an empty key word occurs everywhere.
+/// Whether the responder is switched on: unless its column says exactly "false".
+bool is_on(const ResponderRow& responder);
+
+/// Whether the responder's key word, if it has a condition, occurs where it is looked for. Compares
+/// bytes; an empty key word occurs everywhere.
+bool key_matches(const ResponderRow& responder, const Mail_content& mail);
+
+/// Whether the responder is on and its key word matches.
 bool applies_to(const ResponderRow& responder, const Mail_content& mail);

@@ -17,12 +17,6 @@
 
 namespace {
 
-// The text of the reply in the responder's charset, or as it is in UTF-8.
-struct ResponseText {
-    std::string bytes;
-    std::string charset;
-};
-
 // Sorted by name, as templ_replace needs it. Filled once: the values point into the first message.
 const std::array<par_templ, 5>& autoresp_templs(const Mail_content& mail) {
     static const std::array<par_templ, 5> templs{{
@@ -57,17 +51,6 @@ std::optional<std::string> from_address(const std::string& mailbox_address) {
     return std::nullopt;
 }
 
-ResponseText text_of(const ResponderRow& responder) {
-    try {
-        return {tolva::iconvRecode(responder.text, "UTF-8", responder.charset, true),
-                responder.charset};
-    } catch (const std::exception&) {
-        // Whatever the charset's name or the text brings about, exhausted memory included: a reply
-        // in UTF-8 is better than none.
-        return {responder.text, "UTF-8"};
-    }
-}
-
 void write_headers(std::ostream& out, const Mail_content& mail, const ResponderRow& responder) {
     if (!responder.reply_to.empty()) {
         out << "Reply-To: " << responder.reply_to << "\n";
@@ -81,7 +64,7 @@ void write_headers(std::ostream& out, const Mail_content& mail, const ResponderR
 }
 
 void write_text(std::ostream& out, const ResponderRow& responder) {
-    const ResponseText text = text_of(responder);
+    const ResponseText text = response_text(responder);
     out << "Content-Type: " << responder.content_type << "; charset=\"" << text.charset << "\"\n"
         << "Content-Transfer-Encoding: 8bit\n"
         << "Content-Disposition: inline\n"
@@ -90,6 +73,17 @@ void write_text(std::ostream& out, const ResponderRow& responder) {
 }
 
 }  // namespace
+
+ResponseText response_text(const ResponderRow& responder) {
+    try {
+        return {tolva::iconvRecode(responder.text, "UTF-8", responder.charset, true),
+                responder.charset};
+    } catch (const std::exception&) {
+        // Whatever the charset's name or the text brings about, exhausted memory included: a reply
+        // in UTF-8 is better than none.
+        return {responder.text, "UTF-8"};
+    }
+}
 
 std::string response_subject(const Mail_content& mail, const ResponderRow& responder) {
     return responder.subject.empty() ? "Re: " + mail.subject : fill_in(responder.subject, mail);

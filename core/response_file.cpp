@@ -34,10 +34,10 @@ int make_file() {
 
 }  // namespace
 
-ResponseFile::ResponseFile() : file_(make_file()) {}
+ResponseFile::ResponseFile() : file_(make_file()), named_(file_) {}
 
 ResponseFile::~ResponseFile() {
-    if (file_) {
+    if (named_) {
         unlink(resp_uu_file_name);
     }
 }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <ostream>
+#include <utility>
 
 #include "core/size_limit.h"
 #include "support/descriptor.h"
@@ -14,6 +15,10 @@ class ResponseFile {
 
     /// Makes the file. If that fails there is none: nothing is written, and reopening it fails.
     ResponseFile();
+
+    /// Composes in `file`, which is not to be sent: it has no name, and cannot be reopened.
+    explicit ResponseFile(tolva::Descriptor file) : file_(std::move(file)), named_(false) {}
+
     ~ResponseFile();
     ResponseFile(const ResponseFile&) = delete;
     ResponseFile& operator=(const ResponseFile&) = delete;
@@ -31,4 +36,5 @@ class ResponseFile {
 
   private:
     tolva::Descriptor file_;
+    bool named_;
 };

@@ -1,14 +1,27 @@
 #include "core/sender.h"
 
-const DwMailbox* find_sender(DwHeaders& headers) {
-    const DwMailbox* sender = nullptr;
+#include "core/dw_string.h"
+
+namespace {
+
+std::string address_of(const DwMailbox& mailbox) {
+    return to_string(mailbox.LocalPart()) + "@" + to_string(mailbox.Domain());
+}
+
+}  // namespace
+
+std::optional<Sender> find_sender(DwHeaders& headers) {
     if (headers.HasReplyTo()) {
-        sender = GetMailboxFromAddressList(headers.ReplyTo());
+        if (const DwMailbox* mailbox = GetMailboxFromAddressList(headers.ReplyTo())) {
+            return Sender{address_of(*mailbox), Sender::Field::kReplyTo};
+        }
     }
-    if (sender == nullptr && headers.HasFrom()) {
-        sender = GetMailboxFromMailboxList(headers.From());
+    if (headers.HasFrom()) {
+        if (const DwMailbox* mailbox = GetMailboxFromMailboxList(headers.From())) {
+            return Sender{address_of(*mailbox), Sender::Field::kFrom};
+        }
     }
-    return sender;
+    return std::nullopt;
 }
 
 DwMailbox* GetMailboxFromAddressList(const DwAddressList& addresses) {

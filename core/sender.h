@@ -1,12 +1,20 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include <mimelib/mimepp.h>
 
 /// Who sent a message, and so gets the reply.
+struct Sender {
+    enum class Field { kReplyTo, kFrom };
 
-/// The first usable mailbox of Reply-To:, or else of From:; null when neither field has one. It
-/// belongs to the headers.
-const DwMailbox* find_sender(DwHeaders& headers);
+    std::string address;  ///< local part + "@" + domain, as written
+    Field field;          ///< where it was found
+};
+
+/// The first usable mailbox of Reply-To:, or else of From:; null when neither field has one.
+std::optional<Sender> find_sender(DwHeaders& headers);
 
 /// The first address of a Reply-To: field that is valid and a mailbox, not a group; null when there
 /// is none. The mailbox belongs to the list.

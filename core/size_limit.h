@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -18,6 +19,11 @@ class SizeLimit {
     static SizeLimit of_mail_system();
 
     static SizeLimit none() { return SizeLimit(0); }
+
+    /// The limit in bytes, nothing if there is none.
+    [[nodiscard]] std::optional<int> bytes() const {
+        return bytes_ > 0 ? std::optional(bytes_) : std::nullopt;
+    }
 
     /// Whether a mail of `size` bytes is larger. One as large as the limit is not.
     [[nodiscard]] bool is_exceeded_by(off_t size) const {

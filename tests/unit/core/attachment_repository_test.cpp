@@ -33,8 +33,7 @@ class Repository : public testing::Test {
 };
 
 TEST(RepositoryOfAMailbox, LiesBelowItsOwnNames) {
-    const AttachmentRepository repository(
-        Mailbox{.id = "1", .name = "info", .domain = "example.com"});
+    const AttachmentRepository repository(Mailbox{"1", "info", "example.com"});
     EXPECT_EQ(repository.path("a.txt"), "/var/qmail/mailnames/example.com/info/@attachments/a.txt");
 }
 

@@ -56,17 +56,22 @@ TEST(MailboxFromMailboxList, NamesAndCommentsAreDropped) {
 
 std::string sender(const std::string& headers) {
     const auto message = parsed(headers + "\n");
-    return address(find_sender(message->Headers()));
+    const auto found = find_sender(message->Headers());
+    if (!found) {
+        return "none";
+    }
+    const char* field = found->field == Sender::Field::kReplyTo ? "Reply-To" : "From";
+    return found->address + " from " + field;
 }
 
 TEST(Sender, ReplyToComesBeforeFrom) {
-    EXPECT_EQ(sender("From: a@b.org\nReply-To: c@d.org\n"), "c@d.org");
+    EXPECT_EQ(sender("From: a@b.org\nReply-To: c@d.org\n"), "c@d.org from Reply-To");
 }
 
 TEST(Sender, FromCountsWhereReplyToHoldsNoUsableAddress) {
-    EXPECT_EQ(sender("From: a@b.org\nReply-To: friends: c@d.org;\n"), "a@b.org");
-    EXPECT_EQ(sender("From: a@b.org\nReply-To: <>\n"), "a@b.org");
-    EXPECT_EQ(sender("From: a@b.org\n"), "a@b.org");
+    EXPECT_EQ(sender("From: a@b.org\nReply-To: friends: c@d.org;\n"), "a@b.org from From");
+    EXPECT_EQ(sender("From: a@b.org\nReply-To: <>\n"), "a@b.org from From");
+    EXPECT_EQ(sender("From: a@b.org\n"), "a@b.org from From");
 }
 
 TEST(Sender, IsMissingWhereNeitherFieldHasOne) {

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+/// The command "answered": whom the responders of a mailbox answered today.
+
+/// Prints for each responder of the mailbox that `recipient` leads to whom it answered today, and
+/// how often. Throws Failure, and EndOfRun if a statement fails.
+void list_answered(const std::string& recipient);
+
+/// Lets the responders of the mailbox answer `sender` once more as if for the first time today, and
+/// prints what was forgotten. Throws as above.
+void clear_answered(const std::string& recipient, const std::string& sender);
+
+/// The same for every sender.
+void clear_all_answered(const std::string& recipient);

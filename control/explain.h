@@ -1,0 +1,15 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <mimelib/mimepp.h>
+
+#include "control/explanation.h"
+
+/// Finds out what the autoresponder would make of `message`, sent to `recipient`, by calling what
+/// it calls, short of sending, counting and leaving files. Where `mail_directory` is given, writes
+/// there each mail that would be handed over. Throws Failure when it cannot; a database that cannot
+/// be asked is an explanation with the verdict kCannotTell.
+Explanation explain(const DwString& message, const std::string& recipient,
+                    const std::optional<std::string>& mail_directory);

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Text for the person at the terminal.
+
+enum class Colour { kNone, kGood, kBad, kUnsure, kStrong };
+
+/// `text` in that colour where standard output is a terminal that shows colours (NO_COLOR and
+/// TERM=dumb ask for none), else as it is.
+std::string coloured(std::string_view text, Colour colour);
+
+/// `text` with what could move the cursor or hide spelt out: control characters as "\n", "\t" or
+/// "\xNN", and bytes that are no UTF-8 likewise.
+std::string printable(std::string_view text);
