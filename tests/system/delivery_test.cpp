@@ -208,7 +208,11 @@ TEST_F(Delivery, AMailProgramThatIsNotExecutableIsReportedByTheChild) {
 
 TEST_F(Delivery, WithoutAMailProgramEveryMailIsTried) {
     add_forward(1, "copy@example.net");
-    add_attachment(1, "gone.txt");
+    // The notice is longer than a pipe holds, so that it cannot be written before the child that was
+    // to become the mail program has ended.
+    for (int i = 0; i < 300; ++i) {
+        add_attachment(1, std::to_string(i) + std::string(240, '.'));
+    }
     remove_mail_program();
     const std::string line =
         "fork_execv: execv(\"/usr/sbin/sendmail\") failed: No such file or directory\n";
