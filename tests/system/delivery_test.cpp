@@ -208,8 +208,8 @@ TEST_F(Delivery, AMailProgramThatIsNotExecutableIsReportedByTheChild) {
 
 TEST_F(Delivery, WithoutAMailProgramEveryMailIsTried) {
     add_forward(1, "copy@example.net");
-    // The notice is longer than a pipe holds, so that it cannot be written before the child that was
-    // to become the mail program has ended.
+    // The notice is longer than a pipe holds, so that it cannot be written before the child that
+    // was to become the mail program has ended.
     for (int i = 0; i < 300; ++i) {
         add_attachment(1, std::to_string(i) + std::string(240, '.'));
     }

@@ -445,12 +445,11 @@ TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
         EXPECT_FALSE(try_connect().connected);
         EXPECT_EQ(watch.calls().size(), 1U);
     }
-    const SessionLimit limit("revoke all on tva.* from admin@localhost",
-                             "grant all on tva.* to admin@localhost");
+    const SessionLimit limit("alter user admin@localhost account lock",
+                             "alter user admin@localhost account unlock");
     const ConnectWatch watch;
     EXPECT_EQ(try_connect().reason,
-              "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' to "
-              "database 'tva'");
+              "Unable to connect to Tolva Database: Access denied, this account is locked");
     EXPECT_EQ(watch.calls().size(), 1U);
 }
 
