@@ -1,6 +1,9 @@
 #include "encoding/base64_decode.h"
 
+#include <cstddef>
 #include <iostream>
+
+#include "encoding/base64_decode_internal.h"
 
 namespace tolva {
 

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "encoding/base64_decode_internal.h"
+
 namespace {
 
 // What base64_decode writes to standard error while it decodes `text`.
