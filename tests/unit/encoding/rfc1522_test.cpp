@@ -1,11 +1,14 @@
 #include "encoding/rfc1522.h"
 
+#include <iostream>
 #include <stdexcept>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "encoding/rfc1522_internal.h"
+#include "tests/unit/encoding/stderr_writes.h"
 
 using tolva::rfc1522::decode;
 using tolva::rfc1522::encode;
@@ -205,6 +208,32 @@ TEST(Decode, WordsBeforeTrailingBlanksAreStillReported) {
     EXPECT_THROW(decode("=?broken "), std::out_of_range);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "wrong rfc1522 sequence (no charset): =?broken\n");
+}
+
+TEST(Decode, ComplaintsStandBeforeWhatACallerWritesAfterAnException) {
+    testing::internal::CaptureStderr();
+    try {
+        decode("=?utf-8?Q?=xy?= =?no-such?B?*?=*");
+    } catch (const std::runtime_error& error) {
+        std::cerr << error.what() << "\n";
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Bad hex in quoted-printable string: xy\n"
+              "wrong rfc1522 sequence (trailing stuff): =?no-such?B?*?=*\n"
+              "Bad base64 symbol: *\n"
+              "Cannot convert from no-such to utf-8\n");
+}
+
+TEST(Decode, ComplaintsAreWrittenTogether) {
+    StderrWrites standard_error;
+    decode("=?utf-8?Q?=xy=z?= =?utf-8?B?*#?= =?broken =?broken");
+    EXPECT_THAT(standard_error.take(),
+                testing::ElementsAre("Bad hex in quoted-printable string: xy\n"
+                                     "Bad hex in quoted-printable string: z\n"
+                                     "Bad base64 symbol: *\n"
+                                     "Bad base64 symbol: #\n"
+                                     "wrong rfc1522 sequence (no charset): =?broken\n"
+                                     "wrong rfc1522 sequence (no charset): =?broken\n"));
 }
 
 TEST(Decode, WordWithoutCharsetEndIsKeptAndNamed) {
