@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace tolva {
 
@@ -24,5 +26,11 @@ namespace tolva {
 /// - "Closing conversion from " + from + " to utf-8 failed": iconv_close(3) failed.
 std::string iconvRecode(const std::string& text, const std::string& from, const std::string& to,
                         bool skip_invalid);
+
+/// The same without a copy of the text or its result: `take_piece` is called with one piece of the
+/// result after the other, of 1 to 4096 bytes each, which are valid during the call only. When a
+/// conversion fails, the pieces up to there have been taken. What `take_piece` throws passes.
+void iconvRecode(std::string_view text, const std::string& from, const std::string& to,
+                 bool skip_invalid, const std::function<void(std::string_view)>& take_piece);
 
 }  // namespace tolva

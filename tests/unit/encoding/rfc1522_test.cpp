@@ -9,6 +9,7 @@
 
 #include "encoding/rfc1522_internal.h"
 #include "tests/unit/encoding/stderr_writes.h"
+#include "tests/unit/encoding/test_texts.h"
 
 using tolva::rfc1522::decode;
 using tolva::rfc1522::encode;
@@ -31,29 +32,11 @@ Decoded decode_aloud(const std::string& text) {
 }
 
 std::string runtime_failure(const std::string& text) {
-    try {
-        decode(text);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "";
+    return thrown_text<std::runtime_error>([&] { decode(text); });
 }
 
 std::string range_failure(const std::string& text) {
-    try {
-        decode(text);
-    } catch (const std::out_of_range& error) {
-        return error.what();
-    }
-    return "";
-}
-
-std::string repeat(const std::string& text, std::size_t times) {
-    std::string repeated;
-    for (std::size_t i = 0; i < times; ++i) {
-        repeated += text;
-    }
-    return repeated;
+    return thrown_text<std::out_of_range>([&] { decode(text); });
 }
 
 }  // namespace
@@ -188,6 +171,11 @@ TEST(Decode, UnknownCharsetThrows) {
 
 TEST(Decode, LanguageSuffixIsPartOfTheCharsetName) {
     EXPECT_EQ(runtime_failure("=?utf-8*en?Q?a?="), "Cannot convert from utf-8*en to utf-8");
+}
+
+TEST(Decode, EveryWordStartsInTheInitialStateOfItsCharset) {
+    EXPECT_EQ(decode("=?iso-2022-jp?Q?=1B$B$=22?= =?iso-2022-jp?Q?$=22?="), "\xE3\x81\x82$\"");
+    EXPECT_EQ(decode("=?utf-16?Q?=FE=FF=00a?= =?utf-16?Q?=FF=FEb=00?="), "ab");
 }
 
 TEST(Decode, InvalidBytesBecomeQuestionMarks) {
