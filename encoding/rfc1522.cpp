@@ -12,6 +12,7 @@
 #include "encoding/base64_decode_internal.h"
 #include "encoding/complaints.h"
 #include "encoding/iconv_recode.h"
+#include "encoding/loaded_charsets.h"
 #include "encoding/rfc1522_internal.h"
 
 namespace tolva::rfc1522 {
@@ -48,47 +49,60 @@ std::string qp_decode(std::string_view data, Complaints& complaints) {
     return bytes;
 }
 
-std::string decode_data(std::string_view encoding, std::string_view data, Complaints& complaints) {
+// Decodes the words of one field body.
+class WordDecoder {
+  public:
+    std::string decode(const std::string& word);
+
+  private:
+    std::string decode_data(std::string_view encoding, std::string_view data);
+
+    Complaints complaints_;
+    LoadedCharsets charsets_;
+};
+
+std::string WordDecoder::decode_data(std::string_view encoding, std::string_view data) {
     if (encoding == "q" || encoding == "Q") {
-        return qp_decode(data, complaints);
+        return qp_decode(data, complaints_);
     }
     if (encoding == "b" || encoding == "B") {
-        return base64_decode(data, complaints);
+        return base64_decode(data, complaints_);
     }
     return {};
 }
 
-std::string decode_word(const std::string& word, Complaints& complaints) {
+std::string WordDecoder::decode(const std::string& word) {
     if (!word.starts_with("=?")) {
         return word;
     }
     const std::size_t charset = 2;
     const std::size_t charset_end = word.find('?', charset);
     if (charset_end == std::string::npos) {
-        complaints.add("wrong rfc1522 sequence (no charset): ", word);
+        complaints_.add("wrong rfc1522 sequence (no charset): ", word);
         return word;
     }
     const std::size_t encoding = charset_end + 1;
     const std::size_t encoding_end = word.find('?', encoding);
     if (encoding_end == std::string::npos) {
-        complaints.add("wrong rfc1522 sequence (no encoding): ", word);
+        complaints_.add("wrong rfc1522 sequence (no encoding): ", word);
         return word;
     }
     const std::size_t data = encoding_end + 1;
     const std::size_t data_end = word.find("?=", data);
     if (data_end == std::string::npos) {
-        complaints.add("wrong rfc1522 sequence (no data): ", word);
+        complaints_.add("wrong rfc1522 sequence (no data): ", word);
         return word;
     }
     const std::size_t word_end = data_end + 2;
     if (word_end != word.size()) {
-        complaints.add("wrong rfc1522 sequence (trailing stuff): ", word);
+        complaints_.add("wrong rfc1522 sequence (trailing stuff): ", word);
     }
     const std::string_view view = word;
     const std::string bytes = decode_data(view.substr(encoding, encoding_end - encoding),
-                                          view.substr(data, data_end - data), complaints);
-    return iconvRecode(bytes, word.substr(charset, charset_end - charset), "utf-8", true) +
-           word.substr(word_end);
+                                          view.substr(data, data_end - data));
+    const std::string charset_name = word.substr(charset, charset_end - charset);
+    charsets_.keep(charset_name);
+    return iconvRecode(bytes, charset_name, "utf-8", true).append(word, word_end);
 }
 
 }  // namespace
@@ -118,21 +132,20 @@ std::string qp_encode(const std::string& text) {
 }
 
 std::string rfc1522_decode_word(const std::string& word) {
-    Complaints complaints;
-    return decode_word(word, complaints);
+    return WordDecoder().decode(word);
 }
 
 std::string decode(std::string text) {  // NOLINT(performance-unnecessary-value-param)
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw std::out_of_range("rfc1522::decode: text of 4 GiB or more");
     }
-    Complaints complaints;
+    WordDecoder words;
     std::string result;
     std::uint32_t position = 0;
     for (;;) {
         const std::size_t blanks = text.find_first_of(kBlanks, position);
         const std::string word = text.substr(position, blanks - position);
-        result += decode_word(word, complaints);
+        result += words.decode(word);
         if (blanks == std::string::npos) {
             return result;
         }
