@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-/// The calls of iconv(3)'s functions in the program this is linked into, which fail when told to and
-/// are those of the C library otherwise.
+/// The calls of iconv(3)'s functions in the program this is linked into, which fail when told to
+/// and are those of the C library otherwise.
 struct IconvCalls {
     bool close_fails = false;
 
