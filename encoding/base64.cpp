@@ -26,8 +26,7 @@ namespace {
 constexpr std::size_t kCharactersPerGroup = 4;
 constexpr std::size_t kBytesPerGroup = 3;
 
-// The two characters for every twelve bits: a table look-up for each of six bits takes twice as
-// long.
+// The two characters for every twelve bits: six bits at a time take half as long again.
 using Symbols = std::array<char, 2>;
 
 constexpr std::array<Symbols, 4096> make_symbols() {
@@ -40,6 +39,7 @@ constexpr std::array<Symbols, 4096> make_symbols() {
 
 constexpr std::array<Symbols, 4096> kSymbols = make_symbols();
 
+// Reads the whole group before writing: they may overlap.
 inline void encode_group(const unsigned char* input, char* output) {
     const unsigned first = input[0];
     const unsigned second = input[1];

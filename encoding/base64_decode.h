@@ -9,8 +9,8 @@ namespace tolva {
 /// "Bad base64 symbol: " + byte on standard error, and the first "=" ends the data. Only exhausted
 /// memory throws (std::bad_alloc).
 ///
-/// A group's length is judged by the bytes read for it, skipped ones included: "QQ\n==" yields two
-/// bytes, and a line end after the last group yields one zero byte.
+/// The length of a group is judged by all bytes read for it, including skipped ones: "QQ\n=="
+/// yields two bytes, and a line end after the last group yields one zero byte.
 std::string base64_decode(const std::string& text);
 
 }  // namespace tolva

@@ -9,7 +9,7 @@ namespace tolva {
 
 class Complaints;
 
-/// As the public function of this name, with its lines for standard error added to `complaints`.
+/// Like the public function of this name, but adds its lines for standard error to `complaints`.
 std::string base64_decode(std::string_view text, Complaints& complaints);
 
 /// Returns the value (0 to 63) of the next symbol of `text` at or after `*pos`, which moves past

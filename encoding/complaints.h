@@ -5,12 +5,12 @@
 
 namespace tolva {
 
-/// The lines that decoding one text has for standard error, written together: hostile text has a
+/// Collects the lines that decoding one text writes to standard error: hostile text earns a
 /// complaint for every byte, and a write for each would cost more than all the rest.
 ///
-/// Lines reach standard error whole and in order, up to 64 KiB of them with one write(2): when the
-/// next one would be too much, and when the object goes. So they stand before whatever is written
-/// where the exception that ended the decoding is caught.
+/// Lines reach standard error whole and in order, up to 64 KiB of them in one write(2): when the
+/// next one does not fit, and on destruction. So they come before anything written by the handler
+/// of an exception that ended the decoding.
 class Complaints {
   public:
     Complaints() = default;

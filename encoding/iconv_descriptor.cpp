@@ -7,8 +7,8 @@ namespace tolva {
 
 namespace {
 
-// What strangers name as their charset may be a megabyte of "/a": iconv_open(3) takes its time, in
-// the square of the length. The names that the C library knows have at most some twenty bytes.
+// A stranger's charset may be named by a megabyte of "/a", and the time of iconv_open(3) grows with
+// the square of that. The names that the C library knows have some twenty bytes at most.
 constexpr std::size_t kLongestName = 1024;
 
 // What iconv_open(3) returns for failure.

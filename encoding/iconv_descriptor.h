@@ -19,7 +19,8 @@ class IconvDescriptor {
     [[nodiscard]] bool is_open() const;
     [[nodiscard]] iconv_t get() const { return descriptor_; }
 
-    /// Closes now, if it is open. Returns false when that fails; nothing is open then either.
+    /// Closes the conversion if it is open. Returns false when iconv_close(3) fails; the conversion
+    /// is not open afterwards either way.
     bool close();
 
   private:

@@ -17,12 +17,12 @@ constexpr std::size_t kPieceSize = 4096;
 
 using TakePiece = std::function<void(std::string_view)>;
 
-// Gathers what single calls yield into pieces: in hostile text every byte may take a call.
+// Gathers the output of single calls into pieces: hostile text may take a call for every byte.
 class Pieces {
   public:
     explicit Pieces(const TakePiece& take) : take_(take) {}
 
-    // Adds at most a piece.
+    // Takes up to a whole piece.
     void add(std::string_view bytes) {
         if (size_ + bytes.size() > piece_.size()) {
             hand_over();
@@ -73,7 +73,7 @@ bool convert(iconv_t descriptor, std::string_view text, bool skip_invalid, Piece
             }
             continue;
         }
-        // No single character fills a piece: a call that reads nothing would do so for ever.
+        // No single character fills a piece: a call that reads nothing would do so forever.
         if ((error != 0 && error != E2BIG) || text.size() == left_before) {
             return false;
         }

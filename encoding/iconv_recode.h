@@ -15,7 +15,7 @@ namespace tolva {
 /// as unknown.
 ///
 /// With `skip_invalid` every byte at which iconv finds an invalid sequence, or a character that
-/// `to` does not have, is replaced by "?" and the conversion goes on at the next byte. Without it
+/// `to` does not have, is replaced by "?" and the conversion continues at the next byte. Without it
 /// such a byte makes the conversion fail. No closing shift sequence is produced for a stateful
 /// `to`.
 ///
@@ -27,9 +27,9 @@ namespace tolva {
 std::string iconvRecode(const std::string& text, const std::string& from, const std::string& to,
                         bool skip_invalid);
 
-/// The same without a copy of the text or its result: `take_piece` is called with one piece of the
-/// result after the other, of 1 to 4096 bytes each, which are valid during the call only. When a
-/// conversion fails, the pieces up to there have been taken. What `take_piece` throws passes.
+/// Does the same without a copy of the text or of the result, which goes to `take_piece` in pieces
+/// of 1 to 4096 bytes. A piece is valid during the call only. Pieces may already have been taken
+/// when the conversion fails. What `take_piece` throws is passed on.
 void iconvRecode(std::string_view text, const std::string& from, const std::string& to,
                  bool skip_invalid, const std::function<void(std::string_view)>& take_piece);
 

@@ -14,7 +14,7 @@ void LoadedCharsets::keep(const std::string& charset) {
     if (charsets_.size() == kMost && !charsets_.contains(charset)) {
         charsets_.clear();
     }
-    // To a charset for which no text is converted: nothing is shared with conversions in use.
+    // The target is one that texts are not converted to: their conversions share nothing with this.
     charsets_.try_emplace(charset, charset, "WCHAR_T");
 }
 

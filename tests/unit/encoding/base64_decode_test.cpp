@@ -31,7 +31,7 @@ TEST(LenientBase64, PaddingMayBeMissing) {
     EXPECT_EQ(tolva::base64_decode("QQ"), "A");
 }
 
-TEST(LenientBase64, SingleSymbolGivesOneByte) {
+TEST(LenientBase64, SingleSymbolYieldsOneByte) {
     EXPECT_EQ(tolva::base64_decode("Q"), "@");
 }
 
@@ -44,7 +44,7 @@ TEST(LenientBase64, AllSymbols) {
                     48));
 }
 
-TEST(LenientBase64, TextBehindTheFirstPaddingIsIgnored) {
+TEST(LenientBase64, TextAfterTheFirstPaddingIsIgnored) {
     EXPECT_EQ(tolva::base64_decode("QQ==QUJD"), "A");
     EXPECT_EQ(tolva::base64_decode("=QUJD"), "");
     EXPECT_EQ(complaints("QQ=***"), "");
@@ -94,7 +94,7 @@ TEST(LenientBase64, ComplaintsAreWrittenTogether) {
                 testing::ElementsAre("Bad base64 symbol: *\nBad base64 symbol: #\n"));
 }
 
-TEST(Base64Take, GivesTheValueAndMovesBehindTheSymbol) {
+TEST(Base64Take, ReturnsTheValueAndMovesPastTheSymbol) {
     std::size_t pos = 0;
     EXPECT_EQ(tolva::base64Take("/a", &pos), 63U);
     EXPECT_EQ(pos, 1U);

@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using tolva::Complaints;
 
-TEST(Complaints, LinesAreWrittenTogetherAndInOrderWhenTheObjectGoes) {
+TEST(Complaints, LinesAreWrittenTogetherAndInOrderOnDestruction) {
     StderrWrites standard_error;
     {
         Complaints complaints;

@@ -22,7 +22,7 @@ Function* next(const char* name) {
 
 }  // namespace
 
-// These are found before those of the C library.
+// The linker finds these before those of the C library.
 
 extern "C" iconv_t iconv_open(const char* to, const char* from) {
     iconv_calls.tried.emplace_back(from);

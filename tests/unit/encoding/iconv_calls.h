@@ -4,21 +4,22 @@
 #include <string>
 #include <vector>
 
-/// The calls of iconv(3)'s functions in the program this is linked into, which fail when told to
-/// and are those of the C library otherwise.
+/// Records the calls of iconv(3)'s functions in the program that this is linked into, and makes
+/// them fail when told to.
 struct IconvCalls {
     bool close_fails = false;
 
-    /// A conversion reads nothing, writes so much, and leaves that errno.
+    /// A conversion that stalls reads nothing, produces `stall_output` bytes and leaves
+    /// `stall_errno`.
     bool stalls = false;
     int stall_errno = 0;
     std::size_t stall_output = 0;
 
-    /// The charsets that conversions were to be opened from.
+    /// The source charsets of all attempts to open a conversion.
     std::vector<std::string> tried;
     int opened = 0;
     int closed = 0;
-    /// The room for the output of each conversion.
+    /// How much room for output each conversion had.
     std::vector<std::size_t> rooms;
 };
 

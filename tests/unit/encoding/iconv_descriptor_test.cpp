@@ -18,7 +18,7 @@ class IconvDescriptorTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(IconvDescriptorTest, IsClosedByItsOwner) {
+TEST_F(IconvDescriptorTest, IsClosedOnDestruction) {
     {
         const IconvDescriptor descriptor("US-ASCII", "UTF-8");
         EXPECT_TRUE(descriptor.is_open());
@@ -46,7 +46,7 @@ TEST_F(IconvDescriptorTest, IsClosedOnce) {
     EXPECT_EQ(iconv_calls.closed, 1);
 }
 
-TEST_F(IconvDescriptorTest, FailedCloseIsToldAndNotRepeated) {
+TEST_F(IconvDescriptorTest, FailedCloseIsReportedAndNotRepeated) {
     iconv_calls.close_fails = true;
     {
         IconvDescriptor descriptor("US-ASCII", "UTF-8");

@@ -1,4 +1,4 @@
-// Which calls of iconv(3) a conversion makes, and failures of these that no text brings about.
+// The calls of iconv(3) that a conversion makes, and failures that no text can cause.
 #include <cerrno>
 #include <stdexcept>
 #include <string>
@@ -24,7 +24,7 @@ class IconvFaults : public testing::Test {
 
 }  // namespace
 
-TEST_F(IconvFaults, SuccessGivesTheDescriptorBackOnce) {
+TEST_F(IconvFaults, SuccessClosesTheDescriptorOnce) {
     EXPECT_EQ(failure("US-ASCII", "UTF-8"), "");
     EXPECT_EQ(iconv_calls.opened, 1);
     EXPECT_EQ(iconv_calls.closed, 1);
@@ -37,13 +37,13 @@ TEST_F(IconvFaults, EmptyTextOpensAndClosesAndConvertsNothing) {
     EXPECT_THAT(iconv_calls.rooms, testing::IsEmpty());
 }
 
-TEST_F(IconvFaults, FailedConversionGivesTheDescriptorBackOnce) {
+TEST_F(IconvFaults, FailedConversionClosesTheDescriptorOnce) {
     EXPECT_EQ(failure("UTF-16LE", "UTF-8"), "Conversion from UTF-16LE to UTF-8");
     EXPECT_EQ(iconv_calls.opened, 1);
     EXPECT_EQ(iconv_calls.closed, 1);
 }
 
-TEST_F(IconvFaults, RefusedPieceGivesTheDescriptorBackOnce) {
+TEST_F(IconvFaults, RefusedPieceClosesTheDescriptorOnce) {
     EXPECT_EQ(thrown_text<std::logic_error>([] {
                   tolva::iconvRecode("abc", "US-ASCII", "UTF-8", true,
                                      [](std::string_view) { throw std::logic_error("refused"); });
@@ -60,7 +60,7 @@ TEST_F(IconvFaults, UnknownCharsetClosesNothing) {
 }
 
 TEST_F(IconvFaults, LongNameIsUnknownWithoutATry) {
-    // The C library would take minutes over this one.
+    // The time of iconv_open(3) grows with the square of the length of a name like this.
     const std::string name = "UTF-8" + repeat("/a", 500000);
     EXPECT_EQ(failure(name, "UTF-8"), "Cannot convert from " + name + " to UTF-8");
     EXPECT_EQ(failure("UTF-8", name), "Cannot convert from UTF-8 to " + name);

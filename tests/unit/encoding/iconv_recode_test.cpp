@@ -32,7 +32,7 @@ std::vector<std::size_t> piece_sizes(std::string_view text) {
 
 }  // namespace
 
-TEST(IconvRecode, EmptyTextGivesAnEmptyResult) {
+TEST(IconvRecode, EmptyTextYieldsAnEmptyResult) {
     EXPECT_EQ(iconvRecode("", "ISO-8859-1", "UTF-8", true), "");
     EXPECT_EQ(iconvRecode("", "UTF-8", "UTF-8", false), "");
 }
@@ -151,7 +151,7 @@ TEST(IconvRecode, InvalidSequenceReportedAfterTheLastByteEndsTheConversion) {
               "Conversion from US-ASCII to UTF-8//IGNORE");
 }
 
-TEST(IconvRecode, SuffixesOfTheSourceAreTheCLibrarysAffair) {
+TEST(IconvRecode, SuffixesOfTheSourceAreLeftToTheCLibrary) {
     EXPECT_EQ(iconvRecode("a\xE9", "us-ascii//IGNORE", "UTF-8", true), "a?");
     EXPECT_EQ(iconvRecode("a\xE9", "us-ascii//TRANSLIT", "UTF-8", true), "a?");
 }
@@ -201,7 +201,7 @@ TEST(IconvRecodeInPieces, InvalidBytesAreHandedOverTogether) {
     EXPECT_THAT(piece_sizes(repeat("x\xFF", 3000)), testing::ElementsAre(4096, 1904));
 }
 
-TEST(IconvRecodeInPieces, NothingIsNoPiece) {
+TEST(IconvRecodeInPieces, EmptyResultIsNoPiece) {
     EXPECT_THAT(piece_sizes(""), testing::IsEmpty());
 }
 

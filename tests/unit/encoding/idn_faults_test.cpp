@@ -1,5 +1,4 @@
-// How libidn is called, and what it does not do on demand: its functions are shadowed by ones that
-// do.
+// How libidn is called, and results that it does not return on demand. Its functions are shadowed.
 #include <idna.h>
 
 #include <cstdlib>

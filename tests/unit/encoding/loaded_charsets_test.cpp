@@ -17,7 +17,7 @@ using tolva::LoadedCharsets;
 
 namespace {
 
-// How many files the dynamic linker has loaded so far, those forgotten again included.
+// How many files the dynamic linker has loaded so far, including those unloaded since.
 unsigned long long files_loaded() {
     unsigned long long count = 0;
     const auto take_count = [](dl_phdr_info* info, std::size_t /*size*/, void* result) {
@@ -32,7 +32,7 @@ unsigned long long files_loaded() {
 constexpr const char* kCharsets[] = {"ISO-8859-2", "ISO-8859-3", "ISO-8859-4", "ISO-8859-5",
                                      "ISO-8859-6", "ISO-8859-7", "ISO-8859-8", "ISO-8859-9"};
 
-// Uses so many other charsets that the C library forgets KOI8-U if it is not kept, and tells how
+// Uses so many other charsets that the C library unloads KOI8-U unless it is kept, and returns how
 // many files the next use of KOI8-U loads.
 unsigned long long loads_of_koi8_u() {
     for (const char* charset : kCharsets) {

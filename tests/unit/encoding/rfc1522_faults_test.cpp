@@ -1,5 +1,4 @@
-// Which conversions the decoding of a field body opens, and failures of these that no text brings
-// about.
+// The conversions that decoding a field body opens, and failures that no text can cause.
 #include <stdexcept>
 #include <string>
 
@@ -20,13 +19,13 @@ class DecodeFaults : public testing::Test {
 
 }  // namespace
 
-TEST_F(DecodeFaults, EveryDescriptorIsGivenBack) {
+TEST_F(DecodeFaults, EveryDescriptorIsClosed) {
     EXPECT_EQ(decode("=?utf-8?Q?a?= =?iso-8859-1?Q?=E9?= =?utf-8?Q?b?="), "a\xC3\xA9\x62");
     EXPECT_GE(iconv_calls.opened, 3);
     EXPECT_EQ(iconv_calls.closed, iconv_calls.opened);
 }
 
-TEST_F(DecodeFaults, EveryDescriptorIsGivenBackWhenAWordFails) {
+TEST_F(DecodeFaults, EveryDescriptorIsClosedWhenAWordFails) {
     EXPECT_THROW(decode("=?utf-8?Q?a?= =?iso-8859-1?Q?b?= =?utf-8?Q?=C3?="), std::runtime_error);
     EXPECT_GE(iconv_calls.opened, 3);
     EXPECT_EQ(iconv_calls.closed, iconv_calls.opened);

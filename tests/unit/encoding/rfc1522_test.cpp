@@ -24,7 +24,7 @@ struct Decoded {
     std::string complaints;
 };
 
-// Decodes `text` and takes what is written to standard error with it.
+// Decodes `text` and captures what that writes to standard error.
 Decoded decode_aloud(const std::string& text) {
     testing::internal::CaptureStderr();
     const std::string decoded = decode(text);
@@ -98,7 +98,7 @@ TEST(Encode, LongTextIsOneWordWithoutFolding) {
     EXPECT_EQ(encoded, "=?utf-8?Q?" + repeat("=C3=BC", 1000) + "?=");
 }
 
-TEST(Encode, DecodeGivesBackWhatWasEncoded) {
+TEST(Encode, DecodeRestoresWhatWasEncoded) {
     for (const std::string text :
          {"Re: Gr\u00FC\u00DFe", " \xC3\xBC ", "a=b?c_d", "\tx\t", "trailing blanks kept!  ",
           "line\nend", "=?utf-8?Q?x?=", "plain  text", "\xE2\x82\xAC\xF0\x9F\x98\x80"}) {
@@ -124,7 +124,7 @@ TEST(Decode, AdjacentEncodedWordsJoin) {
     EXPECT_EQ(decode("=?utf-8?Q?a?= \t  =?utf-8?Q?b?=\t=?utf-8?Q?c?="), "abc");
 }
 
-TEST(Decode, BlanksBesideAPlainWordStay) {
+TEST(Decode, BlanksNextToAPlainWordAreKept) {
     EXPECT_EQ(decode("x =?utf-8?Q?a?="), "x a");
     EXPECT_EQ(decode("=?utf-8?Q?a?= x"), "a x");
     EXPECT_EQ(decode("x \t =?utf-8?Q?a?=  y"), "x \t a  y");
@@ -132,7 +132,7 @@ TEST(Decode, BlanksBesideAPlainWordStay) {
 }
 
 TEST(Decode, JoiningLooksAtTheMarksOnly) {
-    // "x?=" is no encoded word but ends like one, "=?y" begins like one.
+    // "x?=" is not an encoded word but ends like one, "=?y" begins like one.
     EXPECT_EQ(decode_aloud("x?= =?y").text, "x?==?y");
     EXPECT_EQ(decode_aloud("x?= =y").text, "x?= =y");
     EXPECT_EQ(decode_aloud("x= =?y").text, "x= =?y");
@@ -157,7 +157,7 @@ TEST(Decode, CharactersSplitBetweenWordsAreIncomplete) {
     EXPECT_EQ(runtime_failure("=?utf-8?Q?=C3?= =?utf-8?Q?=BC?="), "Conversion from utf-8 to utf-8");
 }
 
-TEST(Decode, UnknownEncodingLetterGivesNothing) {
+TEST(Decode, UnknownEncodingLetterYieldsNothing) {
     EXPECT_EQ(decode("=?utf-8?X?abc?="), "");
     EXPECT_EQ(decode("=?utf-8??abc?="), "");
     EXPECT_EQ(decode("=?utf-8?QQ?abc?="), "");
@@ -295,7 +295,7 @@ TEST(DecodeQ, OneDigitOfThePairIsEnough) {
     EXPECT_EQ(decoded.complaints, "");
 }
 
-TEST(DecodeQ, BadPairIsNamedAndGivesAZeroByte) {
+TEST(DecodeQ, BadPairIsNamedAndYieldsAZeroByte) {
     const Decoded decoded = decode_aloud("=?utf-8?Q?a=xyb=g?=");
     EXPECT_EQ(decoded.text, std::string("a\0b\0", 4));
     EXPECT_EQ(decoded.complaints,

@@ -10,7 +10,7 @@
 
 StderrWrites::StderrWrites() : saved_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
     std::array<int, 2> ends{};
-    // Non-blocking, so that a write too many is lost, and missed, instead of waiting for ever.
+    // Non-blocking: what does not fit is lost, and missed by the test, instead of blocking forever.
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data()),
               0);
     EXPECT_EQ(dup2(ends[0], STDERR_FILENO), STDERR_FILENO);

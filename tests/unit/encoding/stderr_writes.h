@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-/// Standard error, write by write: while the object lives, the stream is a socket that keeps what
-/// one write(2) hands over apart from the next. It takes some 100 kB until it is read.
+/// Captures standard error write by write: as long as the object lives, the descriptor is a socket
+/// that preserves the boundaries of write(2). It holds some 100 kB until it is read.
 class StderrWrites {
   public:
     StderrWrites();

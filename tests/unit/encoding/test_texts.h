@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// `text` so many times in a row.
+/// Returns `times` copies of `text` in a row.
 inline std::string repeat(std::string_view text, std::size_t times) {
     std::string repeated;
     for (std::size_t i = 0; i < times; ++i) {
@@ -13,7 +13,7 @@ inline std::string repeat(std::string_view text, std::size_t times) {
     return repeated;
 }
 
-/// The text of the Exception that `action` throws, "" when it throws none.
+/// Returns the text of the Exception that `action` throws, "" when it throws none.
 template <typename Exception, typename Action>
 std::string thrown_text(const Action& action) {
     try {
