@@ -6,12 +6,12 @@ namespace tolva {
 
 namespace {
 
-constexpr std::size_t kMost = 256;
+constexpr std::size_t kMostNames = 4096;
 
 }  // namespace
 
 void LoadedCharsets::keep(const std::string& charset) {
-    if (charsets_.size() == kMost && !charsets_.contains(charset)) {
+    if (charsets_.size() == kMostNames && !charsets_.contains(charset)) {
         charsets_.clear();
     }
     // The target is one that texts are not converted to: their conversions share nothing with this.
