@@ -50,9 +50,13 @@ TEST_F(Answered, ListsTodaysSendersOfEachResponder) {
     EXPECT_EQ(finished.err, "");
     EXPECT_EQ(finished.out,
               "responder 1: 2 answered today, each at most 1 times\n"
-              "  1  ann@example.org  since " + today + " 00:00:01\n"
-              "  3  ben@example.org  since " + today + " 00:00:02\n"
-              "responder 2: 0 answered today, each at most 10 times\n");
+              "  1  ann@example.org  since " +
+                  today +
+                  " 00:00:01\n"
+                  "  3  ben@example.org  since " +
+                  today +
+                  " 00:00:02\n"
+                  "responder 2: 0 answered today, each at most 10 times\n");
 }
 
 TEST_F(Answered, ForgetsOneSenderOfThisMailbox) {

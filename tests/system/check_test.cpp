@@ -53,14 +53,16 @@ TEST_F(Check, SaysWhatAndWhatFor) {
 
 TEST_F(Check, FindsDirectoriesAndFilesThatAreMissing) {
     std::filesystem::remove("/var/qmail/mailnames");
-    EXPECT_THAT(to_do(), HasSubstr("to do mail names    make the directory /var/qmail/mailnames, or "
-                                   "set TOLVA_MAILNAMES_D: No such file or directory\n"));
+    EXPECT_THAT(to_do(),
+                HasSubstr("to do mail names    make the directory /var/qmail/mailnames, or "
+                          "set TOLVA_MAILNAMES_D: No such file or directory\n"));
     remove_mail_program();
     EXPECT_THAT(to_do(), HasSubstr("to do mail program  install one as /usr/sbin/sendmail: "));
     std::filesystem::remove("/etc/tva/.tva.shadow");
     EXPECT_THAT(to_do(), HasSubstr("to do password      put the password of the database user "));
-    EXPECT_THAT(to_do(), HasSubstr("to do connection    look at the database server: Unable to open "
-                                   "admin password file: No such file or directory\n"));
+    EXPECT_THAT(to_do(),
+                HasSubstr("to do connection    look at the database server: Unable to open "
+                          "admin password file: No such file or directory\n"));
 }
 
 TEST_F(Check, FindsAMailProgramThatIsNotExecutable) {
@@ -70,13 +72,13 @@ TEST_F(Check, FindsAMailProgramThatIsNotExecutable) {
 
 TEST_F(Check, FindsAPasswordThatOthersCanRead) {
     ASSERT_EQ(chmod("/etc/tva/.tva.shadow", 0640), 0);
-    EXPECT_EQ(to_do(),
-              "to do password      chmod 0600 /etc/tva/.tva.shadow: its mode is 0640\n");
+    EXPECT_EQ(to_do(), "to do password      chmod 0600 /etc/tva/.tva.shadow: its mode is 0640\n");
     ASSERT_EQ(chmod("/etc/tva/.tva.shadow", 0600), 0);
     if (nobody_exists()) {
         ASSERT_EQ(chown("/etc/tva/.tva.shadow", kNobody, 0), 0);
-        EXPECT_EQ(to_do(), "to do password      chown root /etc/tva/.tva.shadow: it belongs to "
-                           "user 65534\n");
+        EXPECT_EQ(to_do(),
+                  "to do password      chown root /etc/tva/.tva.shadow: it belongs to "
+                  "user 65534\n");
         ASSERT_EQ(chown("/etc/tva/.tva.shadow", 0, 0), 0);
     }
 }
@@ -136,8 +138,9 @@ TEST_F(CheckFrequencyTable, FindsATimeThatIsNotTakenByItself) {
 
 TEST_F(CheckFrequencyTable, FindsAddressesThatAreCut) {
     sql("alter table resp_freq modify email varchar(100) not null");
-    EXPECT_EQ(to_do(), "to do resp_freq     alter table resp_freq modify email varchar(255): it "
-                       "holds 100 characters, and longer addresses evade the daily limit\n");
+    EXPECT_EQ(to_do(),
+              "to do resp_freq     alter table resp_freq modify email varchar(255): it "
+              "holds 100 characters, and longer addresses evade the daily limit\n");
     sql("alter table resp_freq modify email text");
     EXPECT_EQ(to_do(), "");
 }
@@ -147,8 +150,9 @@ TEST_F(Check, FindsRightsThatAreMissing) {
     lose_table("resp_freq");
     sql("create view resp_freq as select distinct rn_id, email, num, time_resp from "
         "resp_freq_moved");
-    EXPECT_THAT(to_do(), HasSubstr("to do grants        grant to admin: delete on resp_freq, update "
-                                   "on resp_freq, insert on resp_freq ("));
+    EXPECT_THAT(to_do(),
+                HasSubstr("to do grants        grant to admin: delete on resp_freq, update "
+                          "on resp_freq, insert on resp_freq ("));
 }
 
 TEST_F(Check, FindsTooFewConnections) {
@@ -162,8 +166,7 @@ TEST_F(Check, ChangesNothing) {
     add_responder(1);
     sql("insert into resp_freq set rn_id=0, email='', num=1");
     control({.arguments = {"check"}});
-    EXPECT_EQ(sql("select rn_id, email, num from resp_freq"),
-              (std::vector<Row>{{"0", "", "1"}}));
+    EXPECT_EQ(sql("select rn_id, email, num from resp_freq"), (std::vector<Row>{{"0", "", "1"}}));
 }
 
 }  // namespace

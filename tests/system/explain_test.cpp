@@ -48,8 +48,7 @@ class Explain : public World {
     static json explained(const std::string& message,
                           const std::string& recipient = "user@example.com") {
         fs::remove_all(kReplies);
-        const Finished finished =
-            explain(message, recipient, {"--json", "--replies", kReplies});
+        const Finished finished = explain(message, recipient, {"--json", "--replies", kReplies});
         EXPECT_EQ(finished.err, "");
         json explanation = json::parse(finished.out, nullptr, false);
         EXPECT_FALSE(explanation.is_discarded()) << finished.out;
@@ -99,9 +98,9 @@ class ExplainedAndAnswered : public Explain {
             explanation["message"].is_null() ? "" : explanation["message"]["sender"];
         std::size_t counted = 0;
         for (const json& responder : explanation["responders"]) {
-            const bool within = !responder["limit"].is_null() &&
-                                responder["limit"]["replies_today"] <
-                                    responder["limit"]["replies_allowed"];
+            const bool within =
+                !responder["limit"].is_null() &&
+                responder["limit"]["replies_today"] < responder["limit"]["replies_allowed"];
             if (!within) {
                 continue;
             }
@@ -147,8 +146,7 @@ struct Letter {
 };
 
 std::vector<Letter> letters() {
-    const std::string html =
-        "<p>The <b>price</b> list,<br>please</p>\n";
+    const std::string html = "<p>The <b>price</b> list,<br>please</p>\n";
     return {
         {"plain", message_with({"Subject: the price please"}, "We sit in Berlin.\n")},
         {"reply-to", message_with({"Reply-To: Ann <ann@example.net>", "Subject: Hello"})},
@@ -158,17 +156,17 @@ std::vector<Letter> letters() {
         {"daemon", "From: MAILER-DAEMON@example.org\n\nprice\n"},
         {"option", "From: -oQ/tmp@example.org\nSubject: price\n\nBerlin\n"},
         {"quote", "From: o'neil@example.org\nSubject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?=\n\nPRICE\n"},
-        {"unknown charset", message_with({"Subject: =?x-no?Q?a?= price",
-                                          "Content-Type: text/plain; charset=x-none"},
-                                         "Berlin \xe9\n")},
+        {"unknown charset",
+         message_with({"Subject: =?x-no?Q?a?= price", "Content-Type: text/plain; charset=x-none"},
+                      "Berlin \xe9\n")},
         {"koi8-r", message_with({"Subject: =?koi8-r?B?78bJ0w==?=",
                                  "Content-Type: text/plain; charset=koi8-r"},
                                 "\xce\xc1 Berlin\n")},
-        {"html first", message_with({"Subject: Hello",
-                                     "Content-Type: multipart/alternative; boundary=b"},
-                                    "--b\nContent-Type: text/html\n\n" + html +
-                                        "\n--b\nContent-Type: text/plain\n\nBerlin price list\n"
-                                        "--b--\n")},
+        {"html first",
+         message_with({"Subject: Hello", "Content-Type: multipart/alternative; boundary=b"},
+                      "--b\nContent-Type: text/html\n\n" + html +
+                          "\n--b\nContent-Type: text/plain\n\nBerlin price list\n"
+                          "--b--\n")},
         {"nested", message_with({"Subject: Hello", "Content-Type: multipart/mixed; boundary=o"},
                                 "--o\nContent-Type: multipart/alternative; boundary=i\n\n"
                                 "--i\nContent-Type: text/plain\n\nBerlin\n--i--\n--o--\n")},
@@ -268,8 +266,9 @@ TEST_F(Explain, NamesTheLetterCaseThatKeepsAKeyWordFromBeingFound) {
               "would not answer: responder 1: its key word is not in the subject: it stands there "
               "in another letter case\n");
     sql("update mail_resp set keystr='о ЦЕНАХ'");
-    EXPECT_THAT(verdict(message_with({"Subject: =?utf-8?Q?=D0=9E_=D1=86=D0=B5=D0=BD=D0=B0=D1=85?="})),
-                EndsWith("it stands there in another letter case\n"));
+    EXPECT_THAT(
+        verdict(message_with({"Subject: =?utf-8?Q?=D0=9E_=D1=86=D0=B5=D0=BD=D0=B0=D1=85?="})),
+        EndsWith("it stands there in another letter case\n"));
 }
 
 TEST_F(Explain, NamesTheLineBreakThatKeepsAKeyWordFromBeingFound) {
@@ -322,7 +321,8 @@ TEST_F(Explain, CannotTellWithAWrongPassword) {
     EXPECT_EQ(WEXITSTATUS(finished.status), 2);
     EXPECT_THAT(finished.out, HasSubstr("Verdict: cannot tell: Unable to connect to Tolva "
                                         "Database: Access denied for user 'admin'@'localhost'"));
-    const json explanation = json::parse(explain(plain_message(), "user@example.com", {"--json"}).out);
+    const json explanation =
+        json::parse(explain(plain_message(), "user@example.com", {"--json"}).out);
     EXPECT_EQ(explanation["verdict"], "cannot tell");
 }
 
@@ -350,20 +350,21 @@ TEST_F(Explain, TellsWhatWasTakenFromTheMessage) {
                              "--o\nContent-Type: TEXT/HTML; charset=koi8-r\n\n<p>1\n2\n3\n4\n5\n6\n"
                              "--o--\n"))
             .out;
-    EXPECT_THAT(text, HasSubstr("  sender      ann@example.net, from Reply-To:\n"
-                                "  subject     caf\xC3\xA9\n"
-                                "  date        today\n"
-                                "  text        part 2 of 2, TEXT/HTML\n"
-                                "              a multipart/related within it is not looked into\n"
-                                "              its HTML source is what key words are looked for in\n"
-                                "  charset     koi8-r\n"
-                                "              | <p>1\n"
-                                "              | 2\n"
-                                "              | 3\n"
-                                "              | 4\n"
-                                "              | 5\n"
-                                "              | ...\n"
-                                "  loop        none\n"));
+    EXPECT_THAT(text,
+                HasSubstr("  sender      ann@example.net, from Reply-To:\n"
+                          "  subject     caf\xC3\xA9\n"
+                          "  date        today\n"
+                          "  text        part 2 of 2, TEXT/HTML\n"
+                          "              a multipart/related within it is not looked into\n"
+                          "              its HTML source is what key words are looked for in\n"
+                          "  charset     koi8-r\n"
+                          "              | <p>1\n"
+                          "              | 2\n"
+                          "              | 3\n"
+                          "              | 4\n"
+                          "              | 5\n"
+                          "              | ...\n"
+                          "  loop        none\n"));
 }
 
 TEST_F(Explain, SaysThatAMessageIsEmpty) {
@@ -372,7 +373,8 @@ TEST_F(Explain, SaysThatAMessageIsEmpty) {
 
 TEST_F(Explain, ShowsNothingThatCouldMoveTheCursor) {
     add_responder(1, "key_where='subj', keystr='\\x1b[2J'");
-    for (const char c : explain("From: \"\x1b[1m\"@example.org\nSubject: \x1b[2J\x07\xff\n\n\x1b]0;x\x07\n").out) {
+    for (const char c :
+         explain("From: \"\x1b[1m\"@example.org\nSubject: \x1b[2J\x07\xff\n\n\x1b]0;x\x07\n").out) {
         EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= ' ') << int{c};
     }
 }
@@ -383,8 +385,14 @@ TEST_F(Explain, IsPlainWhenItIsNoTerminalThatReads) {
 
 TEST_F(Explain, RefusesAWrongCall) {
     for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{}, {"explain"}, {"explain", "a@b", "c@d"}, {"explain", "--no"},
-          {"explain", "--replies"}, {"unknown"}, {"check", "x"}, {"answered"},
+         {std::vector<std::string>{},
+          {"explain"},
+          {"explain", "a@b", "c@d"},
+          {"explain", "--no"},
+          {"explain", "--replies"},
+          {"unknown"},
+          {"check", "x"},
+          {"answered"},
           {"answered", "a@b", "--clear", "x", "--clear-all"}}) {
         const Finished finished = control({.message = plain_message(), .arguments = arguments});
         EXPECT_EQ(WEXITSTATUS(finished.status), 2);
@@ -398,8 +406,7 @@ TEST_F(Explain, RefusesAMessageThatCannotBeRead) {
     const Finished finished =
         control({.input_path = "/etc", .arguments = {"explain", "user@example.com"}});
     EXPECT_EQ(WEXITSTATUS(finished.status), 2);
-    EXPECT_EQ(finished.err,
-              "autoresponderctl: the message cannot be read: Is a directory (21)\n");
+    EXPECT_EQ(finished.err, "autoresponderctl: the message cannot be read: Is a directory (21)\n");
 }
 
 TEST_F(Explain, RefusesADirectoryThatCannotBeWrittenTo) {
@@ -407,8 +414,9 @@ TEST_F(Explain, RefusesADirectoryThatCannotBeWrittenTo) {
     const Finished finished =
         explain(plain_message(), "user@example.com", {"--replies", "/etc/passwd"});
     EXPECT_EQ(WEXITSTATUS(finished.status), 2);
-    EXPECT_EQ(finished.err, "autoresponderctl: cannot write /etc/passwd/1-reply.eml: Not a "
-                            "directory (20)\n");
+    EXPECT_EQ(finished.err,
+              "autoresponderctl: cannot write /etc/passwd/1-reply.eml: Not a "
+              "directory (20)\n");
 }
 
 TEST_F(Explain, WritesMailsThatOnlyTheirOwnerCanRead) {
