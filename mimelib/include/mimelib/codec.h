@@ -9,6 +9,7 @@
 /// padded, malformed or cut short. Input of 1, 2 or 5 bytes gives an empty result.
 int DwDecodeBase64(const DwString& in, DwString& out);
 
-/// The input ends at its first zero byte. White space at line ends is dropped, CR LF becomes LF,
-/// and bytes that are not encoded lose their highest bit.
+/// The input ends at its first zero byte. Every other byte loses its highest bit before it is
+/// looked at, so that 0xBD counts as '='; only a line feed itself ends a line. White space at line
+/// ends is dropped, and CR LF becomes LF.
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out);

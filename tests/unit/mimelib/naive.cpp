@@ -425,10 +425,13 @@ std::string quoted_printable(std::string text) {
     std::string decoded;
     for (std::string line : lines_of(text)) {
         bool line_feed = line.back() == '\n';
+        for (char& c : line) {
+            c = static_cast<char>(c & 0x7F);
+        }
         line = trim_right(line, " \t\n\v\f\r");
         while (!line.empty()) {
             if (line[0] != '=') {
-                decoded += static_cast<char>(line[0] & 0x7F);
+                decoded += line[0];
                 line.erase(0, 1);
             } else if (line.size() == 1) {
                 line_feed = false;
@@ -439,8 +442,7 @@ std::string quoted_printable(std::string text) {
                 int code = 0;
                 for (const char c : line.substr(1, 2)) {
                     const std::size_t digit = std::string("0123456789abcdef").find(lower({c})[0]);
-                    code = code * 16 + (digit == std::string::npos ? static_cast<unsigned char>(c)
-                                                                   : static_cast<int>(digit));
+                    code = code * 16 + (digit == std::string::npos ? c : static_cast<int>(digit));
                 }
                 decoded += static_cast<char>(code);
                 line.erase(0, 3);

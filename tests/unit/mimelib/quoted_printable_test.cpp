@@ -37,7 +37,7 @@ TEST(QuotedPrintable, OtherDigitsCountWithTheirCode) {
                       "41"),
               "\xF4"
               "1");
-    EXPECT_EQ(decoded("=4\xFF"), "\x3F");
+    EXPECT_EQ(decoded("=4\xFF"), "\xBF");
 }
 
 TEST(QuotedPrintable, AnEqualsSignAtALineEndJoinsLines) {
@@ -67,6 +67,32 @@ TEST(QuotedPrintable, LineFeedsStay) {
 
 TEST(QuotedPrintable, TheHighestBitIsCleared) {
     EXPECT_EQ(decoded("\xE9\xFF"), "i\x7F");
+    EXPECT_EQ(decoded("a\x80z"), std::string("a\0z", 3));
+}
+
+TEST(QuotedPrintable, TheHighestBitIsClearedBeforeAnythingIsDecided) {
+    EXPECT_EQ(decoded("x\xBD"
+                      "C3\xBD"
+                      "A9"),
+              "x\xC3\xA9");
+    EXPECT_EQ(decoded("=\xE3\xB9"), "\xC9");
+    EXPECT_EQ(decoded("a\xBD\nb"), "ab");
+    EXPECT_EQ(decoded("a\xBD\xA0\nb"), "ab");
+    EXPECT_EQ(decoded("a \x89 \xA0\nb\x8D\x8A\nc\xA0"), "a\nb\nc");
+    EXPECT_EQ(decoded("\xBD"
+                      "4\n"),
+              "4\n");
+    EXPECT_EQ(result("=\xB4\xB1"), 0);
+    EXPECT_EQ(result("\xBD"
+                     "4z"),
+              -1);
+}
+
+TEST(QuotedPrintable, OnlyTheLineFeedItselfEndsALine) {
+    EXPECT_EQ(decoded("a \x8A z"), "a \n z");
+    EXPECT_EQ(decoded("a=\x8A"
+                      "b"),
+              "a\xAB");
 }
 
 TEST(QuotedPrintable, TheInputEndsAtAZeroByte) {
