@@ -123,7 +123,7 @@ Address mailbox(const std::vector<Token>& tokens) {
                 }
             }
         } else if (where == "route") {
-            where = token.text == ":" ? "angle" : "route";
+            where = token.text == ":" ? "local part" : "route";
         } else if (where == "angle") {
             if (token.text == "@") {
                 where = "route";
