@@ -14,10 +14,18 @@ bool only_padding(std::string_view body, std::size_t position) {
     return position == std::string_view::npos || body[position] == '\n';
 }
 
-// Behind the first LF at or behind `position`.
-std::size_t behind_line(std::string_view body, std::size_t position) {
+// The position after the first LF at or after `position`.
+std::size_t after_line(std::string_view body, std::size_t position) {
     const std::size_t line_feed = body.find('\n', position);
     return line_feed == std::string_view::npos ? body.size() : line_feed + 1;
+}
+
+// Where the line end of a final boundary line is looked for. The character after the first dash is
+// skipped whenever a dash follows it, even if it is the line feed.
+std::size_t after_dashes(std::string_view body, std::size_t first_dash) {
+    const std::size_t second = first_dash + 1;
+    const bool dash_follows = second + 1 < body.size() && body[second + 1] == '-';
+    return dash_follows ? second + 1 : second;
 }
 
 // std::string_view::find compares at every place where the first byte fits, which body text can be
@@ -48,10 +56,8 @@ std::optional<BoundaryLine> BoundarySearch::find(std::string_view body, std::siz
         }
         const bool has_cr = line_end > from && body[line_end - 1] == '\r';
         const bool is_final = body.substr(tail).starts_with('-');
-        // A dash is taken for the first of two. When it is the only one, the line feed goes for the
-        // second, and the boundary line ends with the line behind it.
         return BoundaryLine{has_cr ? line_end - 1 : line_end,
-                            behind_line(body, is_final ? tail + 2 : tail), is_final};
+                            after_line(body, is_final ? after_dashes(body, tail) : tail), is_final};
     }
     return std::nullopt;
 }
@@ -65,7 +71,7 @@ std::optional<BoundaryLine> BoundarySearch::at_start(std::string_view body,
     if (!body.substr(from).starts_with(line_start) || !only_padding(body, tail)) {
         return std::nullopt;
     }
-    return BoundaryLine{from, behind_line(body, tail), body.substr(tail).starts_with("--")};
+    return BoundaryLine{from, after_line(body, tail), body.substr(tail).starts_with("--")};
 }
 
 std::optional<Slice> MultipartReader::next(std::string_view body) {

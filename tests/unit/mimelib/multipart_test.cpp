@@ -63,14 +63,24 @@ TEST(Multipart, TheFirstBoundaryLineOpensAPartHoweverItLooks) {
     EXPECT_THAT(parts("before\n--b--\none\n--b--"), ElementsAre("one"));
 }
 
-TEST(Multipart, AnOpeningLineWithOneDashTakesTheLineBehindItAlong) {
+TEST(Multipart, AnOpeningLineWithOneDashTakesANextLineThatStartsWithADashAlong) {
+    EXPECT_THAT(parts("before\n--b-\n-lost\none\n--b--"), ElementsAre("one"));
     EXPECT_THAT(parts("before\n--b-\n--b-\none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b-\nlost\none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b- \none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b-\r\none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b-\nlost"), ElementsAre(""));
+    EXPECT_THAT(parts("before\n--b-\n-\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b-\n-lost"), ElementsAre(""));
+    EXPECT_THAT(parts("before\n--b-\n-"), ElementsAre(""));
+}
+
+TEST(Multipart, AnOpeningLineWithADashTakesNothingElseAlong) {
+    EXPECT_THAT(parts("before\n--b-\none\n--b--"), ElementsAre("one"));
+    EXPECT_THAT(parts("before\n--b-\n\n-one\n--b--"), ElementsAre("\n-one"));
+    EXPECT_THAT(parts("before\n--b- \n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b-\r\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b--\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b---\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b-\n"), ElementsAre(""));
     EXPECT_THAT(parts("before\n--b-"), ElementsAre(""));
-    EXPECT_THAT(parts("--b-\none\n--b--"), ElementsAre("one"));
+    EXPECT_THAT(parts("--b-\n-one\n--b--"), ElementsAre("-one"));
 }
 
 TEST(Multipart, AnEmptyBoundaryTextIsABoundary) {

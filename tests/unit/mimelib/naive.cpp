@@ -179,8 +179,8 @@ struct Boundary {
     bool final = false;
 };
 
-// The line end of the line that `position` stands in.
-std::size_t behind_line(const std::string& text, std::size_t position) {
+// The position after the end of the line that `position` stands in.
+std::size_t after_line(const std::string& text, std::size_t position) {
     while (position < text.size() && text[position] != '\n') {
         ++position;
     }
@@ -199,7 +199,7 @@ Boundary find_boundary(const std::string& body, std::size_t from, const std::str
         if (!rest.empty() && rest[0] != '\n') {
             continue;
         }
-        Boundary found{true, i, behind_line(body, behind), false};
+        Boundary found{true, i, after_line(body, behind), false};
         if (i == from) {
             found.final = body.compare(behind, 2, "--") == 0;
             return found;
@@ -210,7 +210,8 @@ Boundary find_boundary(const std::string& body, std::size_t from, const std::str
         }
         if (body.compare(behind, 1, "-") == 0) {
             found.final = true;
-            found.end = behind_line(body, behind + 2);
+            const bool dash_after_next = behind + 2 < body.size() && body[behind + 2] == '-';
+            found.end = after_line(body, behind + (dash_after_next ? 2 : 1));
         }
         return found;
     }
