@@ -54,8 +54,14 @@ TEST(FieldIndex, AFoldedLineStartsNoField) {
     EXPECT_EQ(field(" Subject: x\n", mimelib::kSubject), std::nullopt);
 }
 
-TEST(FieldIndex, AFieldWithoutColonIsNone) {
-    EXPECT_EQ(field("X: y\nSubject", mimelib::kSubject), std::nullopt);
+TEST(FieldIndex, ALastLineWithoutColonAndLineEndIsAnEmptyField) {
+    EXPECT_EQ(field("X: y\nSubject", mimelib::kSubject), "");
+    EXPECT_EQ(field("subJECT", mimelib::kSubject), "");
+    EXPECT_EQ(field("Subject \t", mimelib::kSubject), "");
+    EXPECT_EQ(field("Subject: a\nSubject", mimelib::kSubject), "a");
+    EXPECT_EQ(field("Subject\r", mimelib::kSubject), std::nullopt);
+    EXPECT_EQ(field("Subject x", mimelib::kSubject), std::nullopt);
+    EXPECT_EQ(field("X: y\n Subject", mimelib::kSubject), std::nullopt);
 }
 
 TEST(FieldIndex, ZeroBytesAreOrdinary) {

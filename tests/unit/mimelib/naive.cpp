@@ -299,6 +299,8 @@ Entity entity(const std::string& text) {
             const std::string body = trim_right(field.substr(colon + 1), " \t\n\v\f\r");
             entity.fields.emplace_back(trim_right(field.substr(0, colon), " \t"),
                                        trim_left(body, " \t"));
+        } else if (field.back() != '\n') {
+            entity.fields.emplace_back(trim_right(field, " \t"), "");
         }
     }
     return entity;
