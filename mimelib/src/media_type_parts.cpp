@@ -41,24 +41,32 @@ Token MediaTypeReader::next_atom() {
     return token;
 }
 
-// The first atom or quoted string. An atom with a slash directly behind it is not yet the end of
-// the parameter ("charset=iso/8859"): words are skipped up to the first that ends it.
-std::optional<Slice> MediaTypeReader::read_value() {
-    std::optional<Slice> value;
-    for (Token token = tokenizer_.next(); token.kind != TokenKind::kEnd;
-         token = tokenizer_.next()) {
-        if (!token.is_word()) {
-            continue;
-        }
-        const bool quoted = token.kind == TokenKind::kQuotedString;
-        if (!value) {
-            value = quoted ? Slice{token.slice.begin + 1, token.slice.length - 2} : token.slice;
-        }
-        if (quoted || !text_.substr(tokenizer_.position()).starts_with('/')) {
-            break;
-        }
+Token MediaTypeReader::next_word() {
+    Token token = tokenizer_.next();
+    while (token.kind != TokenKind::kEnd && !token.is_word()) {
+        token = tokenizer_.next();
     }
-    return value;
+    return token;
+}
+
+bool MediaTypeReader::slash_follows() const {
+    return Tokenizer(tokenizer_).next().is('/');
+}
+
+// The first word. With a slash after it ("charset=iso/8859") the parameter goes on to the first
+// word that has none, and without such a word there is no value.
+std::optional<Slice> MediaTypeReader::read_value() {
+    const Token value = next_word();
+    Token last = value;
+    while (last.kind != TokenKind::kEnd && slash_follows()) {
+        last = next_word();
+    }
+    if (last.kind == TokenKind::kEnd) {
+        return std::nullopt;
+    }
+    return value.kind == TokenKind::kQuotedString
+               ? Slice{value.slice.begin + 1, value.slice.length - 2}
+               : value.slice;
 }
 
 }  // namespace mimelib

@@ -16,8 +16,7 @@ class MediaTypeReader {
         Slice value;  // without quotes
     };
 
-    explicit MediaTypeReader(std::string_view text)
-        : text_(text), tokenizer_(text, kMediaTypeBytes) {}
+    explicit MediaTypeReader(std::string_view text) : tokenizer_(text, kMediaTypeBytes) {}
 
     // The type, empty if there is none. Skips the subtype, which nothing depends on.
     Slice read_type();
@@ -27,9 +26,10 @@ class MediaTypeReader {
   private:
     bool skip_behind(char special);
     Token next_atom();
+    Token next_word();
+    bool slash_follows() const;
     std::optional<Slice> read_value();
 
-    std::string_view text_;
     Tokenizer tokenizer_;
 };
 

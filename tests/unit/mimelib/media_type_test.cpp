@@ -80,12 +80,28 @@ TEST(MediaType, AttributeAndValueAreLookedForAcrossSemicolons) {
     EXPECT_THAT(parameters("a/b; c=; d=e"), ElementsAre("c=d"));
 }
 
-TEST(MediaType, ASlashBehindTheValueKeepsTheParameterOpen) {
+TEST(MediaType, ASlashAfterTheValueKeepsTheParameterOpen) {
     EXPECT_THAT(parameters("a/b; c=d/e/f; g=h"), ElementsAre("c=d", "g=h"));
     EXPECT_THAT(parameters("a/b; c=d/; e=f; g=h"), ElementsAre("c=d", "g=h"));
     EXPECT_THAT(parameters("a/b; c=d/\"e\"; g=h"), ElementsAre("c=d", "g=h"));
-    EXPECT_THAT(parameters("a/b; c=d /; e=f"), ElementsAre("c=d", "e=f"));
-    EXPECT_THAT(parameters("a/b; c=\"d\"/; e=f"), ElementsAre("c=d", "e=f"));
+    EXPECT_THAT(parameters("a/b; c=d\n / (x) ; [y] e=f; g=h"), ElementsAre("c=d", "g=h"));
+    EXPECT_THAT(parameters("a/b; c=\"d\"/; e=f; g=h"), ElementsAre("c=d", "g=h"));
+    EXPECT_THAT(parameters("a/b; c=d/\"e\" / f; g=h"), ElementsAre("c=d", "g=h"));
+}
+
+TEST(MediaType, OnlyTheTokenDirectlyAfterTheValueKeepsItOpen) {
+    EXPECT_THAT(parameters("a/b; c=d (x)/; e=f"), ElementsAre("c=d", "e=f"));
+    EXPECT_THAT(parameters("a/b; c=d e/; f=g"), ElementsAre("c=d", "f=g"));
+    EXPECT_THAT(parameters("a/b; c=d \"e/; f=g"), ElementsAre("c=d"));
+}
+
+TEST(MediaType, AParameterThatIsNeverEndedIsLeftOut) {
+    EXPECT_THAT(parameters("a/b; c=d; e=f/"), ElementsAre("c=d"));
+    EXPECT_THAT(parameters("a/b; c=d /"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=\"d\"/(e)"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=d/e/"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=d/;[e]"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=d/\"e; f=g"), IsEmpty());
 }
 
 TEST(MediaType, ABoundaryLosesSingleQuotes) {

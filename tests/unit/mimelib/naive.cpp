@@ -45,23 +45,19 @@ std::string trim_right(const std::string& text, const std::string& what) {
 }
 
 // A token is its text; what it is shows in its first character, except that an atom is any text
-// that starts with no special. `behind` is the character that follows it, or a space.
-struct Token {
-    std::string text;
-    char behind = ' ';
-    std::size_t begin = 0;
-};
+// that starts with no special.
+using Token = std::string;
 
 bool is_gap(char c) {
     return c >= 0 && c <= ' ' && c != 0x10;
 }
 
 bool is_atom(const Token& token, const std::string& specials) {
-    return specials.find(token.text[0]) == std::string::npos;
+    return specials.find(token[0]) == std::string::npos;
 }
 
 bool is_quoted(const Token& token) {
-    return token.text[0] == '"';
+    return token[0] == '"';
 }
 
 std::vector<Token> tokens_of(const std::string& text, const std::string& specials) {
@@ -99,7 +95,7 @@ std::vector<Token> tokens_of(const std::string& text, const std::string& special
         } else {
             ++i;
         }
-        tokens.push_back({text.substr(begin, i - begin), i < text.size() ? text[i] : ' ', begin});
+        tokens.push_back(text.substr(begin, i - begin));
     }
     return tokens;
 }
@@ -112,32 +108,32 @@ Address mailbox(const std::vector<Token>& tokens) {
     Address address;
     std::string where = "start";
     for (const Token& token : tokens) {
-        const bool dot = token.text == ".";
+        const bool dot = token == ".";
         if (where == "domain") {
-            if (token.text == ">") {
+            if (token == ">") {
                 break;
             }
-            if (is_atom(token, kAddressSpecials) || token.text.size() > 1 || dot) {
-                if (!is_quoted(token) && token.text[0] != '(') {
-                    address.domain += token.text;
+            if (is_atom(token, kAddressSpecials) || token.size() > 1 || dot) {
+                if (!is_quoted(token) && token[0] != '(') {
+                    address.domain += token;
                 }
             }
         } else if (where == "route") {
-            where = token.text == ":" ? "local part" : "route";
+            where = token == ":" ? "local part" : "route";
         } else if (where == "angle") {
-            if (token.text == "@") {
+            if (token == "@") {
                 where = "route";
             } else if (is_address_word(token)) {
-                address.local_part += token.text;
+                address.local_part += token;
                 where = "local part";
             }
-        } else if (token.text == "@") {
+        } else if (token == "@") {
             where = "domain";
-        } else if (where == "start" && token.text == "<") {
+        } else if (where == "start" && token == "<") {
             address.local_part.clear();
             where = "angle";
         } else if (is_address_word(token) || dot) {
-            address.local_part += token.text;
+            address.local_part += token;
         }
     }
     return address;
@@ -158,10 +154,10 @@ std::vector<Address> element(const std::vector<Token>& tokens, bool groups) {
     bool angle = false;
     bool word = false;
     for (const Token& token : tokens) {
-        if (groups && !angle && token.text == ":") {
+        if (groups && !angle && token == ":") {
             return word ? std::vector<Address>{{true, "", ""}} : std::vector<Address>{};
         }
-        angle = angle ? token.text != ">" : token.text == "<";
+        angle = angle ? token != ">" : token == "<";
         word = word || is_address_word(token);
     }
     Address address = mailbox(tokens);
@@ -316,16 +312,16 @@ std::vector<Address> addresses(const std::string& text, bool groups) {
     };
     char closing = ' ';
     for (const Token& token : tokens_of(text, kAddressSpecials)) {
-        if (closing == ' ' && token.text == ",") {
+        if (closing == ' ' && token == ",") {
             finish();
             continue;
         }
         current.push_back(token);
-        if (closing == ' ' && token.text == "<") {
+        if (closing == ' ' && token == "<") {
             closing = '>';
-        } else if (closing == ' ' && token.text == ":" && groups) {
+        } else if (closing == ' ' && token == ":" && groups) {
             closing = ';';
-        } else if (token.text[0] == closing) {
+        } else if (token[0] == closing) {
             closing = ' ';
         }
     }
@@ -344,13 +340,13 @@ MediaType media_type(const std::string& text) {
     };
     const auto atom = [](const Token& token) { return is_atom(token, kMediaTypeSpecials); };
     const auto special = [](char c) {
-        return [c](const Token& token) { return token.text == std::string(1, c); };
+        return [c](const Token& token) { return token == std::string(1, c); };
     };
     const auto word = [&](const Token& token) { return atom(token) || is_quoted(token); };
 
     MediaType type;
     if (const Token* token = find(atom)) {
-        type.type = token->text;
+        type.type = *token;
     }
     find(special('/'));
     find(atom);
@@ -361,18 +357,22 @@ MediaType media_type(const std::string& text) {
         if (attribute == nullptr || first == nullptr) {
             break;
         }
-        for (const Token* last = first; last != nullptr && atom(*last) && last->behind == '/';) {
+        const Token* last = first;
+        while (last != nullptr && next < tokens.size() && tokens[next] == "/") {
             last = find(word);
         }
-        std::string value = first->text;
+        if (last == nullptr) {
+            break;
+        }
+        std::string value = *first;
         if (is_quoted(*first)) {
             value = value.substr(1, value.size() - 2);
         }
-        if (lower(attribute->text) == "boundary" && value.size() > 2 && value.front() == '\'' &&
+        if (lower(*attribute) == "boundary" && value.size() > 2 && value.front() == '\'' &&
             value.back() == '\'') {
             value = value.substr(1, value.size() - 2);
         }
-        type.parameters.emplace_back(attribute->text, value);
+        type.parameters.emplace_back(*attribute, value);
     }
     return type;
 }
