@@ -48,6 +48,8 @@ TEST(AddressElements, AGroupWithoutNameIsToldApart) {
     EXPECT_THAT(elements(":a@b;, (x):c;", Groups::kRecognised),
                 ElementsAre("!(:a@b;)", "!( (x):c;)"));
     EXPECT_THAT(elements(":a:b;", Groups::kRecognised), ElementsAre("!(:a:b;)"));
+    EXPECT_THAT(elements(":x; Name: y@z;, a", Groups::kRecognised),
+                ElementsAre("!(:x; Name: y@z;)", " a"));
 }
 
 TEST(AddressElements, AngleBracketsMeanNothingInAGroup) {

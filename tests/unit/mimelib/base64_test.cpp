@@ -57,9 +57,17 @@ TEST(Base64, InputOfOneTwoOrFiveBytesGivesNothing) {
     EXPECT_EQ(decoded("QUJD\r\n"), "ABC");
 }
 
+TEST(Base64, WellFormedInputNeedsNoPadding) {
+    EXPECT_EQ(result("QUJDREVG"), 0);
+    EXPECT_EQ(result("QUJD\r\nREVG\r\n"), 0);
+    EXPECT_EQ(result(""), 0);
+    EXPECT_EQ(result("\r\n\r\n"), 0);
+}
+
 TEST(Base64, TellsMalformedInput) {
     EXPECT_EQ(result("QUJD\r\nQQ==\r\n"), 0);
     EXPECT_EQ(result("QUJDQ"), -1);
+    EXPECT_EQ(result("QUJDRE"), -1);
     EXPECT_EQ(result("QUJDQQ=A"), -1);
 }
 
