@@ -39,10 +39,7 @@ class DwHeaders : public DwMessageComponent {
   private:
     struct Fields;
 
-    /// Null when none of the fields is there, as in most of the parts that a hostile message has.
-    Fields* present_fields() const;
     Fields& fields() const;
 
-    mutable bool is_indexed_ = false;
     mutable std::unique_ptr<Fields> fields_;
 };
