@@ -74,26 +74,19 @@ std::optional<BoundaryLine> BoundarySearch::at_start(std::string_view body,
     return BoundaryLine{from, after_line(body, tail), body.substr(tail).starts_with("--")};
 }
 
-std::optional<Slice> MultipartReader::next(std::string_view body) {
-    if (!started_) {
-        started_ = true;
-        // The first boundary line opens the first part even if it looks like the final one.
-        const auto opening = search_.find(body, 0);
-        ended_ = !opening;
-        position_ = opening ? opening->end : 0;
-    }
-    if (ended_) {
-        return std::nullopt;
-    }
-    const std::size_t begin = position_;
-    const auto closing = search_.find(body, begin);
+// The first boundary line opens the first part even if it looks like the final one.
+std::optional<std::size_t> first_part(const BoundarySearch& boundary, std::string_view body) {
+    const auto opening = boundary.find(body, 0);
+    return opening ? std::optional(opening->end) : std::nullopt;
+}
+
+MultipartPart part_at(const BoundarySearch& boundary, std::string_view body, std::size_t position) {
+    const auto closing = boundary.find(body, position);
     if (!closing) {
-        ended_ = true;
-        return Slice{begin, body.size() - begin};
+        return {{position, body.size() - position}, std::nullopt};
     }
-    ended_ = closing->is_final;
-    position_ = closing->end;
-    return Slice{begin, closing->begin - begin};
+    const Slice slice = {position, closing->begin - position};
+    return {slice, closing->is_final ? std::nullopt : std::optional(closing->end)};
 }
 
 }  // namespace mimelib

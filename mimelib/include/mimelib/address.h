@@ -10,15 +10,15 @@ namespace mimelib {
 class AddressSequence;
 }
 
-/// An element of an address list (RFC 822, section 6): a mailbox or a group. Elements are owned by
-/// their list and read one by one as they are asked for.
+/// An element of an address list (RFC 822, section 6): a mailbox or a group. The list owns its
+/// elements, reads them as they are asked for and keeps two of them (see mimepp.h).
 class DwAddress : public DwFieldBody {
   public:
     DwBool IsValid() const { return valid_; }
     virtual DwBool IsGroup() const = 0;
     DwBool IsMailbox() const { return !IsGroup(); }
 
-    /// The next valid element of the list, or null.
+    /// The next valid element of the list, or null. The list then keeps that one and this one only.
     DwAddress* Next() const;
 
   protected:
@@ -29,7 +29,7 @@ class DwAddress : public DwFieldBody {
 
     bool valid_;
     mimelib::AddressSequence* sequence_ = nullptr;
-    DwAddress* next_ = nullptr;
+    std::size_t next_position_ = 0;
 };
 
 /// A single address. It is valid when it has a local part; the domain may be empty.

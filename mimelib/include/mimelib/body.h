@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <memory>
-#include <vector>
+#include <optional>
 
 #include <mimelib/component.h>
 
@@ -18,15 +18,17 @@ class DwBody : public DwMessageComponent {
     DwBody(const DwBody&) = delete;
     DwBody& operator=(const DwBody&) = delete;
 
-    /// The first part of a multipart body (RFC 2046, section 5.1), or null. Parts are looked for
-    /// one by one, as they are asked for.
+    /// The first part of a multipart body (RFC 2046, section 5.1), or null. The body reads its
+    /// parts as they are asked for and keeps two of them (see mimepp.h).
     DwBodyPart* FirstBodyPart() const;
 
   private:
     friend class DwBodyPart;
     struct Parts;
 
-    DwBodyPart* part(std::size_t number) const;
+    DwBodyPart* part_at(std::optional<std::size_t> position) const;
+    DwBodyPart* part_after(const DwBodyPart& part) const;
+    std::unique_ptr<DwBodyPart> read_part(std::size_t position) const;
 
     const DwEntity& entity_;
     mutable std::unique_ptr<Parts> parts_;

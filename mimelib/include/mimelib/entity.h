@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 #include <mimelib/component.h>
 
@@ -45,16 +46,18 @@ class DwMessage : public DwEntity {
     using DwEntity::DwEntity;
 };
 
-/// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts.
+/// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts, reads them as they
+/// are asked for and keeps two of them (see mimepp.h).
 class DwBodyPart : public DwEntity {
   public:
-    /// The part behind this one, or null.
+    /// The next part, or null. The body then keeps that one and this one only.
     DwBodyPart* Next() const;
 
   private:
     friend class DwBody;
-    DwBodyPart(DwString text, const DwBody& body, std::size_t number) noexcept;
+    DwBodyPart(DwString text, const DwBody& body,
+               std::optional<std::size_t> next_position) noexcept;
 
     const DwBody& body_;
-    std::size_t number_;
+    std::optional<std::size_t> next_position_;
 };

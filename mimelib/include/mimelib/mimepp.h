@@ -4,10 +4,17 @@
 ///
 /// Everything a component yields is a slice of the message text, which is held once. Nothing is
 /// parsed before it is asked for, nested multiparts are never parsed, and time grows in proportion
-/// to the text whatever it holds. Any byte string is a message. Pointers and references that a
-/// component hands out belong to it and live as long as it does. No component may be used by two
+/// to the text whatever it holds. Any byte string is a message. No component may be used by two
 /// threads at once, and neither may two strings that share a buffer. Running out of memory throws
 /// std::bad_alloc.
+///
+/// Pointers and references that a component hands out belong to it and live as long as it does,
+/// except for elements of a sequence: the parts of a body, the parameters of a media type and the
+/// addresses of a list. Of each sequence only two elements exist at a time, however long it is.
+/// Next() keeps the element that it is called on and the one that it returns; FirstBodyPart(),
+/// FirstParameter(), FirstAddress() and FirstMailbox() keep the one that they return and the one
+/// used last before. Any other is destroyed, and so is all it handed out; a copied string stays. To
+/// start again from the first element is to read the text again.
 
 #include <mimelib/address.h>
 #include <mimelib/body.h>

@@ -111,6 +111,29 @@ TEST(MediaType, ABoundaryLosesSingleQuotes) {
                 ElementsAre("boundary=''", "boundary='x", "charset='y'"));
 }
 
+TEST(MediaType, AWalkGoesOnFromAnyParameterThatIsKept) {
+    const DwMediaType media_type(DwString("a/b; c=d; e=\"f\"; g=h/i"));
+    DwParameter* const second = media_type.FirstParameter()->Next();
+    DwParameter* const third = second->Next();
+    EXPECT_EQ(second->Next(), third);
+    EXPECT_EQ(media_type.Type(), DwMime::kTypeUnknown);
+    DwParameter* const first = media_type.FirstParameter();
+    EXPECT_EQ(first->Value(), DwString("d"));
+    EXPECT_EQ(third->Value(), DwString("h"));
+    EXPECT_EQ(third->Next(), nullptr);
+    EXPECT_EQ(first->Next()->Value(), DwString("f"));
+    EXPECT_EQ(first->Value(), DwString("d"));
+}
+
+TEST(MediaType, AParametersTextReachesFromTheSemicolonToItsEnd) {
+    const DwMediaType media_type(DwString("a/b; c=d; e=f/g ; h=\"i\" (j)"));
+    DwParameter* parameter = media_type.FirstParameter();
+    EXPECT_EQ(parameter->AsString(), DwString(" c=d"));
+    parameter = parameter->Next();
+    EXPECT_EQ(parameter->AsString(), DwString(" e=f/g"));
+    EXPECT_EQ(parameter->Next()->AsString(), DwString(" h=\"i\""));
+}
+
 TEST(MediaType, AttributesAndValuesAreSlices) {
     const DwString text("text/plain; charset=\"utf-8\"; boundary='x'");
     const DwMediaType media_type(text);

@@ -12,9 +12,11 @@ using testing::IsEmpty;
 
 std::vector<std::string> parts(const std::string& body, const std::string& boundary = "b") {
     std::vector<std::string> all;
-    mimelib::MultipartReader reader(boundary);
-    while (const auto slice = reader.next(body)) {
-        all.push_back(body.substr(slice->begin, slice->length));
+    const mimelib::BoundarySearch search(boundary);
+    for (auto position = mimelib::first_part(search, body); position;) {
+        const auto part = mimelib::part_at(search, body, *position);
+        all.push_back(body.substr(part.slice.begin, part.slice.length));
+        position = part.next_position;
     }
     return all;
 }
