@@ -377,14 +377,20 @@ MediaType media_type(const std::string& text) {
     return type;
 }
 
-std::vector<std::string> parts(const std::string& body, const std::string& boundary) {
+std::vector<std::string> parts(const Entity& entity) {
+    const std::string* const field_body = field(entity, "content-type");
+    const MediaType type = field_body == nullptr ? MediaType{} : media_type(*field_body);
+    if (lower(type.type) != "multipart") {
+        return {};
+    }
+    const std::string boundary = parameter(type, "boundary", "");
     std::vector<std::string> parts;
-    Boundary opening = find_boundary(body, 0, boundary);
+    Boundary opening = find_boundary(entity.body, 0, boundary);
     opening.final = false;
     while (opening.found && !opening.final) {
-        const Boundary closing = find_boundary(body, opening.end, boundary);
-        const std::size_t end = closing.found ? closing.begin : body.size();
-        parts.push_back(body.substr(opening.end, end - opening.end));
+        const Boundary closing = find_boundary(entity.body, opening.end, boundary);
+        const std::size_t end = closing.found ? closing.begin : entity.body.size();
+        parts.push_back(entity.body.substr(opening.end, end - opening.end));
         opening = closing;
     }
     return parts;
@@ -472,9 +478,8 @@ Reading read_message(const std::string& text) {
     } else if (lower(type.type) == "multipart") {
         reading.kind = "multipart-none";
         unsigned number = 0;
-        for (const std::string& text_of_part :
-             parts(message.body, parameter(type, "boundary", ""))) {
-            const Entity part = entity(text_of_part);
+        for (const std::string& part_text : parts(message)) {
+            const Entity part = entity(part_text);
             const std::string* part_type = field(part, "content-type");
             if (part_type != nullptr && lower(media_type(*part_type).type) == "text") {
                 reading.kind = "part";
