@@ -10,8 +10,8 @@
 
 namespace mimelib {
 
-// The valid elements of an address list, read as they are asked for. It keeps the text and owns the
-// two elements used last.
+// The valid elements of an address list, read on demand. It holds the text and the two elements
+// used last.
 class AddressSequence {
   public:
     AddressSequence(DwString text, Groups groups) : text_(std::move(text)), groups_(groups) {}

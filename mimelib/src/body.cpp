@@ -9,8 +9,8 @@
 
 namespace {
 
-// The boundary text of a multipart; empty when the field has none. Parameters that are in use stay,
-// as this walks along those of another object.
+// The boundary text of a multipart; empty if its Content-Type names none. This walks along the
+// parameters of a media type of its own, so that the caller's stay.
 DwString boundary_text(const DwString& content_type) {
     const DwMediaType media_type(content_type);
     for (const DwParameter* parameter = media_type.FirstParameter(); parameter != nullptr;

@@ -10,7 +10,7 @@ bool is_blank(char c) {
     return c == ' ' || c == '\t';
 }
 
-// The position after the last line of the field that starts at `begin`.
+// The end of the last line of the field that starts at `begin`.
 std::size_t field_end(std::string_view headers, std::size_t begin) {
     std::size_t position = begin;
     do {
@@ -39,7 +39,7 @@ std::size_t body_start(std::string_view field, std::string_view name) {
     return field[position] == ':' ? position + 1 : 0;
 }
 
-// The stretch of the field's body from `position` on, without the white space around it.
+// The field from `position` on, without leading blanks and trailing white space.
 Slice trimmed(std::string_view field, std::size_t position) {
     std::size_t end = field.size();
     while (end > position && is_white(field[end - 1])) {

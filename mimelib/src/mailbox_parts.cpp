@@ -112,7 +112,7 @@ class MailboxReader {
     JoinedTokens domain_;
 };
 
-// The text with each CR LF, CR and LF made one space.
+// The text with one space in place of each CR LF, CR and LF.
 DwString on_one_line(const DwString& text) {
     if (view(text).find_first_of("\r\n") == std::string_view::npos) {
         return text;

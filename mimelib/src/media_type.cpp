@@ -39,7 +39,7 @@ int type_number(std::string_view name) {
     return DwMime::kTypeUnknown;
 }
 
-// Some mailers put the boundary into single quotes, which are no quotes to RFC 2045.
+// Some mailers put the boundary in single quotes, which RFC 2045 does not provide for.
 DwString without_single_quotes(const DwString& value) {
     const std::size_t length = value.length();
     if (length > 2 && value[0] == '\'' && value[length - 1] == '\'') {

@@ -4,17 +4,17 @@ namespace mimelib {
 
 Slice MediaTypeReader::read_type() {
     const Slice type = next_atom().slice;
-    if (skip_behind('/')) {
+    if (skip_past('/')) {
         next_atom();
     }
     return type;
 }
 
 std::optional<MediaTypeReader::Parameter> MediaTypeReader::next_parameter() {
-    while (skip_behind(';')) {
+    while (skip_past(';')) {
         const std::size_t begin = tokenizer_.position();
         const Token attribute = next_atom();
-        if (!skip_behind('=')) {
+        if (!skip_past('=')) {
             return std::nullopt;
         }
         if (const auto value = read_value()) {
@@ -25,7 +25,7 @@ std::optional<MediaTypeReader::Parameter> MediaTypeReader::next_parameter() {
     return std::nullopt;
 }
 
-bool MediaTypeReader::skip_behind(char special) {
+bool MediaTypeReader::skip_past(char special) {
     Token token = tokenizer_.next();
     while (token.kind != TokenKind::kEnd && !token.is(special)) {
         token = tokenizer_.next();
@@ -53,8 +53,8 @@ bool MediaTypeReader::slash_follows() const {
     return Tokenizer(tokenizer_).next().is('/');
 }
 
-// The first word. With a slash after it ("charset=iso/8859") the parameter goes on to the first
-// word that has none, and without such a word there is no value.
+// The first word. If a slash follows it ("charset=iso/8859"), the parameter extends to the next
+// word without one; if there is none, it has no value.
 std::optional<Slice> MediaTypeReader::read_value() {
     const Token value = next_word();
     Token last = value;

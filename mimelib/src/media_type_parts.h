@@ -24,11 +24,11 @@ class MediaTypeReader {
     // The next parameter that has an attribute and a value.
     std::optional<Parameter> next_parameter();
 
-    // Where reading goes on.
+    // Where reading continues.
     std::size_t position() const { return tokenizer_.position(); }
 
   private:
-    bool skip_behind(char special);
+    bool skip_past(char special);
     Token next_atom();
     Token next_word();
     bool slash_follows() const;

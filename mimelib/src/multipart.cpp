@@ -5,7 +5,7 @@
 namespace mimelib {
 namespace {
 
-// Whether what follows the boundary text at `position` leaves the line a boundary line.
+// Whether nothing but padding follows the boundary text, which ends at `position`, in its line.
 bool only_padding(std::string_view body, std::size_t position) {
     position = body.find_first_not_of('-', position);
     if (position != std::string_view::npos) {
@@ -28,8 +28,8 @@ std::size_t after_dashes(std::string_view body, std::size_t first_dash) {
     return dash_follows ? second + 1 : second;
 }
 
-// std::string_view::find compares at every place where the first byte fits, which body text can be
-// made to make slow; memmem is linear.
+// std::string_view::find tries every place where the first byte matches, which a hostile body can
+// make slow; memmem is linear.
 std::size_t find_text(std::string_view text, std::string_view pattern, std::size_t from) {
     const void* found =
         ::memmem(text.data() + from, text.size() - from, pattern.data(), pattern.size());
@@ -62,8 +62,8 @@ std::optional<BoundaryLine> BoundarySearch::find(std::string_view body, std::siz
     return std::nullopt;
 }
 
-// The boundary line that has no line end in front of it, as the searched text starts with it. Here
-// it takes two dashes to make it the final one.
+// The boundary line that the searched text starts with, which has no line end before it. It takes
+// two dashes to be the final one.
 std::optional<BoundaryLine> BoundarySearch::at_start(std::string_view body,
                                                      std::size_t from) const {
     const std::string_view line_start = std::string_view(delimiter_).substr(1);

@@ -8,14 +8,14 @@
 
 namespace mimelib {
 
-// A boundary line together with the line end in front of it.
+// A boundary line together with the line end before it.
 struct BoundaryLine {
     std::size_t begin;
     std::size_t end;
     bool is_final;
 };
 
-// Looks for the boundary lines of one multipart body: "--", the boundary text, any number of
+// Finds the boundary lines of one multipart body: "--", the boundary text, any number of
 // dashes, then nothing but spaces, tabs and CRs.
 class BoundarySearch {
   public:

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Every byte is read without its highest bit; only line feeds are looked for before that.
+// Every byte is read without its highest bit, except in the search for line feeds.
 char seven_bits(char c) {
     return static_cast<char>(c & 0x7F);
 }
@@ -15,7 +15,7 @@ bool is_hex_digit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
 
-// The value of a hex digit. Any other character counts with its code.
+// The value of a hex digit. Any other character counts as its own code.
 unsigned hex_value(char c) {
     if (c >= '0' && c <= '9') {
         return static_cast<unsigned>(c - '0');
@@ -46,7 +46,7 @@ class Decoder {
     bool malformed() const { return malformed_; }
 
   private:
-    // Tells whether the line is to be joined with the next.
+    // Returns whether the line is joined with the next.
     bool add_characters(std::string_view line) {
         for (std::size_t i = 0; i < line.size(); ++i) {
             const char c = seven_bits(line[i]);

@@ -11,7 +11,7 @@ class AddressSequence;
 }
 
 /// An element of an address list (RFC 822, section 6): a mailbox or a group. The list owns its
-/// elements, reads them as they are asked for and keeps two of them (see mimepp.h).
+/// elements, reads them on demand and keeps two of them (see mimepp.h).
 class DwAddress : public DwFieldBody {
   public:
     DwBool IsValid() const { return valid_; }
@@ -39,9 +39,8 @@ class DwMailbox : public DwAddress {
 
     DwBool IsGroup() const override;
 
-    /// The parts of the address without what stands around them (display name, route, comments) and
-    /// without the gaps between their words. Quotes and brackets are kept. Line ends in the local
-    /// part have become spaces.
+    /// The address without display name, route and comments, and without gaps between its words.
+    /// Quotes and brackets are kept. Line ends in the local part become spaces.
     const DwString& LocalPart() const { return local_part_; }
     const DwString& Domain() const { return domain_; }
 
@@ -50,7 +49,7 @@ class DwMailbox : public DwAddress {
     DwString domain_;
 };
 
-/// A named group of mailboxes ("name: a@b, c@d;"). Its members are not looked at.
+/// A named group of mailboxes ("name: a@b, c@d;"). Its members are not read.
 class DwGroup : public DwAddress {
   public:
     explicit DwGroup(DwString text, bool named) noexcept;

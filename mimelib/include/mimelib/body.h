@@ -9,17 +9,17 @@
 class DwBodyPart;
 class DwEntity;
 
-/// The body of an entity. Its text is as it came: transfer encodings are for the caller to undo.
+/// The body of an entity. Its text is still transfer-encoded (see codec.h).
 class DwBody : public DwMessageComponent {
   public:
-    /// `entity` is the one that holds the body; its media type tells how the body is divided.
+    /// `entity` owns the body; its media type names the boundary between the parts.
     DwBody(DwString text, const DwEntity& entity) noexcept;
     ~DwBody() override;
     DwBody(const DwBody&) = delete;
     DwBody& operator=(const DwBody&) = delete;
 
     /// The first part of a multipart body (RFC 2046, section 5.1), or null. The body reads its
-    /// parts as they are asked for and keeps two of them (see mimepp.h).
+    /// parts on demand and keeps two of them (see mimepp.h).
     DwBodyPart* FirstBodyPart() const;
 
   private:

@@ -38,16 +38,15 @@ class DwEntity : public DwMessageComponent {
 
 class DwMessage : public DwEntity {
   public:
-    /// A message of the text given, which it shares. The caller deletes it. `parent` is the
-    /// component that holds the message, or null; nothing is read from it.
+    /// Makes a message that shares `text`. The caller deletes it. `parent` is not used.
     static DwMessage* NewMessage(const DwString& text, DwMessageComponent* parent);
 
   private:
     using DwEntity::DwEntity;
 };
 
-/// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts, reads them as they
-/// are asked for and keeps two of them (see mimepp.h).
+/// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts, reads them on
+/// demand and keeps two of them (see mimepp.h).
 class DwBodyPart : public DwEntity {
   public:
     /// The next part, or null. The body then keeps that one and this one only.

@@ -12,9 +12,9 @@ class DwMechanism;
 class DwMediaType;
 class DwText;
 
-/// The header fields of an entity (RFC 822, section 3). Names compare without ASCII case; of
-/// several fields of one name the first counts. Field bodies are owned by the headers; that of a
-/// field which is not there is an empty one.
+/// The header fields of an entity (RFC 822, section 3). Names are compared without regard to ASCII
+/// case; of several fields with one name the first counts. The headers own the field bodies; that
+/// of a missing field is empty.
 class DwHeaders : public DwMessageComponent {
   public:
     explicit DwHeaders(DwString text) noexcept;

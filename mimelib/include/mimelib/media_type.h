@@ -8,7 +8,7 @@
 class DwMediaType;
 
 /// A parameter of a media type (RFC 2045, section 5.1). The media type owns its parameters, reads
-/// them as they are asked for and keeps two of them (see mimepp.h).
+/// them on demand and keeps two of them (see mimepp.h).
 class DwParameter : public DwMessageComponent {
   public:
     /// The name, as written.

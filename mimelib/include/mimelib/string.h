@@ -16,7 +16,7 @@ class DwString {
     DwString(DwString&& other) noexcept;
     /// Copies `len` bytes from `buf`, which may be null when `len` is 0.
     DwString(const char* buf, std::size_t len);
-    /// Copies up to the terminating zero byte; a null pointer gives an empty string.
+    /// Copies up to the terminating zero byte; a null pointer makes an empty string.
     DwString(const char* zero_terminated);  // NOLINT(google-explicit-constructor)
     ~DwString();
 

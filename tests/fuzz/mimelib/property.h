@@ -13,8 +13,8 @@ inline bool is_slice(const DwString& part, const DwString& whole) {
                             part.data() + part.length() <= whole.data() + whole.length());
 }
 
-// All elements of a sequence, first to last, as `read` makes them out. An element must stay while
-// the next one is asked for, and that one while the first is.
+// What `read` returns for each element of a sequence, first to last. An element must stay while the
+// next one is asked for, and that one while the first one is.
 template <typename First, typename Read>
 auto read_all(First first, Read read) {
     std::vector<decltype(read(*first()))> all;

@@ -10,7 +10,7 @@ namespace {
 using mimelib::Groups;
 using testing::ElementsAre;
 
-// Each element's text; that of a group in parentheses, with "!" in front when it has no name.
+// Each element's text; that of a group in parentheses, with "!" before it if it has no name.
 std::vector<std::string> elements(const std::string& text, Groups groups) {
     std::vector<std::string> all;
     mimelib::AddressElements reader(text, groups);

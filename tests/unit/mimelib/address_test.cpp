@@ -41,7 +41,7 @@ TEST(AddressList, AnEmptyListHasNoAddress) {
     EXPECT_EQ(DwAddressList(DwString("<>, @x")).FirstAddress(), nullptr);
 }
 
-TEST(AddressList, AskingAgainGivesTheSameAddresses) {
+TEST(AddressList, AskingAgainReturnsTheSameAddresses) {
     const DwAddressList list(DwString("a@b, c@d"));
     DwAddress* const first = list.FirstAddress();
     ASSERT_NE(first, nullptr);

@@ -48,7 +48,7 @@ TEST(MediaType, AnEmptyFieldHasNoType) {
     EXPECT_EQ(type(""), DwMime::kTypeNull);
 }
 
-TEST(MediaType, ParametersAreBehindSemicolons) {
+TEST(MediaType, ParametersFollowSemicolons) {
     EXPECT_THAT(parameters("text/plain; a=b;c = \"d e\" junk ;;f=g"),
                 ElementsAre("a=b", "c=d e", "f=g"));
     EXPECT_THAT(parameters("text/plain a=b"), IsEmpty());

@@ -28,7 +28,7 @@ TEST(Multipart, PartsAreBetweenBoundaryLines) {
 }
 
 TEST(Multipart, WhatIsAroundTheBoundariesBelongsToNoPart) {
-    EXPECT_THAT(parts("before\n--b\none\n--b--\nbehind\n--b\nfar behind"), ElementsAre("one"));
+    EXPECT_THAT(parts("before\n--b\none\n--b--\nafter\n--b\nlong after"), ElementsAre("one"));
 }
 
 TEST(Multipart, WithoutBoundaryThereAreNoParts) {

@@ -44,8 +44,7 @@ std::string trim_right(const std::string& text, const std::string& what) {
     return text.substr(0, text.find_last_not_of(what) + 1);
 }
 
-// A token is its text; what it is shows in its first character, except that an atom is any text
-// that starts with no special.
+// A token is its text, whose first character shows what it is: an atom starts with no special.
 using Token = std::string;
 
 bool is_gap(char c) {
@@ -189,25 +188,25 @@ Boundary find_boundary(const std::string& body, std::size_t from, const std::str
         if ((i > from && body[i - 1] != '\n') || body.compare(i, start.size(), start) != 0) {
             continue;
         }
-        const std::size_t behind = i + start.size();
-        std::string rest = body.substr(behind);
+        const std::size_t tail = i + start.size();
+        std::string rest = body.substr(tail);
         rest = trim_left(trim_left(rest, "-"), " \t\r");
         if (!rest.empty() && rest[0] != '\n') {
             continue;
         }
-        Boundary found{true, i, after_line(body, behind), false};
+        Boundary found{true, i, after_line(body, tail), false};
         if (i == from) {
-            found.final = body.compare(behind, 2, "--") == 0;
+            found.final = body.compare(tail, 2, "--") == 0;
             return found;
         }
         --found.begin;
         if (found.begin > from && body[found.begin - 1] == '\r') {
             --found.begin;
         }
-        if (body.compare(behind, 1, "-") == 0) {
+        if (body.compare(tail, 1, "-") == 0) {
             found.final = true;
-            const bool dash_after_next = behind + 2 < body.size() && body[behind + 2] == '-';
-            found.end = after_line(body, behind + (dash_after_next ? 2 : 1));
+            const bool dash_after_next = tail + 2 < body.size() && body[tail + 2] == '-';
+            found.end = after_line(body, tail + (dash_after_next ? 2 : 1));
         }
         return found;
     }

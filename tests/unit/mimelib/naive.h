@@ -6,8 +6,8 @@
 
 #include "tests/unit/mimelib/reading.h"
 
-// The library's rules once more, written for being read: no slices, no laziness, no care for speed.
-// Tests and fuzz targets hold the library against it.
+// The library's rules a second time, written to be read: no slices, no laziness, no care for speed.
+// Tests and fuzz targets compare the library with it.
 namespace naive {
 
 struct Address {

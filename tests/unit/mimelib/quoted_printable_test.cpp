@@ -26,7 +26,7 @@ TEST(QuotedPrintable, DecodesHexDigitsInEitherCase) {
     EXPECT_EQ(decoded("=00"), std::string("\0", 1));
 }
 
-TEST(QuotedPrintable, OtherDigitsCountWithTheirCode) {
+TEST(QuotedPrintable, OtherCharactersCountAsTheirCode) {
     EXPECT_EQ(decoded("=zz"), "\x1A");
     EXPECT_EQ(decoded("=4z"), "\xBA");
     EXPECT_EQ(decoded("=z4"), "\xA4");
@@ -47,7 +47,7 @@ TEST(QuotedPrintable, AnEqualsSignAtALineEndJoinsLines) {
     EXPECT_EQ(decoded("=\n=\n=\n"), "");
 }
 
-TEST(QuotedPrintable, WithOneCharacterBehindItTheEqualsSignIsDropped) {
+TEST(QuotedPrintable, AnEqualsSignBeforeASingleLastCharacterIsDropped) {
     EXPECT_EQ(decoded("a=4"), "a4");
     EXPECT_EQ(decoded("a=4\nb"), "a4\nb");
     EXPECT_EQ(decoded("a=\xE9"), "ai");
