@@ -28,9 +28,11 @@ class LastTwo : public testing::Test {
     Element* at(std::size_t position) {
         return held_.at(position, [&] {
             read_.push_back(position);
-            return position < 5
-                       ? std::make_unique<Element>(static_cast<char>('a' + position), destroyed_)
-                       : nullptr;
+            std::unique_ptr<Element> element;
+            if (position < 5) {
+                element = std::make_unique<Element>(static_cast<char>('a' + position), destroyed_);
+            }
+            return element;
         });
     }
 
