@@ -41,9 +41,10 @@ TEST(Body, OnlyMultipartsHaveParts) {
 }
 
 TEST(Body, AWalkGoesOnFromAnyPartThatIsKept) {
-    const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(
-        "Content-Type: multipart/x; boundary=b\n\n--b\n\none\n--b\n\ntwo\n--b\n\nthree\n--b--\n",
-        nullptr));
+    const std::unique_ptr<DwMessage> message(
+        DwMessage::NewMessage("Content-Type: multipart/x; boundary=b\n\n"
+                              "--b\n\none\n--b\n\ntwo\n--b\n\nthree\n--b\n\nfour\n--b--\n",
+                              nullptr));
     const DwBody& body = message->Body();
     DwBodyPart* const second = body.FirstBodyPart()->Next();
     DwBodyPart* const third = second->Next();
@@ -51,9 +52,10 @@ TEST(Body, AWalkGoesOnFromAnyPartThatIsKept) {
     DwBodyPart* const first = body.FirstBodyPart();
     EXPECT_EQ(first->Body().AsString(), DwString("one"));
     EXPECT_EQ(third->Body().AsString(), DwString("three"));
-    EXPECT_EQ(third->Next(), nullptr);
-    EXPECT_EQ(first->Next()->Body().AsString(), DwString("two"));
-    EXPECT_EQ(first->Body().AsString(), DwString("one"));
+    DwBodyPart* const fourth = third->Next();
+    EXPECT_EQ(third->Body().AsString(), DwString("three"));
+    EXPECT_EQ(fourth->Body().AsString(), DwString("four"));
+    EXPECT_EQ(fourth->Next(), nullptr);
 }
 
 TEST(Body, LookingForTheBoundaryKeepsTheParametersInUse) {
