@@ -4,8 +4,8 @@
 
 #include <mimelib/mimepp.h>
 
-// What both libraries read from a message: sender from Reply-To or From, subject,
-// date, and of the text body type, charset and decoded text.
+// What both libraries read from a message: sender from Reply-To or From, subject, date, and of the
+// text body charset and decoded text.
 struct Extract {
     std::string sender;
     std::string subject;

@@ -18,8 +18,8 @@ class LastTwo {
         }
     }
 
-    // The element at `position`, or null when there is none. Unless it is one of the two, `read()`
-    // makes it, and it takes the place of the one that was not used last.
+    // The element at `position`, or null if there is none. Unless it is one of the two, `read()`
+    // makes it, and it replaces the one used longer ago.
     template <typename Read>
     Element* at(std::size_t position, Read read) {
         if (older_.is_at(position)) {

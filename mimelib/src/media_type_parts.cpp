@@ -11,18 +11,20 @@ Slice MediaTypeReader::read_type() {
 }
 
 std::optional<MediaTypeReader::Parameter> MediaTypeReader::next_parameter() {
-    while (skip_past(';')) {
-        const std::size_t begin = tokenizer_.position();
-        const Token attribute = next_atom();
-        if (!skip_past('=')) {
-            return std::nullopt;
-        }
-        if (const auto value = read_value()) {
-            const Slice whole = {begin, tokenizer_.position() - begin};
-            return Parameter{whole, attribute.slice, *value};
-        }
+    if (!skip_past(';')) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    const std::size_t begin = tokenizer_.position();
+    const Token attribute = next_atom();
+    if (!skip_past('=')) {
+        return std::nullopt;
+    }
+    const auto value = read_value();
+    if (!value) {
+        return std::nullopt;
+    }
+    const Slice whole = {begin, tokenizer_.position() - begin};
+    return Parameter{whole, attribute.slice, *value};
 }
 
 bool MediaTypeReader::skip_past(char special) {

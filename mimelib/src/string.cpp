@@ -114,6 +114,7 @@ const char* DwString::c_str() const {
     if (data()[length_] == '\0') {
         return data();
     }
+    // Asking again for the same slice returns the same copy.
     Buffer* copy = buffer_->copies;
     if (copy == nullptr || std::string_view(copy->bytes(), copy->used) != mimelib::view(*this)) {
         copy = allocate(length_);

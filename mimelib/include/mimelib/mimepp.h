@@ -9,12 +9,11 @@
 /// std::bad_alloc.
 ///
 /// Pointers and references that a component hands out belong to it and live as long as it does,
-/// except for elements of a sequence: the parts of a body, the parameters of a media type and the
-/// addresses of a list. Of each sequence only two elements exist at a time, however long it is.
-/// Next() keeps the element that it is called on and the one that it returns; FirstBodyPart(),
-/// FirstParameter(), FirstAddress() and FirstMailbox() keep the one that they return and the one
-/// used last before. Any other is destroyed, and so is all it handed out; a copied string stays. To
-/// start again from the first element is to read the text again.
+/// except for the parts of a body, the parameters of a media type and the addresses of a list. Of
+/// these only two exist at a time, however many the text holds: Next() keeps the one it is called
+/// on and the one it returns; FirstBodyPart(), FirstParameter(), FirstAddress() and FirstMailbox()
+/// keep the one they return and the one used last before. All others are destroyed with everything
+/// they handed out, except for copied strings. Starting again from the first reads the text again.
 
 #include <mimelib/address.h>
 #include <mimelib/body.h>
