@@ -48,7 +48,7 @@ std::vector<ExplainedPart> parts_of(const DwMessage& message) {
     return parts;
 }
 
-std::string without_prefix(std::string line) {
+std::string without_prefix(const std::string& line) {
     const std::string prefix = "autoresponder: ";
     return line.starts_with(prefix) ? line.substr(prefix.size()) : line;
 }
@@ -207,21 +207,21 @@ class ResponderExplainer {
     void explain_reply(ExplainedResponder& responder, const ResponderRow& row,
                        const ResponseAttachments& attachments) {
         ExplainedMail mail{.responder = row.id};
+        const int memory = memfd_create("reply", MFD_CLOEXEC);
+        const ResponseFile file{tolva::Descriptor(memory)};
         const bool sent = sent_or_recorded([&] {
-            const int memory = memfd_create("reply", MFD_CLOEXEC);
-            const ResponseFile file{tolva::Descriptor(memory)};
             const ResponseKind kind = compose_response(file, mail_, row, attachments);
             const Envelope envelope = response_envelope(mail_);
             mail.kind = kind == ResponseKind::kReply ? ExplainedMail::Kind::kReply
                                                      : ExplainedMail::Kind::kSizeNotice;
             mail.sender = envelope.sender;
             mail.recipients = {envelope.recipient};
-            files_.add(mail, memory);
         });
         if (!sent) {
             responder.reason = "its reply cannot be sent, but counts all the same";
             return;
         }
+        files_.add(mail, memory);
         responder.verdict = Verdict::kWouldAnswer;
         responder.reply = {.subject = response_subject(mail_, row),
                            .charset = response_text(row).charset,
@@ -283,6 +283,7 @@ void go_the_way(Explanation& explanation, const DwString& source, MailFiles& fil
     std::optional<MessageAnalysis> analysis =
         analyse_message(source, explanation.recipient.c_str());
     if (!analysis) {
+        report("Abnormal exit.");
         explanation.reason = without_prefix(first_line(captured.errors()));
         return;
     }

@@ -117,7 +117,7 @@ std::string near_miss(const ResponderRow& responder, const Mail_content& mail,
         return "it holds a line end, and no line does";
     }
     const bool in_subject = responder.key_where == "subj";
-    const std::string here = difference(responder.keystr, in_subject ? mail.subject : text);
+    std::string here = difference(responder.keystr, in_subject ? mail.subject : text);
     if (!here.empty()) {
         return here;
     }

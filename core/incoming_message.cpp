@@ -55,13 +55,17 @@ void warn_unconverted(std::string_view what, std::string_view charset) {
 }
 
 std::string body_in_utf8(const MessageText& text) {
-    std::string body = to_string(text.body);
+    std::string body;
     try {
-        return tolva::iconvRecode(body, text.charset, "UTF-8", true);
+        // Most texts are ASCII or UTF-8 and keep their size.
+        body.reserve(text.body.length());
+        tolva::iconvRecode(to_view(text.body), text.charset, "UTF-8", true,
+                           [&body](std::string_view piece) { body += piece; });
     } catch (const std::runtime_error&) {
         warn_unconverted("body", text.charset);
-        return body;
+        body = to_view(text.body);
     }
+    return body;
 }
 
 // `body_charset` is what a warning names: not the charset of the encoded word, but what
@@ -82,6 +86,7 @@ Mail_content content_of(MessageParts parts) {
     content.date = std::move(parts.raw_date);
     content.charset = parts.text.charset;
     content.body_lines = BodyLines(body_in_utf8(parts.text));
+    parts.text.body = DwString();  // mostly the whole message
     content.subject = subject_in_utf8(parts.raw_subject, content.charset);
     return content;
 }

@@ -1,9 +1,12 @@
 #include "encoding/base64.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-const char base64tab[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr char base64tab[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // clang-format off
 const unsigned char base64idx[128] = {
@@ -23,8 +26,26 @@ namespace {
 constexpr std::size_t kCharactersPerGroup = 4;
 constexpr std::size_t kBytesPerGroup = 3;
 
-char symbol(std::uint32_t bits, unsigned shift) {
-    return base64tab[(bits >> shift) & 0x3F];
+// The two characters for every twelve bits: six bits at a time take half as long again.
+using Symbols = std::array<char, 2>;
+
+constexpr std::array<Symbols, 4096> make_symbols() {
+    std::array<Symbols, 4096> symbols{};
+    for (std::size_t bits = 0; bits < symbols.size(); ++bits) {
+        symbols[bits] = {base64tab[bits >> 6], base64tab[bits & 0x3F]};
+    }
+    return symbols;
+}
+
+constexpr std::array<Symbols, 4096> kSymbols = make_symbols();
+
+// Reads the whole group before writing: they may overlap.
+inline void encode_group(const unsigned char* input, char* output) {
+    const unsigned first = input[0];
+    const unsigned second = input[1];
+    const unsigned third = input[2];
+    std::memcpy(output, kSymbols[first << 4 | second >> 4].data(), sizeof(Symbols));
+    std::memcpy(output + 2, kSymbols[(second & 0xF) << 8 | third].data(), sizeof(Symbols));
 }
 
 std::uint32_t value(char character) {
@@ -59,24 +80,14 @@ std::size_t base64Encode(const unsigned char* input, std::size_t length, char* o
     // From the end backwards: no group is overwritten before it is read when output is input.
     if (rest != 0) {
         const unsigned char* in = input + groups * kBytesPerGroup;
+        const unsigned char last[kBytesPerGroup] = {in[0], rest == 2 ? in[1] : std::uint8_t{0}, 0};
         char* out = output + written;
-        const std::uint32_t second = rest == 2 ? in[1] : 0U;
-        const std::uint32_t bits = std::uint32_t{in[0]} << 16 | second << 8;
-        out[0] = symbol(bits, 18);
-        out[1] = symbol(bits, 12);
-        out[2] = rest == 2 ? symbol(bits, 6) : '=';
-        out[3] = '=';
+        encode_group(last, out);
+        std::fill(out + rest + 1, out + kCharactersPerGroup, '=');
         written += kCharactersPerGroup;
     }
     for (std::size_t group = groups; group-- > 0;) {
-        const unsigned char* in = input + group * kBytesPerGroup;
-        char* out = output + group * kCharactersPerGroup;
-        const std::uint32_t bits =
-            std::uint32_t{in[0]} << 16 | std::uint32_t{in[1]} << 8 | std::uint32_t{in[2]};
-        out[0] = symbol(bits, 18);
-        out[1] = symbol(bits, 12);
-        out[2] = symbol(bits, 6);
-        out[3] = symbol(bits, 0);
+        encode_group(input + group * kBytesPerGroup, output + group * kCharactersPerGroup);
     }
     output[written] = '\0';
     return written;

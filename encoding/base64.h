@@ -1,8 +1,8 @@
 /*
- * Base64 over buffers of the caller: the alphabet of RFC 4648 section 4, padded with "=", without
- * line breaks. Nothing is allocated, nothing is reported: the functions do not validate what they
- * are given. (The decoder for encoded words, which skips line breaks and complains about bad
- * symbols, is in encoding/base64_decode.h.)
+ * Base64 over caller-owned buffers: the alphabet of RFC 4648 section 4, "=" padding, no line
+ * breaks. Nothing is allocated or reported, and nothing throws: the functions do not validate their
+ * input. (The decoder for encoded words, which skips line breaks and complains about bad symbols,
+ * is in encoding/base64_decode.h.)
  */
 #ifndef ENCODING_BASE64_H
 #define ENCODING_BASE64_H
@@ -20,9 +20,9 @@ extern const char base64tab[65];
 extern const unsigned char base64idx[128];
 
 /*
- * Encodes `length` bytes of `input` into `output` and ends them with a zero byte. `output` needs
- * room for 4 * ceil(length / 3) + 1 characters. Both may be the same buffer. Returns the number of
- * characters written, the zero byte not counted.
+ * Encodes `length` bytes of `input` into `output`, terminated by a zero byte. `output` needs room
+ * for 4 * ceil(length / 3) + 1 characters. Both may be the same buffer. Returns the number of
+ * characters written, not counting the zero byte.
  */
 size_t base64Encode(const unsigned char* input, size_t length, char* output);
 
@@ -31,8 +31,8 @@ size_t base64Encode(const unsigned char* input, size_t length, char* output);
  * bytes. No zero byte is added. Returns the number of bytes written.
  *
  * `length` should be a multiple of four: one to three characters beyond the last whole group are
- * ignored when the text does not end in "=", and a text of fewer than four characters gives
- * nothing. A character outside the alphabet yields wrong bytes, no error.
+ * ignored when the text does not end in "=", and a text of fewer than four characters decodes
+ * to nothing. A character outside the alphabet yields wrong bytes, no error.
  */
 size_t base64ArrayDecode(const char* input, size_t length, unsigned char* output);
 

@@ -1,6 +1,11 @@
 #include "encoding/base64_decode.h"
 
-#include <iostream>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "encoding/base64_decode_internal.h"
+#include "encoding/complaints.h"
 
 namespace tolva {
 
@@ -24,36 +29,42 @@ unsigned symbol_value(char symbol) {
     return symbol == '/' ? 63 : kNoSymbol;
 }
 
-}  // namespace
-
-unsigned base64Take(const std::string& text, std::size_t* pos) {
-    while (*pos < text.size()) {
-        const char symbol = text[*pos];
-        if (symbol == '=') {
-            break;
-        }
-        ++*pos;
+unsigned take(std::string_view text, std::size_t& pos, Complaints& complaints) {
+    while (pos < text.size() && text[pos] != '=') {
+        const char symbol = text[pos++];
         const unsigned value = symbol_value(symbol);
         if (value != kNoSymbol) {
             return value;
         }
         if (symbol != ' ' && symbol != '\t' && symbol != '\n' && symbol != '\r') {
-            std::cerr << std::string("Bad base64 symbol: ") + symbol + "\n";
+            complaints.add("Bad base64 symbol: ", std::string(1, symbol));
         }
     }
     return 0;
 }
 
+}  // namespace
+
+unsigned base64Take(const std::string& text, std::size_t* pos) {
+    Complaints complaints;
+    return take(text, *pos, complaints);
+}
+
 std::string base64_decode(const std::string& text) {
+    Complaints complaints;
+    return base64_decode(text, complaints);
+}
+
+std::string base64_decode(std::string_view text, Complaints& complaints) {
     std::string bytes;
     bytes.reserve(text.size() / 4 * 3 + 3);
     std::size_t pos = 0;
     for (;;) {
         const std::size_t start = pos;
-        const unsigned a = base64Take(text, &pos);
-        const unsigned b = base64Take(text, &pos);
-        const unsigned c = base64Take(text, &pos);
-        const unsigned d = base64Take(text, &pos);
+        const unsigned a = take(text, pos, complaints);
+        const unsigned b = take(text, pos, complaints);
+        const unsigned c = take(text, pos, complaints);
+        const unsigned d = take(text, pos, complaints);
         const std::size_t consumed = pos - start;
         if (consumed == 0) {
             return bytes;

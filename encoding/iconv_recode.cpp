@@ -2,79 +2,79 @@
 
 #include <iconv.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <stdexcept>
+#include <utility>
+
+#include "encoding/iconv_descriptor.h"
 
 namespace {
 
-// What strangers name as their charset may be a megabyte of "/a": iconv_open(3) takes its time, in
-// the square of the length. The names that the C library knows have at most some twenty bytes.
-constexpr std::size_t kLongestName = 1024;
+constexpr std::size_t kPieceSize = 4096;
 
-// An open conversion; its descriptor is given back on every way out.
-class Conversion {
+using TakePiece = std::function<void(std::string_view)>;
+
+// Gathers the output of single calls into pieces: hostile text may take a call for every byte.
+class Pieces {
   public:
-    Conversion(const std::string& to, const std::string& from)
-        : descriptor_(is_usable(to) && is_usable(from) ? iconv_open(to.c_str(), from.c_str())
-                                                       : closed()) {}
-    ~Conversion() { close(); }
-    Conversion(const Conversion&) = delete;
-    Conversion& operator=(const Conversion&) = delete;
+    explicit Pieces(const TakePiece& take) : take_(take) {}
 
-    [[nodiscard]] bool is_open() const { return descriptor_ != closed(); }
-
-    bool close() {
-        const iconv_t descriptor = descriptor_;
-        descriptor_ = closed();
-        return descriptor == closed() || iconv_close(descriptor) == 0;
+    // Takes up to a whole piece.
+    void add(std::string_view bytes) {
+        if (size_ + bytes.size() > piece_.size()) {
+            hand_over();
+        }
+        std::copy(bytes.begin(), bytes.end(), piece_.begin() + static_cast<std::ptrdiff_t>(size_));
+        size_ += bytes.size();
     }
 
-    // Converts as much of `input` as fits into one piece, appends it to `result` and moves `input`
-    // and `left` behind what was read. Returns iconv's errno, 0 for success.
-    int convert_piece(char*& input, std::size_t& left, std::string& result) {
-        std::array<char, 4096> piece;
-        char* output = piece.data();
-        std::size_t room = piece.size();
-        errno = 0;
-        iconv(descriptor_, &input, &left, &output, &room);
-        const int error = errno;
-        result.append(piece.data(), piece.size() - room);
-        return error;
+    void hand_over() {
+        if (size_ > 0) {
+            take_({piece_.data(), std::exchange(size_, 0)});
+        }
     }
 
   private:
-    static bool is_usable(const std::string& name) { return name.size() <= kLongestName; }
-
-    // What iconv_open(3) returns for failure.
-    static iconv_t closed() {
-        return reinterpret_cast<iconv_t>(-1);  // NOLINT(performance-no-int-to-ptr)
-    }
-
-    iconv_t descriptor_;
+    const TakePiece& take_;
+    std::array<char, kPieceSize> piece_;
+    std::size_t size_ = 0;
 };
 
-// Converts all of `text`; false when it cannot be converted to its end.
-bool convert(Conversion& conversion, const std::string& text, bool skip_invalid,
-             std::string& result) {
+// Converts as much of `text` as fits into one piece and removes it from there. Returns iconv's
+// errno, 0 for success.
+int convert_piece(iconv_t descriptor, std::string_view& text, Pieces& pieces) {
+    std::array<char, kPieceSize> piece;
     char* input = const_cast<char*>(text.data());  // iconv(3) does not write there
     std::size_t left = text.size();
-    while (left > 0) {
-        const std::size_t left_before = left;
-        const int error = conversion.convert_piece(input, left, result);
+    char* output = piece.data();
+    std::size_t room = piece.size();
+    errno = 0;
+    iconv(descriptor, &input, &left, &output, &room);
+    const int error = errno;
+    pieces.add({piece.data(), piece.size() - room});
+    text.remove_prefix(text.size() - left);
+    return error;
+}
+
+// Converts all of `text`; false when it cannot be converted to its end.
+bool convert(iconv_t descriptor, std::string_view text, bool skip_invalid, Pieces& pieces) {
+    while (!text.empty()) {
+        const std::size_t left_before = text.size();
+        const int error = convert_piece(descriptor, text, pieces);
         if (error == EILSEQ && skip_invalid) {
             // A `to` with "//IGNORE" makes the C library leave out what is invalid and report it
             // only after it has read everything: then there is no byte to step over.
-            if (left > 0) {
-                ++input;
-                --left;
-                result += '?';
+            if (!text.empty()) {
+                text.remove_prefix(1);
+                pieces.add("?");
             }
             continue;
         }
-        // No single character fills a piece: a call that reads nothing would do so for ever.
-        if ((error != 0 && error != E2BIG) || left == left_before) {
+        // No single character fills a piece: a call that reads nothing would do so forever.
+        if ((error != 0 && error != E2BIG) || text.size() == left_before) {
             return false;
         }
     }
@@ -87,19 +87,27 @@ namespace tolva {
 
 std::string iconvRecode(const std::string& text, const std::string& from, const std::string& to,
                         bool skip_invalid) {
-    Conversion conversion(to, from);
-    if (!conversion.is_open()) {
+    std::string result;
+    iconvRecode(text, from, to, skip_invalid,
+                [&result](std::string_view piece) { result += piece; });
+    return result;
+}
+
+void iconvRecode(std::string_view text, const std::string& from, const std::string& to,
+                 bool skip_invalid, const TakePiece& take_piece) {
+    IconvDescriptor descriptor(from, to);
+    if (!descriptor.is_open()) {
         throw std::runtime_error("Cannot convert from " + from + " to " + to);
     }
-    std::string result;
-    if (!convert(conversion, text, skip_invalid, result)) {
+    Pieces pieces(take_piece);
+    if (!convert(descriptor.get(), text, skip_invalid, pieces)) {
         throw std::runtime_error("Conversion from " + from + " to " + to);
     }
-    if (!conversion.close()) {
+    pieces.hand_over();
+    if (!descriptor.close()) {
         // The target is named "utf-8" whatever it was; the text is matched as it stands.
         throw std::runtime_error("Closing conversion from " + from + " to utf-8 failed");
     }
-    return result;
 }
 
 }  // namespace tolva

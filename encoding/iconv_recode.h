@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace tolva {
 
@@ -13,7 +15,7 @@ namespace tolva {
 /// as unknown.
 ///
 /// With `skip_invalid` every byte at which iconv finds an invalid sequence, or a character that
-/// `to` does not have, is replaced by "?" and the conversion goes on at the next byte. Without it
+/// `to` does not have, is replaced by "?" and the conversion continues at the next byte. Without it
 /// such a byte makes the conversion fail. No closing shift sequence is produced for a stateful
 /// `to`.
 ///
@@ -24,5 +26,11 @@ namespace tolva {
 /// - "Closing conversion from " + from + " to utf-8 failed": iconv_close(3) failed.
 std::string iconvRecode(const std::string& text, const std::string& from, const std::string& to,
                         bool skip_invalid);
+
+/// Does the same without a copy of the text or of the result, which goes to `take_piece` in pieces
+/// of 1 to 4096 bytes. A piece is valid during the call only. Pieces may already have been taken
+/// when the conversion fails. What `take_piece` throws is passed on.
+void iconvRecode(std::string_view text, const std::string& from, const std::string& to,
+                 bool skip_invalid, const std::function<void(std::string_view)>& take_piece);
 
 }  // namespace tolva

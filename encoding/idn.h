@@ -1,6 +1,6 @@
 /*
  * Internationalised domain names (IDNA 2003, RFC 3490) through GNU libidn, and its result codes as
- * texts and as an exception. idn_strerror is there for C too.
+ * texts and as an exception. idn_strerror is also available in C.
  */
 #ifndef ENCODING_IDN_H
 #define ENCODING_IDN_H
@@ -12,8 +12,8 @@
 extern "C" {
 #endif
 
-/* The text for a libidn result code (Idna_rc); "Unknown error" for a code it does not know. The
- * text is constant and belongs to the library. */
+/* Returns the text for a libidn result code (Idna_rc), "Unknown error" for any other. The text is
+ * constant and must not be freed. Never throws. */
 const char* idn_strerror(int code);
 
 #ifdef __cplusplus
@@ -36,18 +36,19 @@ class IdnaError : public std::exception {
     int code_;
 };
 
-// A name ends at its first zero byte. All three throw IdnaError with libidn's code when it refuses
-// the name, and std::bad_alloc when memory is exhausted.
+// A name ends at its first zero byte. All three functions throw IdnaError with libidn's code when
+// it refuses the name, and std::bad_alloc when memory is exhausted.
 
-/// The ASCII form ("xn--" labels) of the UTF-8 domain name `name`. Unassigned code points are
-/// refused; characters beyond letters, digits and hyphens are not.
+/// Returns the ASCII form ("xn--" labels) of the UTF-8 domain name `name`. Unassigned code points
+/// are refused; ASCII characters other than letters, digits and hyphens are not.
 std::string toAscii(const std::string& name);
 
-/// The UTF-8 form of the ASCII domain name `name`; labels that do not decode stay as they are.
+/// Returns the UTF-8 form of the ASCII domain name `name`; labels that do not decode stay as they
+/// are.
 std::string toUtf8(const std::string& name);
 
-/// `address` with what follows its first "@" turned into ASCII form. The local part stays byte for
-/// byte; an address without "@" is returned unchanged.
+/// Returns `address` with everything after its first "@" converted by toAscii. The local part is
+/// kept byte for byte; an address without "@" is returned unchanged.
 std::string emailToAscii(const std::string& address);
 
 }  // namespace tolva::idn

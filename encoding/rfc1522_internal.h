@@ -2,17 +2,18 @@
 
 #include <string>
 
-/// The steps of encoding/rfc1522.h, apart for their tests.
+/// The steps of encoding/rfc1522.h, declared for their tests.
 namespace tolva::rfc1522 {
 
-/// One word of a field body in UTF-8: decoded when it is an encoded word, unchanged when it is not
-/// or is malformed. Text behind the closing "?=" stays, with a complaint. Throws as decode does.
+/// Returns one word of a field body: in UTF-8 when it is an encoded word, unchanged when it is none
+/// or is malformed. Text after the closing "?=" is kept, with a complaint. Throws
+/// std::runtime_error as decode does.
 std::string rfc1522_decode_word(const std::string& word);
 
-/// Whether `c` has to be encoded.
+/// Returns whether `c` has to be encoded.
 bool rfc1522_nonprintable(char c);
 
-/// `text` in Q encoding (RFC 2047 section 4.2).
+/// Returns `text` in Q encoding (RFC 2047 section 4.2).
 std::string qp_encode(const std::string& text);
 
 }  // namespace tolva::rfc1522

@@ -58,6 +58,14 @@ std::string many_parts(std::size_t count) {
     return kMultipart + "b\n\n" + repeated("--b\nX: y\n\npart\n", count) + "--b--\n";
 }
 
+std::string shortest_parts(std::size_t count) {
+    return kMultipart + "b\n\n" + repeated("--b\n", count) + "--b--\n";
+}
+
+std::string shortest_parameters(std::size_t count) {
+    return kFrom + "Content-Type: text/plain" + repeated(";a=b", count) + "\n\nbody\n";
+}
+
 std::string long_boundary(std::size_t length) {
     const std::string boundary(length, 'b');
     std::string text = kMultipart + boundary + "\n\n";
@@ -136,7 +144,9 @@ std::vector<HostileShape> hostile_shapes() {
         {"a million groups", kMega, many_groups},
         {"a local part of a million words", kMega, many_words},
         {"a million parameters", kMega, many_parameters},
+        {"four million parameters", 4 * kMega, shortest_parameters},
         {"100,000 parts", kMega / 10, many_parts},
+        {"four million parts", 4 * kMega, shortest_parts},
         {"a boundary text of 1 MB", kMega, long_boundary},
         {"10 MB of near boundaries", 10 * kMega, near_boundaries},
         {"10 MB of dashes, no boundary text", 10 * kMega, dashes},

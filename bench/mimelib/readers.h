@@ -4,8 +4,8 @@
 
 #include <mimelib/mimepp.h>
 
-// What is read of a message, the same with either library: sender from Reply-To or From, subject,
-// date, and of the text body type, charset and decoded text.
+// What both libraries read from a message: sender from Reply-To or From, subject, date, and of the
+// text body charset and decoded text.
 struct Extract {
     std::string sender;
     std::string subject;
@@ -16,5 +16,5 @@ struct Extract {
 
 Extract read_with_mimelib(const DwString& message);
 
-// Parses straight from the memory given.
+// Parses `message` in place.
 Extract read_with_gmime(const std::string& message);

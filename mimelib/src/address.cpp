@@ -9,10 +9,7 @@ DwAddress::DwAddress(DwString text, bool valid) noexcept
     : DwFieldBody(std::move(text)), valid_(valid) {}
 
 DwAddress* DwAddress::Next() const {
-    if (next_ == nullptr && sequence_ != nullptr) {
-        return sequence_->read_next();
-    }
-    return next_;
+    return sequence_ == nullptr ? nullptr : sequence_->after(*this);
 }
 
 DwMailbox::DwMailbox(DwString text, DwString local_part, DwString domain) noexcept

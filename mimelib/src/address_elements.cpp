@@ -1,23 +1,26 @@
 #include "mimelib/src/address_elements.h"
 
+#include "mimelib/src/tokenizer.h"
+
 namespace mimelib {
 
 std::optional<AddressElement> AddressElements::next() {
-    if (at_end_) {
+    if (position_ > text_.size()) {
         return std::nullopt;
     }
+    Tokenizer tokenizer(text_, kAddressBytes, position_);
     enum class Within { kNothing, kAngle, kGroup } within = Within::kNothing;
     AddressElement element;
-    element.slice.begin = tokenizer_.position();
+    element.slice.begin = position_;
     bool has_word = false;
-    for (Token token = tokenizer_.next(); token.kind != TokenKind::kEnd;
-         token = tokenizer_.next()) {
+    for (Token token = tokenizer.next(); token.kind != TokenKind::kEnd; token = tokenizer.next()) {
         if (within == Within::kAngle) {
             within = token.is('>') ? Within::kNothing : within;
         } else if (within == Within::kGroup) {
             within = token.is(';') ? Within::kNothing : within;
         } else if (token.is(',')) {
             element.slice.length = token.slice.begin - element.slice.begin;
+            position_ = tokenizer.position();
             return element;
         } else if (token.is('<')) {
             within = Within::kAngle;
@@ -28,8 +31,8 @@ std::optional<AddressElement> AddressElements::next() {
         }
         has_word = has_word || token.is_word();
     }
-    at_end_ = true;
-    element.slice.length = size_ - element.slice.begin;
+    element.slice.length = text_.size() - element.slice.begin;
+    position_ = text_.size() + 1;
     return element;
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
-#include "mimelib/src/tokenizer.h"
+#include "mimelib/src/view.h"
 
 namespace mimelib {
 
@@ -21,16 +22,18 @@ struct AddressElement {
 // when those are never closed, the element takes the rest of the list.
 class AddressElements {
   public:
-    AddressElements(std::string_view text, Groups groups)
-        : tokenizer_(text, kAddressBytes), size_(text.size()), groups_(groups) {}
+    AddressElements(std::string_view text, Groups groups, std::size_t position = 0)
+        : text_(text), groups_(groups), position_(position) {}
 
     std::optional<AddressElement> next();
 
+    // Where the next element starts; past the end of the text when there is none.
+    std::size_t position() const { return position_; }
+
   private:
-    Tokenizer tokenizer_;
-    std::size_t size_;
+    std::string_view text_;
     Groups groups_;
-    bool at_end_ = false;
+    std::size_t position_;
 };
 
 }  // namespace mimelib

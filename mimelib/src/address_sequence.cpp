@@ -4,26 +4,24 @@
 
 namespace mimelib {
 
-AddressSequence::AddressSequence(DwString text, Groups groups)
-    : text_(std::move(text)), elements_(view(text_), groups) {}
-
-DwAddress* AddressSequence::first() {
-    return addresses_.empty() ? read_next() : addresses_.front().get();
+DwAddress* AddressSequence::after(const DwAddress& address) {
+    last_two_.use(address);
+    return at(address.next_position_);
 }
 
-DwAddress* AddressSequence::read_next() {
-    while (const auto element = elements_.next()) {
-        std::unique_ptr<DwAddress> address = make_address(*element);
-        if (!address) {
-            continue;
+DwAddress* AddressSequence::at(std::size_t position) {
+    return last_two_.at(position, [&] { return read(position); });
+}
+
+// The first valid element at or after `position`, where an element starts; null if there is none.
+std::unique_ptr<DwAddress> AddressSequence::read(std::size_t position) {
+    AddressElements elements(view(text_), groups_, position);
+    while (const auto element = elements.next()) {
+        if (std::unique_ptr<DwAddress> address = make_address(*element)) {
+            address->sequence_ = this;
+            address->next_position_ = elements.position();
+            return address;
         }
-        DwAddress* const read = address.get();
-        read->sequence_ = this;
-        addresses_.push_back(std::move(address));
-        if (addresses_.size() > 1) {
-            addresses_[addresses_.size() - 2]->next_ = read;
-        }
-        return read;
     }
     return nullptr;
 }

@@ -1,31 +1,34 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <vector>
 
 #include <mimelib/address.h>
 
 #include "mimelib/src/address_elements.h"
+#include "mimelib/src/last_two.h"
 
 namespace mimelib {
 
-// The valid elements of an address list, read as far as they have been asked for. It keeps the text
-// and owns the elements.
+// The valid elements of an address list, read on demand. It holds the text and the two elements
+// used last.
 class AddressSequence {
   public:
-    AddressSequence(DwString text, Groups groups);
+    AddressSequence(DwString text, Groups groups) : text_(std::move(text)), groups_(groups) {}
 
     // The first element, or null.
-    DwAddress* first();
-    // The element behind the last one read, or null.
-    DwAddress* read_next();
+    DwAddress* first() { return at(0); }
+    // The element after `address`, or null.
+    DwAddress* after(const DwAddress& address);
 
   private:
+    DwAddress* at(std::size_t position);
+    std::unique_ptr<DwAddress> read(std::size_t position);
     std::unique_ptr<DwAddress> make_address(const AddressElement& element) const;
 
     DwString text_;
-    AddressElements elements_;
-    std::vector<std::unique_ptr<DwAddress>> addresses_;
+    Groups groups_;
+    LastTwo<DwAddress> last_two_;
 };
 
 }  // namespace mimelib

@@ -4,12 +4,15 @@
 #include <mimelib/headers.h>
 #include <mimelib/media_type.h>
 
+#include "mimelib/src/last_two.h"
 #include "mimelib/src/multipart.h"
 
 namespace {
 
-// The boundary text of a multipart; empty when the media type gives none.
-DwString boundary_text(const DwMediaType& media_type) {
+// The boundary text of a multipart; empty if its Content-Type names none. This walks along the
+// parameters of a media type of its own, so that the caller's stay.
+DwString boundary_text(const DwString& content_type) {
+    const DwMediaType media_type(content_type);
     for (const DwParameter* parameter = media_type.FirstParameter(); parameter != nullptr;
          parameter = parameter->Next()) {
         if (mimelib::equals_ignoring_case(mimelib::view(parameter->Attribute()), "boundary")) {
@@ -22,10 +25,13 @@ DwString boundary_text(const DwMediaType& media_type) {
 }  // namespace
 
 struct DwBody::Parts {
-    explicit Parts(const DwString& boundary) : reader(mimelib::view(boundary)) {}
+    Parts(const DwString& body, const DwString& boundary)
+        : search(mimelib::view(boundary)),
+          first_position(mimelib::first_part(search, mimelib::view(body))) {}
 
-    mimelib::MultipartReader reader;
-    std::vector<std::unique_ptr<DwBodyPart>> read;
+    mimelib::BoundarySearch search;
+    std::optional<std::size_t> first_position;
+    mimelib::LastTwo<DwBodyPart> last_two;
 };
 
 DwBody::DwBody(DwString text, const DwEntity& entity) noexcept
@@ -34,27 +40,30 @@ DwBody::DwBody(DwString text, const DwEntity& entity) noexcept
 DwBody::~DwBody() = default;
 
 DwBodyPart* DwBody::FirstBodyPart() const {
-    DwHeaders& headers = entity_.Headers();
-    if (!headers.HasContentType() || headers.ContentType().Type() != DwMime::kTypeMultipart) {
-        return nullptr;
-    }
     if (!parts_) {
-        parts_ = std::make_unique<Parts>(boundary_text(headers.ContentType()));
-    }
-    return part(0);
-}
-
-// The part of that number, counted from 0, or null. Parts are asked for in order.
-DwBodyPart* DwBody::part(std::size_t number) const {
-    auto& read = parts_->read;
-    if (number == read.size()) {
-        const auto slice = parts_->reader.next(mimelib::view(text()));
-        if (!slice) {
+        DwHeaders& headers = entity_.Headers();
+        if (!headers.HasContentType() || headers.ContentType().Type() != DwMime::kTypeMultipart) {
             return nullptr;
         }
-        std::unique_ptr<DwBodyPart> found(
-            new DwBodyPart(mimelib::slice_of(text(), *slice), *this, number));
-        read.push_back(std::move(found));
+        parts_ = std::make_unique<Parts>(text(), boundary_text(headers.ContentType().AsString()));
     }
-    return read[number].get();
+    return part_at(parts_->first_position);
+}
+
+DwBodyPart* DwBody::part_after(const DwBodyPart& part) const {
+    parts_->last_two.use(part);
+    return part_at(part.next_position_);
+}
+
+DwBodyPart* DwBody::part_at(std::optional<std::size_t> position) const {
+    if (!position) {
+        return nullptr;
+    }
+    return parts_->last_two.at(*position, [&] { return read_part(*position); });
+}
+
+std::unique_ptr<DwBodyPart> DwBody::read_part(std::size_t position) const {
+    const auto found = mimelib::part_at(parts_->search, mimelib::view(text()), position);
+    return std::unique_ptr<DwBodyPart>(
+        new DwBodyPart(mimelib::slice_of(text(), found.slice), *this, found.next_position));
 }

@@ -43,9 +43,10 @@ DwMessage* DwMessage::NewMessage(const DwString& text, DwMessageComponent* /*par
     return new DwMessage(text);
 }
 
-DwBodyPart::DwBodyPart(DwString text, const DwBody& body, std::size_t number) noexcept
-    : DwEntity(std::move(text)), body_(body), number_(number) {}
+DwBodyPart::DwBodyPart(DwString text, const DwBody& body,
+                       std::optional<std::size_t> next_position) noexcept
+    : DwEntity(std::move(text)), body_(body), next_position_(next_position) {}
 
 DwBodyPart* DwBodyPart::Next() const {
-    return body_.part(number_ + 1);
+    return body_.part_after(*this);
 }

@@ -12,8 +12,8 @@ struct EntitySplit {
     std::size_t body_start;
 };
 
-// Headers run while lines hold a colon or start with a space or tab; a last line that is not ended
-// is taken for a header line. What follows is the body, behind one line end if it starts with one.
+// The headers run as long as lines hold a colon or start with a space or tab; a last line without a
+// line end is a header line too. The rest is the body, except for one line end at its start.
 EntitySplit split_entity(std::string_view text);
 
 }  // namespace mimelib

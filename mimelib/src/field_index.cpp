@@ -10,7 +10,7 @@ bool is_blank(char c) {
     return c == ' ' || c == '\t';
 }
 
-// Where the field that starts at `begin` ends: behind the last line of it.
+// The end of the last line of the field that starts at `begin`.
 std::size_t field_end(std::string_view headers, std::size_t begin) {
     std::size_t position = begin;
     do {
@@ -23,19 +23,23 @@ std::size_t field_end(std::string_view headers, std::size_t begin) {
     return position;
 }
 
-// The position behind the colon when the field's name is `name`, else 0.
-std::size_t behind_name(std::string_view field, std::string_view name) {
-    if (field.size() <= name.size() || !equals_ignoring_case(field.substr(0, name.size()), name)) {
+// Where the field's body starts when its name is `name`, else 0. A field that ends with its name
+// has an empty body.
+std::size_t body_start(std::string_view field, std::string_view name) {
+    if (!equals_ignoring_case(field.substr(0, name.size()), name)) {
         return 0;
     }
     std::size_t position = name.size();
     while (position < field.size() && is_blank(field[position])) {
         ++position;
     }
-    return position < field.size() && field[position] == ':' ? position + 1 : 0;
+    if (position == field.size()) {
+        return position;
+    }
+    return field[position] == ':' ? position + 1 : 0;
 }
 
-// The stretch of the field's body from `position` on, without the white space around it.
+// The field from `position` on, without leading blanks and trailing white space.
 Slice trimmed(std::string_view field, std::size_t position) {
     std::size_t end = field.size();
     while (end > position && is_white(field[end - 1])) {
@@ -56,7 +60,7 @@ FieldIndex index_fields(std::string_view headers) {
         const std::size_t end = field_end(headers, begin);
         const std::string_view field = headers.substr(begin, end - begin);
         for (std::size_t known = 0; known < kKnownFields; ++known) {
-            const std::size_t body = index[known] ? 0 : behind_name(field, kNames[known]);
+            const std::size_t body = index[known] ? 0 : body_start(field, kNames[known]);
             if (body != 0) {
                 const Slice slice = trimmed(field, body);
                 index[known] = Slice{begin + slice.begin, slice.length};

@@ -19,8 +19,8 @@ enum KnownField : std::size_t {
     kKnownFields
 };
 
-// The bodies of the first field of each known name, without the white space around them; only
-// spaces and tabs count as such in front.
+// The body of the first field of each known name, without leading spaces and tabs and without
+// trailing white space.
 using FieldIndex = std::array<std::optional<Slice>, kKnownFields>;
 
 // `headers` as split_entity finds them.

@@ -5,114 +5,79 @@
 
 #include "mimelib/src/field_index.h"
 
-namespace {
+using mimelib::KnownField;
 
-template <typename FieldBody>
-class Field {
-  public:
-    void set(DwString text) {
-        body_ = std::make_unique<FieldBody>(std::move(text));
-        present_ = true;
-    }
-    bool present() const { return present_; }
-    FieldBody& body() {
-        if (!body_) {
-            body_ = std::make_unique<FieldBody>(DwString());
-        }
-        return *body_;
-    }
-
-  private:
-    std::unique_ptr<FieldBody> body_;
-    bool present_ = false;
-};
-
-template <typename Fields, typename FieldBody>
-bool has(const Fields* fields, Field<FieldBody> Fields::*field) {
-    return fields != nullptr && (fields->*field).present();
-}
-
-}  // namespace
-
+// Where the known fields are, and their bodies as far as they have been asked for.
 struct DwHeaders::Fields {
-    Field<DwAddressList> reply_to;
-    Field<DwMailboxList> from;
-    Field<DwText> subject;
-    Field<DwDateTime> date;
-    Field<DwMediaType> content_type;
-    Field<DwMechanism> content_transfer_encoding;
+    explicit Fields(DwString headers)
+        : text(std::move(headers)), index(mimelib::index_fields(mimelib::view(text))) {}
+
+    bool has(KnownField field) const { return index[field].has_value(); }
+
+    template <typename FieldBody>
+    FieldBody& body(KnownField field, std::unique_ptr<FieldBody>& made) const {
+        if (!made) {
+            made = std::make_unique<FieldBody>(has(field) ? mimelib::slice_of(text, *index[field])
+                                                          : DwString());
+        }
+        return *made;
+    }
+
+    DwString text;
+    mimelib::FieldIndex index;
+    std::unique_ptr<DwAddressList> reply_to;
+    std::unique_ptr<DwMailboxList> from;
+    std::unique_ptr<DwText> subject;
+    std::unique_ptr<DwDateTime> date;
+    std::unique_ptr<DwMediaType> content_type;
+    std::unique_ptr<DwMechanism> content_transfer_encoding;
 };
 
 DwHeaders::DwHeaders(DwString text) noexcept : DwMessageComponent(std::move(text)) {}
 
 DwHeaders::~DwHeaders() = default;
 
-DwHeaders::Fields* DwHeaders::present_fields() const {
-    if (is_indexed_) {
-        return fields_.get();
-    }
-    const mimelib::FieldIndex index = mimelib::index_fields(mimelib::view(text()));
-    std::unique_ptr<Fields> fields;
-    const auto set = [&](auto field, mimelib::KnownField known) {
-        if (index[known]) {
-            if (!fields) {
-                fields = std::make_unique<Fields>();
-            }
-            ((*fields).*field).set(mimelib::slice_of(text(), *index[known]));
-        }
-    };
-    set(&Fields::reply_to, mimelib::kReplyTo);
-    set(&Fields::from, mimelib::kFrom);
-    set(&Fields::subject, mimelib::kSubject);
-    set(&Fields::date, mimelib::kDate);
-    set(&Fields::content_type, mimelib::kContentType);
-    set(&Fields::content_transfer_encoding, mimelib::kContentTransferEncoding);
-    fields_ = std::move(fields);
-    is_indexed_ = true;
-    return fields_.get();
-}
-
 DwHeaders::Fields& DwHeaders::fields() const {
-    if (present_fields() == nullptr) {
-        fields_ = std::make_unique<Fields>();
+    if (!fields_) {
+        fields_ = std::make_unique<Fields>(text());
     }
     return *fields_;
 }
 
 DwBool DwHeaders::HasReplyTo() const {
-    return has(present_fields(), &Fields::reply_to);
+    return fields().has(mimelib::kReplyTo);
 }
 DwBool DwHeaders::HasFrom() const {
-    return has(present_fields(), &Fields::from);
+    return fields().has(mimelib::kFrom);
 }
 DwBool DwHeaders::HasSubject() const {
-    return has(present_fields(), &Fields::subject);
+    return fields().has(mimelib::kSubject);
 }
 DwBool DwHeaders::HasDate() const {
-    return has(present_fields(), &Fields::date);
+    return fields().has(mimelib::kDate);
 }
 DwBool DwHeaders::HasContentType() const {
-    return has(present_fields(), &Fields::content_type);
+    return fields().has(mimelib::kContentType);
 }
 DwBool DwHeaders::HasContentTransferEncoding() const {
-    return has(present_fields(), &Fields::content_transfer_encoding);
+    return fields().has(mimelib::kContentTransferEncoding);
 }
 
 DwAddressList& DwHeaders::ReplyTo() {
-    return fields().reply_to.body();
+    return fields().body(mimelib::kReplyTo, fields().reply_to);
 }
 DwMailboxList& DwHeaders::From() {
-    return fields().from.body();
+    return fields().body(mimelib::kFrom, fields().from);
 }
 DwText& DwHeaders::Subject() {
-    return fields().subject.body();
+    return fields().body(mimelib::kSubject, fields().subject);
 }
 DwDateTime& DwHeaders::Date() {
-    return fields().date.body();
+    return fields().body(mimelib::kDate, fields().date);
 }
 DwMediaType& DwHeaders::ContentType() {
-    return fields().content_type.body();
+    return fields().body(mimelib::kContentType, fields().content_type);
 }
 DwMechanism& DwHeaders::ContentTransferEncoding() {
-    return fields().content_transfer_encoding.body();
+    return fields().body(mimelib::kContentTransferEncoding, fields().content_transfer_encoding);
 }

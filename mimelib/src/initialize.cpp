@@ -1,5 +1,5 @@
 #include <mimelib/mimepp.h>
 
-// All tables are made by the compiler. The function is part of the interface for libraries that
-// have to set theirs up.
+// There is nothing to do, as all tables are made at compile time. Other implementations of the
+// interface set up theirs here.
 void DwInitialize() {}

@@ -40,8 +40,8 @@ class JoinedTokens {
 
 enum class State {
     kStart,      // display name or local part; '<' will tell
-    kAngle,      // behind '<'
-    kRoute,      // behind '@' in front of a local part: "@relay,@relay:"
+    kAngle,      // after '<', before the local part
+    kRoute,      // after an '@' there: "@relay,@relay:"
     kLocalPart,  // within <...>
     kDomain,
     kEnd
@@ -56,9 +56,9 @@ class MailboxReader {
             case State::kStart:
                 return at_start(token);
             case State::kAngle:
-                return behind_angle(token);
+                return after_angle(token);
             case State::kRoute:
-                return token.is(':') ? State::kAngle : State::kRoute;
+                return token.is(':') ? State::kLocalPart : State::kRoute;
             case State::kLocalPart:
                 return in_local_part(token);
             case State::kDomain:
@@ -80,7 +80,7 @@ class MailboxReader {
         return in_local_part(token) == State::kDomain ? State::kDomain : State::kStart;
     }
 
-    State behind_angle(const Token& token) {
+    State after_angle(const Token& token) {
         if (token.is('@')) {
             return State::kRoute;
         }
@@ -112,7 +112,7 @@ class MailboxReader {
     JoinedTokens domain_;
 };
 
-// The text with each CR LF, CR and LF made one space.
+// The text with one space in place of each CR LF, CR and LF.
 DwString on_one_line(const DwString& text) {
     if (view(text).find_first_of("\r\n") == std::string_view::npos) {
         return text;

@@ -9,8 +9,8 @@ struct MailboxParts {
     DwString domain;
 };
 
-// Reads the address out of one element of a list ("a@b", "Name <a@b>", "<@route:a@b>"). Parts that
-// stand in one piece are slices of `text`. The local part is empty when there is no address.
+// Reads the address out of one element of a list ("a@b", "Name <a@b>", "<@route:a@b>"). Parts
+// without gaps are slices of `text`. The local part is empty if there is no address.
 MailboxParts read_mailbox(const DwString& text);
 
 }  // namespace mimelib

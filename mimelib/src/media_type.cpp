@@ -3,7 +3,13 @@
 #include <mimelib/enum.h>
 #include <mimelib/media_type.h>
 
+#include "mimelib/src/last_two.h"
 #include "mimelib/src/media_type_parts.h"
+
+using mimelib::equals_ignoring_case;
+using mimelib::MediaTypeReader;
+using mimelib::slice_of;
+using mimelib::view;
 
 namespace {
 
@@ -26,14 +32,14 @@ constexpr std::array<Type, 9> kTypes = {{
 
 int type_number(std::string_view name) {
     for (const Type& type : kTypes) {
-        if (mimelib::equals_ignoring_case(name, type.name)) {
+        if (equals_ignoring_case(name, type.name)) {
             return type.number;
         }
     }
     return DwMime::kTypeUnknown;
 }
 
-// Some mailers put the boundary into single quotes, which are no quotes to RFC 2045.
+// Some mailers put the boundary in single quotes, which RFC 2045 does not provide for.
 DwString without_single_quotes(const DwString& value) {
     const std::size_t length = value.length();
     if (length > 2 && value[0] == '\'' && value[length - 1] == '\'') {
@@ -44,41 +50,67 @@ DwString without_single_quotes(const DwString& value) {
 
 }  // namespace
 
-DwParameter::DwParameter(DwString text, DwString attribute, DwString value) noexcept
+struct DwMediaType::Parts {
+    int type = DwMime::kTypeNull;
+    std::size_t parameters_position = 0;
+    mimelib::LastTwo<DwParameter> parameters;
+};
+
+DwParameter::DwParameter(const DwMediaType& media_type, DwString text, DwString attribute,
+                         DwString value, std::size_t next_position) noexcept
     : DwMessageComponent(std::move(text)),
+      media_type_(media_type),
       attribute_(std::move(attribute)),
-      value_(std::move(value)) {}
+      value_(std::move(value)),
+      next_position_(next_position) {}
+
+DwParameter* DwParameter::Next() const {
+    return media_type_.parameter_after(*this);
+}
+
+DwMediaType::DwMediaType(DwString text) noexcept : DwFieldBody(std::move(text)) {}
+
+DwMediaType::~DwMediaType() = default;
 
 int DwMediaType::Type() const {
-    read();
-    return type_;
+    return parts().type;
 }
 
 DwParameter* DwMediaType::FirstParameter() const {
-    read();
-    return parameters_.empty() ? nullptr : &parameters_.front();
+    return parameter_at(parts().parameters_position);
 }
 
-void DwMediaType::read() const {
-    if (is_read_) {
-        return;
+DwMediaType::Parts& DwMediaType::parts() const {
+    if (!parts_) {
+        MediaTypeReader reader(view(text()));
+        auto parts = std::make_unique<Parts>();
+        parts->type = type_number(view(slice_of(text(), reader.read_type())));
+        parts->parameters_position = reader.position();
+        parts_ = std::move(parts);
     }
-    mimelib::MediaTypeReader reader(mimelib::view(text()));
-    type_ = type_number(mimelib::view(mimelib::slice_of(text(), reader.read_type())));
-    DwParameter* last = nullptr;
-    auto place = parameters_.before_begin();
-    while (const auto found = reader.next_parameter()) {
-        DwString attribute = mimelib::slice_of(text(), found->attribute);
-        DwString value = mimelib::slice_of(text(), found->value);
-        if (mimelib::equals_ignoring_case(mimelib::view(attribute), "boundary")) {
-            value = without_single_quotes(value);
-        }
-        place = parameters_.emplace_after(place, mimelib::slice_of(text(), found->whole),
-                                          std::move(attribute), std::move(value));
-        if (last != nullptr) {
-            last->next_ = &*place;
-        }
-        last = &*place;
+    return *parts_;
+}
+
+DwParameter* DwMediaType::parameter_at(std::size_t position) const {
+    return parts().parameters.at(position, [&] { return read_parameter(position); });
+}
+
+DwParameter* DwMediaType::parameter_after(const DwParameter& parameter) const {
+    parts().parameters.use(parameter);
+    return parameter_at(parameter.next_position_);
+}
+
+std::unique_ptr<DwParameter> DwMediaType::read_parameter(std::size_t position) const {
+    MediaTypeReader reader(view(text()), position);
+    const auto found = reader.next_parameter();
+    if (!found) {
+        return nullptr;
     }
-    is_read_ = true;
+    const DwString attribute = slice_of(text(), found->attribute);
+    DwString value = slice_of(text(), found->value);
+    if (equals_ignoring_case(view(attribute), "boundary")) {
+        value = without_single_quotes(value);
+    }
+    return std::unique_ptr<DwParameter>(new DwParameter(*this, slice_of(text(), found->whole),
+                                                        attribute, value, reader.position()));
 }

@@ -4,28 +4,30 @@ namespace mimelib {
 
 Slice MediaTypeReader::read_type() {
     const Slice type = next_atom().slice;
-    if (skip_behind('/')) {
+    if (skip_past('/')) {
         next_atom();
     }
     return type;
 }
 
 std::optional<MediaTypeReader::Parameter> MediaTypeReader::next_parameter() {
-    while (skip_behind(';')) {
-        const std::size_t begin = tokenizer_.position();
-        const Token attribute = next_atom();
-        if (!skip_behind('=')) {
-            return std::nullopt;
-        }
-        if (const auto value = read_value()) {
-            const Slice whole = {begin, tokenizer_.position() - begin};
-            return Parameter{whole, attribute.slice, *value};
-        }
+    if (!skip_past(';')) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    const std::size_t begin = tokenizer_.position();
+    const Token attribute = next_atom();
+    if (!skip_past('=')) {
+        return std::nullopt;
+    }
+    const auto value = read_value();
+    if (!value) {
+        return std::nullopt;
+    }
+    const Slice whole = {begin, tokenizer_.position() - begin};
+    return Parameter{whole, attribute.slice, *value};
 }
 
-bool MediaTypeReader::skip_behind(char special) {
+bool MediaTypeReader::skip_past(char special) {
     Token token = tokenizer_.next();
     while (token.kind != TokenKind::kEnd && !token.is(special)) {
         token = tokenizer_.next();
@@ -41,24 +43,32 @@ Token MediaTypeReader::next_atom() {
     return token;
 }
 
-// The first atom or quoted string. An atom with a slash directly behind it is not yet the end of
-// the parameter ("charset=iso/8859"): words are skipped up to the first that ends it.
-std::optional<Slice> MediaTypeReader::read_value() {
-    std::optional<Slice> value;
-    for (Token token = tokenizer_.next(); token.kind != TokenKind::kEnd;
-         token = tokenizer_.next()) {
-        if (!token.is_word()) {
-            continue;
-        }
-        const bool quoted = token.kind == TokenKind::kQuotedString;
-        if (!value) {
-            value = quoted ? Slice{token.slice.begin + 1, token.slice.length - 2} : token.slice;
-        }
-        if (quoted || !text_.substr(tokenizer_.position()).starts_with('/')) {
-            break;
-        }
+Token MediaTypeReader::next_word() {
+    Token token = tokenizer_.next();
+    while (token.kind != TokenKind::kEnd && !token.is_word()) {
+        token = tokenizer_.next();
     }
-    return value;
+    return token;
+}
+
+bool MediaTypeReader::slash_follows() const {
+    return Tokenizer(tokenizer_).next().is('/');
+}
+
+// The first word. If a slash follows it ("charset=iso/8859"), the parameter extends to the next
+// word without one; if there is none, it has no value.
+std::optional<Slice> MediaTypeReader::read_value() {
+    const Token value = next_word();
+    Token last = value;
+    while (last.kind != TokenKind::kEnd && slash_follows()) {
+        last = next_word();
+    }
+    if (last.kind == TokenKind::kEnd) {
+        return std::nullopt;
+    }
+    return value.kind == TokenKind::kQuotedString
+               ? Slice{value.slice.begin + 1, value.slice.length - 2}
+               : value.slice;
 }
 
 }  // namespace mimelib

@@ -16,20 +16,24 @@ class MediaTypeReader {
         Slice value;  // without quotes
     };
 
-    explicit MediaTypeReader(std::string_view text)
-        : text_(text), tokenizer_(text, kMediaTypeBytes) {}
+    explicit MediaTypeReader(std::string_view text, std::size_t position = 0)
+        : tokenizer_(text, kMediaTypeBytes, position) {}
 
     // The type, empty if there is none. Skips the subtype, which nothing depends on.
     Slice read_type();
     // The next parameter that has an attribute and a value.
     std::optional<Parameter> next_parameter();
 
+    // Where reading continues.
+    std::size_t position() const { return tokenizer_.position(); }
+
   private:
-    bool skip_behind(char special);
+    bool skip_past(char special);
     Token next_atom();
+    Token next_word();
+    bool slash_follows() const;
     std::optional<Slice> read_value();
 
-    std::string_view text_;
     Tokenizer tokenizer_;
 };
 

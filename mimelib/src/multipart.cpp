@@ -5,7 +5,7 @@
 namespace mimelib {
 namespace {
 
-// Whether what follows the boundary text at `position` leaves the line a boundary line.
+// Whether nothing but padding follows the boundary text, which ends at `position`, in its line.
 bool only_padding(std::string_view body, std::size_t position) {
     position = body.find_first_not_of('-', position);
     if (position != std::string_view::npos) {
@@ -14,14 +14,22 @@ bool only_padding(std::string_view body, std::size_t position) {
     return position == std::string_view::npos || body[position] == '\n';
 }
 
-// Behind the first LF at or behind `position`.
-std::size_t behind_line(std::string_view body, std::size_t position) {
+// The position after the first LF at or after `position`.
+std::size_t after_line(std::string_view body, std::size_t position) {
     const std::size_t line_feed = body.find('\n', position);
     return line_feed == std::string_view::npos ? body.size() : line_feed + 1;
 }
 
-// std::string_view::find compares at every place where the first byte fits, which body text can be
-// made to make slow; memmem is linear.
+// Where the line end of a final boundary line is looked for. The character after the first dash is
+// skipped whenever a dash follows it, even if it is the line feed.
+std::size_t after_dashes(std::string_view body, std::size_t first_dash) {
+    const std::size_t second = first_dash + 1;
+    const bool dash_follows = second + 1 < body.size() && body[second + 1] == '-';
+    return dash_follows ? second + 1 : second;
+}
+
+// std::string_view::find tries every place where the first byte matches, which a hostile body can
+// make slow; memmem is linear.
 std::size_t find_text(std::string_view text, std::string_view pattern, std::size_t from) {
     const void* found =
         ::memmem(text.data() + from, text.size() - from, pattern.data(), pattern.size());
@@ -48,16 +56,14 @@ std::optional<BoundaryLine> BoundarySearch::find(std::string_view body, std::siz
         }
         const bool has_cr = line_end > from && body[line_end - 1] == '\r';
         const bool is_final = body.substr(tail).starts_with('-');
-        // A dash is taken for the first of two. When it is the only one, the line feed goes for the
-        // second, and the boundary line ends with the line behind it.
         return BoundaryLine{has_cr ? line_end - 1 : line_end,
-                            behind_line(body, is_final ? tail + 2 : tail), is_final};
+                            after_line(body, is_final ? after_dashes(body, tail) : tail), is_final};
     }
     return std::nullopt;
 }
 
-// The boundary line that has no line end in front of it, as the searched text starts with it. Here
-// it takes two dashes to make it the final one.
+// The boundary line that the searched text starts with, which has no line end before it. It takes
+// two dashes to be the final one.
 std::optional<BoundaryLine> BoundarySearch::at_start(std::string_view body,
                                                      std::size_t from) const {
     const std::string_view line_start = std::string_view(delimiter_).substr(1);
@@ -65,29 +71,22 @@ std::optional<BoundaryLine> BoundarySearch::at_start(std::string_view body,
     if (!body.substr(from).starts_with(line_start) || !only_padding(body, tail)) {
         return std::nullopt;
     }
-    return BoundaryLine{from, behind_line(body, tail), body.substr(tail).starts_with("--")};
+    return BoundaryLine{from, after_line(body, tail), body.substr(tail).starts_with("--")};
 }
 
-std::optional<Slice> MultipartReader::next(std::string_view body) {
-    if (!started_) {
-        started_ = true;
-        // The first boundary line opens the first part even if it looks like the final one.
-        const auto opening = search_.find(body, 0);
-        ended_ = !opening;
-        position_ = opening ? opening->end : 0;
-    }
-    if (ended_) {
-        return std::nullopt;
-    }
-    const std::size_t begin = position_;
-    const auto closing = search_.find(body, begin);
+// The first boundary line opens the first part even if it looks like the final one.
+std::optional<std::size_t> first_part(const BoundarySearch& boundary, std::string_view body) {
+    const auto opening = boundary.find(body, 0);
+    return opening ? std::optional(opening->end) : std::nullopt;
+}
+
+MultipartPart part_at(const BoundarySearch& boundary, std::string_view body, std::size_t position) {
+    const auto closing = boundary.find(body, position);
     if (!closing) {
-        ended_ = true;
-        return Slice{begin, body.size() - begin};
+        return {{position, body.size() - position}, std::nullopt};
     }
-    ended_ = closing->is_final;
-    position_ = closing->end;
-    return Slice{begin, closing->begin - begin};
+    const Slice slice = {position, closing->begin - position};
+    return {slice, closing->is_final ? std::nullopt : std::optional(closing->end)};
 }
 
 }  // namespace mimelib

@@ -6,11 +6,16 @@
 
 namespace {
 
+// Every byte is read without its highest bit, except in the search for line feeds.
+char seven_bits(char c) {
+    return static_cast<char>(c & 0x7F);
+}
+
 bool is_hex_digit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
 
-// The value of a hex digit. Any other character counts with its code.
+// The value of a hex digit. Any other character counts as its own code.
 unsigned hex_value(char c) {
     if (c >= '0' && c <= '9') {
         return static_cast<unsigned>(c - '0');
@@ -28,7 +33,7 @@ class Decoder {
 
     // `line` has no line end.
     void add_line(std::string_view line, bool ended) {
-        while (!line.empty() && mimelib::is_white(line.back())) {
+        while (!line.empty() && mimelib::is_white(seven_bits(line.back()))) {
             line.remove_suffix(1);
         }
         const bool joined = add_characters(line);
@@ -41,18 +46,19 @@ class Decoder {
     bool malformed() const { return malformed_; }
 
   private:
-    // Tells whether the line is to be joined with the next.
+    // Returns whether the line is joined with the next.
     bool add_characters(std::string_view line) {
         for (std::size_t i = 0; i < line.size(); ++i) {
-            const std::size_t behind = line.size() - i - 1;
-            if (line[i] != '=') {
-                decoded_ += static_cast<char>(line[i] & 0x7F);
-            } else if (behind == 0) {
+            const char c = seven_bits(line[i]);
+            const std::size_t left = line.size() - i - 1;
+            if (c != '=') {
+                decoded_ += c;
+            } else if (left == 0) {
                 return true;
-            } else if (behind == 1) {
+            } else if (left == 1) {
                 malformed_ = true;
             } else {
-                add_code(line[i + 1], line[i + 2]);
+                add_code(seven_bits(line[i + 1]), seven_bits(line[i + 2]));
                 i += 2;
             }
         }

@@ -6,17 +6,25 @@
 
 #include <mimelib/string.h>
 
-// The header of an allocation; the bytes follow it. A zero byte always stands behind the bytes in
+#include "mimelib/src/view.h"
+
+// The header of an allocation; the bytes follow it. A zero byte always stands after the bytes in
 // use, and room for it is not part of the capacity.
 struct DwString::Buffer {
     std::size_t references;
     std::size_t used;
     std::size_t capacity;
+    // Copies of slices that c_str() had to make, the latest first. They go with the buffer.
+    Buffer* copies;
 
     char* bytes() { return reinterpret_cast<char*>(this + 1); }
     void set_used(std::size_t length) {
         used = length;
         bytes()[length] = '\0';
+    }
+    void assign(const char* text, std::size_t length) {
+        std::memcpy(bytes(), text, length);
+        set_used(length);
     }
 };
 
@@ -28,12 +36,17 @@ DwString::Buffer* DwString::allocate(std::size_t capacity) {
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
-    return new (memory) Buffer{1, 0, capacity};
+    return new (memory) Buffer{1, 0, capacity, nullptr};
 }
 
 void DwString::release(Buffer* buffer) noexcept {
-    if (buffer != nullptr && --buffer->references == 0) {
+    if (buffer == nullptr || --buffer->references > 0) {
+        return;
+    }
+    while (buffer != nullptr) {
+        Buffer* const next = buffer->copies;
         std::free(buffer);
+        buffer = next;
     }
 }
 
@@ -53,8 +66,7 @@ DwString::DwString(const char* buf, std::size_t len) {
         return;
     }
     buffer_ = allocate(len);
-    std::memcpy(buffer_->bytes(), buf, len);
-    buffer_->set_used(len);
+    buffer_->assign(buf, len);
     length_ = len;
 }
 
@@ -99,18 +111,17 @@ const char* DwString::data() const noexcept {
 }
 
 const char* DwString::c_str() const {
-    if (buffer_ == nullptr) {
-        return "";
+    if (data()[length_] == '\0') {
+        return data();
     }
-    const std::size_t end = start_ + length_;
-    if (buffer_->bytes()[end] != '\0') {
-        if (owns_alone()) {
-            buffer_->set_used(end);
-        } else {
-            move_to_own_buffer(length_);
-        }
+    // Asking again for the same slice returns the same copy.
+    Buffer* copy = buffer_->copies;
+    if (copy == nullptr || std::string_view(copy->bytes(), copy->used) != mimelib::view(*this)) {
+        copy = allocate(length_);
+        copy->assign(data(), length_);
+        copy->copies = std::exchange(buffer_->copies, copy);
     }
-    return data();
+    return copy->bytes();
 }
 
 DwString DwString::substr(std::size_t pos, std::size_t len) const noexcept {
@@ -133,7 +144,7 @@ bool DwString::owns_alone() const noexcept {
     return buffer_ != nullptr && buffer_->references == 1;
 }
 
-// Makes the buffer this string's own, with room for `extra` bytes behind the string.
+// Makes the buffer this string's own, with room for `extra` bytes after the string.
 void DwString::make_room(std::size_t extra) {
     const std::size_t end = start_ + length_;
     const bool own = owns_alone();
@@ -162,16 +173,14 @@ void DwString::make_room(std::size_t extra) {
     buffer_->capacity = capacity;
 }
 
-void DwString::move_to_own_buffer(std::size_t capacity) const {
+void DwString::move_to_own_buffer(std::size_t capacity) {
     Buffer* own = allocate(capacity);
-    std::memcpy(own->bytes(), data(), length_);
-    own->set_used(length_);
+    own->assign(data(), length_);
     release(buffer_);
     buffer_ = own;
     start_ = 0;
 }
 
 bool operator==(const DwString& left, const DwString& right) noexcept {
-    return left.length() == right.length() &&
-           (left.empty() || std::memcmp(left.data(), right.data(), left.length()) == 0);
+    return mimelib::view(left) == mimelib::view(right);
 }

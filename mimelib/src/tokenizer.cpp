@@ -29,7 +29,7 @@ Token Tokenizer::next() {
     }
 }
 
-// The token from the current position to `end`; none when `end` is npos, that is, never closed.
+// The token from the current position to `end`; none if `end` is npos, as it is never closed.
 Token Tokenizer::delimited(TokenKind kind, std::size_t end) {
     if (end == std::string_view::npos) {
         position_ = text_.size();
@@ -40,7 +40,7 @@ Token Tokenizer::delimited(TokenKind kind, std::size_t end) {
     return {kind, {begin, end - begin}, '\0'};
 }
 
-// Behind the first `closing` after the current byte that no backslash takes with it, or npos.
+// The position after the first unescaped `closing` after the current byte, or npos.
 std::size_t Tokenizer::find_end(char closing) const {
     for (std::size_t i = position_ + 1; i < text_.size(); ++i) {
         if (text_[i] == '\\') {

@@ -12,8 +12,8 @@ namespace mimelib {
 enum class ByteClass : unsigned char { kAtom, kGap, kSpecial };
 using ByteClasses = std::array<ByteClass, 256>;
 
-// Gaps are the space and the control characters below it, except for 0x10, which is no gap to this
-// library; 0x7F and the bytes from 0x80 on belong to atoms.
+// Gaps are the space and the control characters below it, except for 0x10. 0x7F and the bytes from
+// 0x80 on belong to atoms.
 constexpr ByteClasses byte_classes(std::string_view specials) {
     ByteClasses classes{};
     for (std::size_t byte = 0; byte <= ' '; ++byte) {
@@ -42,7 +42,7 @@ struct Token {
 };
 
 // Reads a structured field body token by token. A quoted string, comment or domain literal that is
-// never closed takes the rest of the text with it and yields no token.
+// never closed swallows the rest of the text and yields no token.
 class Tokenizer {
   public:
     Tokenizer(std::string_view text, const ByteClasses& classes, std::size_t position = 0)
@@ -50,7 +50,7 @@ class Tokenizer {
 
     Token next();
 
-    // Where the next token is looked for.
+    // Where the next token, or a gap before it, starts.
     std::size_t position() const { return position_; }
 
   private:

@@ -7,7 +7,7 @@
 
 namespace mimelib {
 
-// A stretch of a text.
+// A part of a text.
 struct Slice {
     std::size_t begin = 0;
     std::size_t length = 0;
@@ -25,7 +25,7 @@ constexpr char to_lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-// Whether two texts are the same but for the case of ASCII letters.
+// Whether two texts differ at most in the case of ASCII letters.
 constexpr bool equals_ignoring_case(std::string_view left, std::string_view right) {
     if (left.size() != right.size()) {
         return false;
@@ -38,7 +38,7 @@ constexpr bool equals_ignoring_case(std::string_view left, std::string_view righ
     return true;
 }
 
-// White space as the C library sees it in the "C" locale.
+// White space in the "C" locale.
 constexpr bool is_white(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }

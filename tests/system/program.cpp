@@ -125,9 +125,12 @@ void set_environment(const Invocation& invocation) {
     ready = ready && (!invocation.refuse_fork || refuse_fork());
     ready = ready && (!invocation.set_user_id || become_nobody());
     if (ready) {
-        std::string name = path;
-        std::array<char*, 2> arguments = {name.data(), nullptr};
-        execv(path.c_str(), arguments.data());
+        std::vector<const char*> arguments = {path.c_str()};
+        for (const std::string& argument : invocation.arguments) {
+            arguments.push_back(argument.c_str());
+        }
+        arguments.push_back(nullptr);
+        execv(path.c_str(), const_cast<char* const*>(arguments.data()));
     }
     _exit(126);
 }

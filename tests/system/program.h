@@ -25,7 +25,7 @@ constexpr unsigned kNobody = 65534;
 
 // How a run is started.
 struct Invocation {
-    std::string message;
+    std::string message = {};
     std::optional<std::string> recipient = "user@example.com";  // RESP_RECIPIENT
     std::map<std::string, std::string> environment = {};        // set beside what the tests have
     std::vector<std::pair<int, rlim_t>> limits = {};            // RLIMIT_... and its value
@@ -37,6 +37,7 @@ struct Invocation {
     bool hold_input_open = false;    // no end of input after the message until end_input()
     std::string input_path = {};     // opened as standard input in place of the message
     bool set_user_id = false;        // a set-user-ID copy of the program, started by kNobody
+    std::vector<std::string> arguments = {};  // after the name of the program
 };
 
 // What a run left behind.

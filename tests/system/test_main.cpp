@@ -1,4 +1,5 @@
-// system_tests PROGRAM MAIL_PROGRAM [GoogleTest's options]: to be started by private_world.
+// system_tests PROGRAM CONTROL_PROGRAM MAIL_PROGRAM [GoogleTest's options]: to be started by
+// private_world.
 
 #include <cstdlib>
 #include <iostream>
@@ -11,11 +12,12 @@
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     // The tests write to /etc/tva, /var/qmail and /usr/sbin/sendmail.
-    if (argc != 3 || std::getenv("PRIVATE_WORLD_LOG") == nullptr) {
-        std::cerr << "usage: private_world " << argv[0] << " PROGRAM MAIL_PROGRAM [OPTIONS]\n";
+    if (argc != 4 || std::getenv("PRIVATE_WORLD_LOG") == nullptr) {
+        std::cerr << "usage: private_world " << argv[0]
+                  << " PROGRAM CONTROL_PROGRAM MAIL_PROGRAM [OPTIONS]\n";
         return EXIT_FAILURE;
     }
     g_mime_init();
-    World::install(argv[1], argv[2]);
+    World::install(argv[1], argv[2], argv[3]);
     return RUN_ALL_TESTS();
 }

@@ -26,6 +26,7 @@ namespace {
 constexpr const char* kSendmail = "/usr/sbin/sendmail";
 constexpr const char* kProgram = "/world/bin/autoresponder";
 constexpr const char* kSetUserIdProgram = "/world/bin/set-user-id/autoresponder";
+constexpr const char* kControlProgram = "/world/bin/autoresponderctl";
 constexpr const char* kCapture = "/world/bin/capture";
 constexpr const char* kPasswordFile = "/etc/tva/.tva.shadow";
 constexpr const char* kMailboxRoot = "/var/qmail/mailnames";
@@ -116,10 +117,12 @@ std::vector<Submission> captured_mails() {
 
 }  // namespace
 
-void World::install(const std::string& program, const std::string& mail_program) {
+void World::install(const std::string& program, const std::string& control_program,
+                    const std::string& mail_program) {
     fs::create_directories("/world/bin");
     // Copies, so that a test may cover /tmp although the build directory lies below it.
     fs::copy_file(program, kProgram, fs::copy_options::overwrite_existing);
+    fs::copy_file(control_program, kControlProgram, fs::copy_options::overwrite_existing);
     fs::copy_file(mail_program, kCapture, fs::copy_options::overwrite_existing);
     fs::create_directories(fs::path(kSetUserIdProgram).parent_path());
     fs::copy_file(program, kSetUserIdProgram, fs::copy_options::overwrite_existing);
@@ -165,6 +168,16 @@ Outcome World::run(const Invocation& invocation) {
     empty_directory(kMailDirectory);
     const std::vector<std::string> before = temporary_files();
     return settle(*start(invocation), before);
+}
+
+Finished World::control(const Invocation& invocation) {
+    empty_directory(kMailDirectory);
+    const std::vector<std::string> before = temporary_files();
+    Finished finished = Program(kControlProgram, invocation).wait();
+    EXPECT_TRUE(WIFEXITED(finished.status)) << "ended by signal " << WTERMSIG(finished.status);
+    EXPECT_EQ(temporary_files(), before) << "files were left in /tmp";
+    EXPECT_TRUE(captured_mails().empty()) << "a mail program was started";
+    return finished;
 }
 
 Outcome World::answer(const std::string& message, const std::string& recipient) {

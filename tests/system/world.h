@@ -47,8 +47,9 @@ struct Outcome {
 // /var/qmail and the mailboxes' root are empty; /usr/sbin/sendmail is the capturing mail program.
 class World : public testing::Test {
   public:
-    // To be called once, before the first test: the program under test and the mail program.
-    static void install(const std::string& program, const std::string& mail_program);
+    // To be called once, before the first test: the programs under test and the mail program.
+    static void install(const std::string& program, const std::string& control_program,
+                        const std::string& mail_program);
 
   protected:
     void SetUp() override;
@@ -58,6 +59,9 @@ class World : public testing::Test {
     Outcome run(const Invocation& invocation);
     // The same with no more than a message and the recipient.
     Outcome answer(const std::string& message, const std::string& recipient = "user@example.com");
+    // Runs autoresponderctl. It must leave /tmp as it was and start no mail program, or the test
+    // fails.
+    static Finished control(const Invocation& invocation);
     // For a program started with start(): what run() does after the end of the program.
     static Outcome settle(Program& program, const std::vector<std::string>& temporary_files);
     static std::unique_ptr<Program> start(const Invocation& invocation);

@@ -10,15 +10,15 @@ namespace mimelib {
 class AddressSequence;
 }
 
-/// An element of an address list (RFC 822, section 6): a mailbox or a group. Elements are owned by
-/// their list and read one by one as they are asked for.
+/// An element of an address list (RFC 822, section 6): a mailbox or a group. The list owns its
+/// elements, reads them on demand and keeps two of them (see mimepp.h).
 class DwAddress : public DwFieldBody {
   public:
     DwBool IsValid() const { return valid_; }
     virtual DwBool IsGroup() const = 0;
     DwBool IsMailbox() const { return !IsGroup(); }
 
-    /// The next valid element of the list, or null.
+    /// The next valid element of the list, or null. The list then keeps that one and this one only.
     DwAddress* Next() const;
 
   protected:
@@ -29,7 +29,7 @@ class DwAddress : public DwFieldBody {
 
     bool valid_;
     mimelib::AddressSequence* sequence_ = nullptr;
-    DwAddress* next_ = nullptr;
+    std::size_t next_position_ = 0;
 };
 
 /// A single address. It is valid when it has a local part; the domain may be empty.
@@ -39,9 +39,8 @@ class DwMailbox : public DwAddress {
 
     DwBool IsGroup() const override;
 
-    /// The parts of the address without what stands around them (display name, route, comments) and
-    /// without the gaps between their words. Quotes and brackets are kept. Line ends in the local
-    /// part have become spaces.
+    /// The address without display name, route and comments, and without gaps between its words.
+    /// Quotes and brackets are kept. Line ends in the local part become spaces.
     const DwString& LocalPart() const { return local_part_; }
     const DwString& Domain() const { return domain_; }
 
@@ -50,7 +49,7 @@ class DwMailbox : public DwAddress {
     DwString domain_;
 };
 
-/// A named group of mailboxes ("name: a@b, c@d;"). Its members are not looked at.
+/// A named group of mailboxes ("name: a@b, c@d;"). Its members are not read.
 class DwGroup : public DwAddress {
   public:
     explicit DwGroup(DwString text, bool named) noexcept;

@@ -9,8 +9,8 @@ class DwMessageComponent {
     DwMessageComponent(const DwMessageComponent&) = delete;
     DwMessageComponent& operator=(const DwMessageComponent&) = delete;
 
-    /// Reads the component's outermost structure. Members read what they need by themselves too, so
-    /// that a component below the message need not be told to parse.
+    /// Parses the component's outermost structure. Calling it is optional: the other members parse
+    /// what they need.
     virtual void Parse() {}
 
     /// The component's text, byte for byte as it stands in the message.

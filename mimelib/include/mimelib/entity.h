@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 #include <mimelib/component.h>
 
@@ -37,24 +38,25 @@ class DwEntity : public DwMessageComponent {
 
 class DwMessage : public DwEntity {
   public:
-    /// A message of the text given, which it shares. The caller deletes it. `parent` is the
-    /// component that holds the message, or null; nothing is read from it.
+    /// Makes a message that shares `text`. The caller deletes it. `parent` is not used.
     static DwMessage* NewMessage(const DwString& text, DwMessageComponent* parent);
 
   private:
     using DwEntity::DwEntity;
 };
 
-/// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts.
+/// A part of a multipart body (RFC 2046, section 5.1). The body owns its parts, reads them on
+/// demand and keeps two of them (see mimepp.h).
 class DwBodyPart : public DwEntity {
   public:
-    /// The part behind this one, or null.
+    /// The next part, or null. The body then keeps that one and this one only.
     DwBodyPart* Next() const;
 
   private:
     friend class DwBody;
-    DwBodyPart(DwString text, const DwBody& body, std::size_t number) noexcept;
+    DwBodyPart(DwString text, const DwBody& body,
+               std::optional<std::size_t> next_position) noexcept;
 
     const DwBody& body_;
-    std::size_t number_;
+    std::optional<std::size_t> next_position_;
 };

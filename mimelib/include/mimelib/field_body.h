@@ -2,8 +2,8 @@
 
 #include <mimelib/component.h>
 
-/// The body of a header field: from behind the colon, without the white space around it; the line
-/// ends of a folded field stay.
+/// The body of a header field: what follows the colon, without leading spaces and tabs and without
+/// trailing white space. The line ends of a folded field are kept.
 class DwFieldBody : public DwMessageComponent {
   protected:
     using DwMessageComponent::DwMessageComponent;
@@ -26,7 +26,7 @@ class DwMechanism : public DwFieldBody {
   public:
     explicit DwMechanism(DwString text) noexcept : DwFieldBody(std::move(text)) {}
 
-    /// One of DwMime::kCte... . The whole field body must be the word, in any case: a comment or a
-    /// semicolon makes it kCteUnknown. kCteNull for an empty one.
+    /// One of DwMime::kCte... : kCteNull for an empty field. Only the word alone counts, in upper
+    /// or lower case: with a comment or a semicolon it is kCteUnknown.
     int AsEnum() const;
 };

@@ -12,9 +12,9 @@ class DwMechanism;
 class DwMediaType;
 class DwText;
 
-/// The header fields of an entity (RFC 822, section 3). Names compare without ASCII case; of
-/// several fields of one name the first counts. Field bodies are owned by the headers; that of a
-/// field which is not there is an empty one.
+/// The header fields of an entity (RFC 822, section 3). Names are compared without regard to ASCII
+/// case; of several fields with one name the first counts. The headers own the field bodies; that
+/// of a missing field is empty.
 class DwHeaders : public DwMessageComponent {
   public:
     explicit DwHeaders(DwString text) noexcept;
@@ -39,10 +39,7 @@ class DwHeaders : public DwMessageComponent {
   private:
     struct Fields;
 
-    /// Null when none of the fields is there, as in most of the parts that a hostile message has.
-    Fields* present_fields() const;
     Fields& fields() const;
 
-    mutable bool is_indexed_ = false;
     mutable std::unique_ptr<Fields> fields_;
 };

@@ -1,34 +1,42 @@
 #pragma once
 
-#include <forward_list>
+#include <cstddef>
+#include <memory>
 
 #include <mimelib/field_body.h>
 
-/// A parameter of a media type (RFC 2045, section 5.1), owned by the media type.
+class DwMediaType;
+
+/// A parameter of a media type (RFC 2045, section 5.1). The media type owns its parameters, reads
+/// them on demand and keeps two of them (see mimepp.h).
 class DwParameter : public DwMessageComponent {
   public:
-    DwParameter(DwString text, DwString attribute, DwString value) noexcept;
-
     /// The name, as written.
     const DwString& Attribute() const { return attribute_; }
-    /// The value without its quotes. Backslashes are kept. Of a "boundary" of more than two
-    /// characters single quotes around it are taken off too.
+    /// The value without its quotes. Backslashes are kept. A "boundary" of more than two characters
+    /// also loses single quotes around it.
     const DwString& Value() const { return value_; }
-    /// The parameter behind this one, or null.
-    DwParameter* Next() const { return next_; }
+    /// The next parameter, or null. The media type then keeps that one and this one only.
+    DwParameter* Next() const;
 
   private:
     friend class DwMediaType;
+    DwParameter(const DwMediaType& media_type, DwString text, DwString attribute, DwString value,
+                std::size_t next_position) noexcept;
 
+    const DwMediaType& media_type_;
     DwString attribute_;
     DwString value_;
-    DwParameter* next_ = nullptr;
+    std::size_t next_position_;
 };
 
 /// The type of a body (RFC 2045, section 5): "type/subtype; attribute=value; ...".
 class DwMediaType : public DwFieldBody {
   public:
-    explicit DwMediaType(DwString text) noexcept : DwFieldBody(std::move(text)) {}
+    explicit DwMediaType(DwString text) noexcept;
+    ~DwMediaType() override;
+    DwMediaType(const DwMediaType&) = delete;
+    DwMediaType& operator=(const DwMediaType&) = delete;
 
     /// One of DwMime::kType... : kTypeNull when the field holds no type.
     int Type() const;
@@ -36,9 +44,13 @@ class DwMediaType : public DwFieldBody {
     DwParameter* FirstParameter() const;
 
   private:
-    void read() const;
+    friend class DwParameter;
+    struct Parts;
 
-    mutable bool is_read_ = false;
-    mutable int type_ = 0;
-    mutable std::forward_list<DwParameter> parameters_;
+    Parts& parts() const;
+    DwParameter* parameter_at(std::size_t position) const;
+    DwParameter* parameter_after(const DwParameter& parameter) const;
+    std::unique_ptr<DwParameter> read_parameter(std::size_t position) const;
+
+    mutable std::unique_ptr<Parts> parts_;
 };

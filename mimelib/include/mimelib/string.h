@@ -16,7 +16,7 @@ class DwString {
     DwString(DwString&& other) noexcept;
     /// Copies `len` bytes from `buf`, which may be null when `len` is 0.
     DwString(const char* buf, std::size_t len);
-    /// Copies up to the terminating zero byte; a null pointer gives an empty string.
+    /// Copies up to the terminating zero byte; a null pointer makes an empty string.
     DwString(const char* zero_terminated);  // NOLINT(google-explicit-constructor)
     ~DwString();
 
@@ -24,11 +24,11 @@ class DwString {
     DwString& operator=(DwString&& other) noexcept;
     DwString& operator+=(const DwString& other);
 
-    /// The bytes, without a terminator; never null. Valid until the string is changed, destroyed or
-    /// asked for c_str().
+    /// The bytes, without a terminator; never null. Valid until the string is changed or destroyed.
     const char* data() const noexcept;
-    /// The bytes with a zero byte behind them. A slice from the middle of a shared buffer moves to
-    /// a buffer of its own for this.
+    /// The bytes with a zero byte after them, valid as long as data(). A slice that ends within its
+    /// buffer is copied for this, and the copy lives as long as the buffer, which data() and
+    /// length() avoid.
     const char* c_str() const;
     std::size_t length() const noexcept { return length_; }
     std::size_t size() const noexcept { return length_; }
@@ -36,8 +36,8 @@ class DwString {
     /// `position` must be less than the length.
     const char& operator[](std::size_t position) const noexcept { return data()[position]; }
 
-    /// At most `len` bytes from `pos` on, as a slice of the same buffer; empty when `pos` is behind
-    /// the end.
+    /// At most `len` bytes from `pos` on, as a slice of the same buffer; empty when `pos` is not
+    /// less than the length.
     DwString substr(std::size_t pos, std::size_t len = npos) const noexcept;
 
     void swap(DwString& other) noexcept;
@@ -48,16 +48,13 @@ class DwString {
     static Buffer* allocate(std::size_t capacity);
     static void release(Buffer* buffer) noexcept;
     void make_room(std::size_t extra);
-    void move_to_own_buffer(std::size_t capacity) const;
+    void move_to_own_buffer(std::size_t capacity);
     bool owns_alone() const noexcept;
 
-    /// A slice may change buffers in c_str(), which its users see as const.
-    mutable Buffer* buffer_ = nullptr;
-    mutable std::size_t start_ = 0;
+    Buffer* buffer_ = nullptr;
+    std::size_t start_ = 0;
     std::size_t length_ = 0;
 };
 
+/// Whether both hold the same bytes.
 bool operator==(const DwString& left, const DwString& right) noexcept;
-inline bool operator!=(const DwString& left, const DwString& right) noexcept {
-    return !(left == right);
-}

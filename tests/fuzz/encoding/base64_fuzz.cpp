@@ -26,7 +26,7 @@ void encode_and_decode(const std::uint8_t* data, std::size_t size) {
 
     const auto decoded = std::make_unique<unsigned char[]>(3 * (written / 4));
     require(base64Decode(encoded.get(), decoded.get()) == size, "decoded length");
-    require(std::memcmp(decoded.get(), data, size) == 0, "decoding undoes encoding");
+    require(std::memcmp(decoded.get(), data, size) == 0, "decoding restores what was encoded");
 
     const std::string lenient = tolva::base64_decode(encoded.get());
     require(lenient.size() == size && std::memcmp(lenient.data(), data, size) == 0,
@@ -38,7 +38,7 @@ void decode_anything(const std::uint8_t* data, std::size_t size) {
     const std::size_t written =
         base64ArrayDecode(reinterpret_cast<const char*>(data), size, decoded.get());
     require(written <= 3 * (size / 4), "the documented room is enough");
-    require(written + 2 >= 3 * (size / 4), "only padding makes it less");
+    require(written + 2 >= 3 * (size / 4), "only padding makes it shorter");
 }
 
 }  // namespace

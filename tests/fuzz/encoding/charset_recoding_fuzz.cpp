@@ -1,11 +1,12 @@
-// Charset recoding: the first byte chooses the charset, or that the charset's name is read from the
-// input up to its first line feed; the rest is the text.
+// Charset recoding. The first byte of the input selects a charset, or says that its name follows,
+// up to the first line feed; the rest is the text.
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "encoding/iconv_recode.h"
 #include "tests/fuzz/encoding/properties.h"
@@ -13,15 +14,15 @@
 
 namespace {
 
-// Charsets whose conversion from UTF-8 and back gives every character back.
+// Charsets whose conversion from UTF-8 and back restores every character.
 constexpr std::array kReversible = {
     "UTF-8",        "US-ASCII",    "ISO-8859-1", "ISO-8859-2", "ISO-8859-5",   "ISO-8859-7",
     "ISO-8859-9",   "ISO-8859-15", "KOI8-R",     "KOI8-U",     "WINDOWS-1250", "WINDOWS-1251",
     "WINDOWS-1252", "CP866",       "MACINTOSH",  "UTF-16LE",   "UTF-16BE",     "UTF-32LE",
     "GB18030",      "GBK",         "BIG5"};
 
-// Charsets with states, escape sequences, composed characters, unaligned units, or two characters
-// of Unicode for one of theirs.
+// Charsets with states, escape sequences, composed characters, unaligned units, or characters that
+// take two of Unicode.
 constexpr std::array kOthers = {"ISO-2022-JP",
                                 "ISO-2022-JP-2",
                                 "ISO-2022-JP-3",
@@ -66,6 +67,21 @@ std::optional<std::string> recode(const std::string& text, const std::string& fr
     }
 }
 
+// The same result, put together from its pieces.
+std::optional<std::string> recode_in_pieces(const std::string& text, const std::string& from,
+                                            const std::string& to, bool skip_invalid) {
+    std::string result;
+    try {
+        tolva::iconvRecode(text, from, to, skip_invalid, [&result](std::string_view piece) {
+            require(!piece.empty() && piece.size() <= 4096, "a piece has 1 to 4096 bytes");
+            result += piece;
+        });
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+    return result;
+}
+
 // A tag character (U+E0000 to U+E007F): the C library leaves it out where a charset lacks it.
 bool has_tag_character(const std::string& text) {
     return text.find("\xF3\xA0\x80") != std::string::npos ||
@@ -95,6 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto strict = recode(text, charset, "UTF-8", false);
     const auto lenient = recode(text, charset, "UTF-8", true);
     require(!strict || strict == lenient, "what converts strictly converts leniently to the same");
+    require(recode_in_pieces(text, charset, "UTF-8", true) == lenient, "the pieces are the whole");
     require(!lenient || is_wide_utf8(*lenient), "what is converted to UTF-8 is UTF-8");
     require(!lenient || lenient->size() <= 16 * text.size(), "the result is not out of proportion");
 
@@ -104,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             require(recode(*there, charset, "UTF-8", false) == text, "there and back again");
         }
         const auto replaced = recode(text, "UTF-8", charset, true);
-        require(!there || there == replaced, "nothing is replaced without need");
+        require(!there || there == replaced, "nothing is replaced needlessly");
     }
     return 0;
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "encoding/base64_decode.h"
+#include "encoding/base64_decode_internal.h"
 #include "encoding/iconv_recode.h"
 #include "encoding/rfc1522.h"
 #include "encoding/rfc1522_internal.h"
@@ -34,8 +35,28 @@ void decode_anything(const std::string& text) {
     }
 }
 
-// The text as a decoder sees it through its own charset: bytes that are not UTF-8 replaced,
-// nothing when it ends in an incomplete character.
+// A word decodes to the same text wherever it stands, and however often.
+void decode_repeated(const std::string& text) {
+    std::string word = text.substr(0, text.find_first_of(" \t"));
+    if (!word.starts_with("=?")) {
+        word = "=?" + word;
+    }
+    if (!word.ends_with("?=")) {
+        word += "?=";
+    }
+    std::string once;
+    try {
+        once = tolva::rfc1522::rfc1522_decode_word(word);
+    } catch (const std::runtime_error&) {
+        return;
+    }
+    const std::string utf16 = "=?utf-16?Q?=FE=FF=00a?=";
+    require(tolva::rfc1522::decode(word + " " + utf16 + "\t" + word) == once + "a" + once,
+            "a word decodes to the same text again");
+}
+
+// What is left of the text after a conversion from UTF-8 to UTF-8: bytes that are not UTF-8 are
+// replaced, and there is no result when it ends in an incomplete character.
 std::optional<std::string> as_utf8(const std::string& text) {
     try {
         return tolva::iconvRecode(text, "utf-8", "utf-8", true);
@@ -55,9 +76,19 @@ void encode_and_decode(const std::string& text) {
     require(expected.has_value() || !is_utf8(text), "UTF-8 is convertible");
     require(!is_utf8(text) || expected == text, "UTF-8 is converted to itself");
     try {
-        require(tolva::rfc1522::decode(encoded) == expected, "decoding undoes encoding");
+        require(tolva::rfc1522::decode(encoded) == expected, "decoding restores what was encoded");
     } catch (const std::runtime_error&) {
         require(!expected.has_value(), "what was encoded from UTF-8 decodes");
+    }
+}
+
+void decode_base64(const std::string& text) {
+    require(tolva::base64_decode(text).size() <= text.size(), "Base64 does not grow");
+    std::size_t pos = 0;
+    while (pos < text.size() && text[pos] != '=') {
+        const std::size_t before = pos;
+        require(tolva::base64Take(text, &pos) < 64, "a symbol is six bits");
+        require(pos > before && pos <= text.size(), "a symbol is taken");
     }
 }
 
@@ -67,7 +98,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::cerr.rdbuf(nullptr);  // the complaints would slow down the run
     const std::string text(reinterpret_cast<const char*>(data), size);
     decode_anything(text);
+    decode_repeated(text);
     encode_and_decode(text);
-    require(tolva::base64_decode(text).size() <= size, "Base64 does not grow");
+    decode_base64(text);
     return 0;
 }

@@ -33,6 +33,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     DwString original;
     require(DwDecodeBase64(to_dw_string(encode(to_string(text))), original) == 0,
             "encoded text is well formed");
-    require(original == text, "decoding what was encoded gives the original");
+    require(original == text, "decoding what was encoded returns the original");
     return 0;
 }

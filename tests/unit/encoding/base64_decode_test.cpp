@@ -2,7 +2,11 @@
 
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "encoding/base64_decode_internal.h"
+#include "tests/unit/encoding/stderr_writes.h"
 
 namespace {
 
@@ -27,7 +31,7 @@ TEST(LenientBase64, PaddingMayBeMissing) {
     EXPECT_EQ(tolva::base64_decode("QQ"), "A");
 }
 
-TEST(LenientBase64, SingleSymbolGivesOneByte) {
+TEST(LenientBase64, SingleSymbolYieldsOneByte) {
     EXPECT_EQ(tolva::base64_decode("Q"), "@");
 }
 
@@ -40,7 +44,7 @@ TEST(LenientBase64, AllSymbols) {
                     48));
 }
 
-TEST(LenientBase64, TextBehindTheFirstPaddingIsIgnored) {
+TEST(LenientBase64, TextAfterTheFirstPaddingIsIgnored) {
     EXPECT_EQ(tolva::base64_decode("QQ==QUJD"), "A");
     EXPECT_EQ(tolva::base64_decode("=QUJD"), "");
     EXPECT_EQ(complaints("QQ=***"), "");
@@ -83,12 +87,28 @@ TEST(LenientBase64, EveryOneOfManyBadSymbolsIsNamed) {
     EXPECT_EQ(complaints(std::string(count, '-')), expected);
 }
 
-TEST(Base64Take, GivesTheValueAndMovesBehindTheSymbol) {
+TEST(LenientBase64, ComplaintsAreWrittenTogether) {
+    StderrWrites standard_error;
+    tolva::base64_decode("*#");
+    EXPECT_THAT(standard_error.take(),
+                testing::ElementsAre("Bad base64 symbol: *\nBad base64 symbol: #\n"));
+}
+
+TEST(Base64Take, ReturnsTheValueAndMovesPastTheSymbol) {
     std::size_t pos = 0;
     EXPECT_EQ(tolva::base64Take("/a", &pos), 63U);
     EXPECT_EQ(pos, 1U);
     EXPECT_EQ(tolva::base64Take("/a", &pos), 26U);
     EXPECT_EQ(pos, 2U);
+}
+
+TEST(Base64Take, NamesBadSymbols) {
+    testing::internal::CaptureStderr();
+    std::size_t pos = 0;
+    EXPECT_EQ(tolva::base64Take("*#B*", &pos), 1U);
+    EXPECT_EQ(pos, 3U);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Bad base64 symbol: *\nBad base64 symbol: #\n");
 }
 
 TEST(Base64Take, StaysAtTheEnd) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Encodes into a buffer of exactly the documented room, so that a byte too many is found.
+// Encodes into a buffer of exactly the documented room, so that one byte too many is noticed.
 std::string encode(const std::string& bytes) {
     const std::size_t room = 4 * ((bytes.size() + 2) / 3) + 1;
     const auto output = std::make_unique<char[]>(room);
@@ -47,19 +47,19 @@ TEST(Base64Tables, IndexIsTheInverseOfTheAlphabet) {
     }
 }
 
-TEST(Base64Encode, ZeroBytesGiveAnEmptyTerminatedText) {
+TEST(Base64Encode, NoBytesYieldAnEmptyTerminatedText) {
     EXPECT_EQ(encode(""), "");
 }
 
-TEST(Base64Encode, OneByteGivesTwoPaddingCharacters) {
+TEST(Base64Encode, OneByteYieldsTwoPaddingCharacters) {
     EXPECT_EQ(encode("A"), "QQ==");
 }
 
-TEST(Base64Encode, TwoBytesGiveOnePaddingCharacter) {
+TEST(Base64Encode, TwoBytesYieldOnePaddingCharacter) {
     EXPECT_EQ(encode("AB"), "QUI=");
 }
 
-TEST(Base64Encode, ThreeBytesGiveNoPadding) {
+TEST(Base64Encode, ThreeBytesYieldNoPadding) {
     EXPECT_EQ(encode("ABC"), "QUJD");
 }
 
@@ -72,7 +72,7 @@ TEST(Base64Encode, TestVectorsOfTheRfc) {
     EXPECT_EQ(encode("foobar"), "Zm9vYmFy");
 }
 
-TEST(Base64Encode, FortyFiveBytesGiveSixtyCharacters) {
+TEST(Base64Encode, FortyFiveBytesYieldSixtyCharacters) {
     const std::string encoded = encode(std::string(45, 'a'));
 
     EXPECT_EQ(encoded.size(), 60U);
@@ -92,7 +92,7 @@ TEST(Base64Encode, HighAndZeroBytes) {
     EXPECT_EQ(encode("\xFB\xEF\xBE"), "++++");
 }
 
-TEST(Base64Encode, InPlaceGivesTheSameAsIntoAnotherBuffer) {
+TEST(Base64Encode, InPlaceEqualsIntoAnotherBuffer) {
     const std::string bytes = all_bytes();
     for (std::size_t length = 0; length <= bytes.size(); ++length) {
         const std::string expected = encode(bytes.substr(0, length));
@@ -127,7 +127,7 @@ TEST(Base64ArrayDecode, GroupsBeforeThePaddedOneAreWhole) {
     EXPECT_EQ(decode("QUJDQQ=="), "ABCA");
 }
 
-TEST(Base64ArrayDecode, NothingGivesNothing) {
+TEST(Base64ArrayDecode, EmptyTextDecodesToNothing) {
     EXPECT_EQ(decode(""), "");
 }
 
@@ -140,7 +140,7 @@ TEST(Base64ArrayDecode, RemainderWithoutPaddingIsIgnored) {
     EXPECT_EQ(decode("QUJDQUJ"), "ABC");
 }
 
-TEST(Base64ArrayDecode, LessThanAGroupWithPaddingGivesNothing) {
+TEST(Base64ArrayDecode, LessThanAGroupWithPaddingDecodesToNothing) {
     EXPECT_EQ(decode("="), "");
     EXPECT_EQ(decode("Q="), "");
     EXPECT_EQ(decode("=="), "");
@@ -149,7 +149,7 @@ TEST(Base64ArrayDecode, LessThanAGroupWithPaddingGivesNothing) {
     EXPECT_EQ(decode("==="), "");
 }
 
-TEST(Base64ArrayDecode, PaddingBehindAGroupAndARemainderCountsForTheLastWholeGroup) {
+TEST(Base64ArrayDecode, PaddingAfterAGroupAndARemainderCountsForTheLastWholeGroup) {
     EXPECT_EQ(decode("QUJD="), "AB");
     EXPECT_EQ(decode("QUJD=="), "A");
 }
@@ -160,7 +160,7 @@ TEST(Base64ArrayDecode, ForeignCharacterAddsItsTableValue) {
 }
 
 TEST(Base64ArrayDecode, PaddingCharacterInsideIsForeignToo) {
-    // Four times 255, the bits above the 24th cut off.
+    // Four times 255, cut off above the 24th bit.
     EXPECT_EQ(decode("====QUJD"),
               "\x0C\x30\xBF"
               "ABC");
@@ -189,7 +189,7 @@ TEST(Base64Decode, AddsNoZeroByte) {
     EXPECT_EQ(output[3], 'x');
 }
 
-TEST(Base64Decode, EmptyTextGivesNothing) {
+TEST(Base64Decode, EmptyTextDecodesToNothing) {
     unsigned char untouched = 'x';
 
     EXPECT_EQ(base64Decode("", &untouched), 0U);

@@ -1,9 +1,10 @@
-// What libidn does not do on demand: its functions are shadowed by ones that do.
+// How libidn is called, and results that it does not return on demand. Its functions are shadowed.
 #include <idna.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -18,19 +19,44 @@ struct Outcome {
 
 Outcome outcome;
 
-int answer(char** output) {
+struct Call {
+    std::string function;
+    std::string input;
+    int flags = -1;
+};
+
+Call last_call;
+
+int answer(const char* function, const char* input, char** output, int flags) {
+    last_call = {function, input, flags};
     *output = outcome.with_text ? strdup("text") : nullptr;
     return outcome.code;
 }
 
 }  // namespace
 
-extern "C" int idna_to_ascii_8z(const char* /*input*/, char** output, int /*flags*/) {
-    return answer(output);
+extern "C" int idna_to_ascii_8z(const char* input, char** output, int flags) {
+    return answer("idna_to_ascii_8z", input, output, flags);
 }
 
-extern "C" int idna_to_unicode_8z8z(const char* /*input*/, char** output, int /*flags*/) {
-    return answer(output);
+extern "C" int idna_to_unicode_8z8z(const char* input, char** output, int flags) {
+    return answer("idna_to_unicode_8z8z", input, output, flags);
+}
+
+TEST(IdnFaults, ToAsciiAsksWithoutFlags) {
+    outcome = {IDNA_SUCCESS, true};
+    EXPECT_EQ(tolva::idn::toAscii("a.example"), "text");
+    EXPECT_EQ(last_call.function, "idna_to_ascii_8z");
+    EXPECT_EQ(last_call.input, "a.example");
+    EXPECT_EQ(last_call.flags, 0);
+}
+
+TEST(IdnFaults, ToUtf8AsksWithoutFlags) {
+    outcome = {IDNA_SUCCESS, true};
+    EXPECT_EQ(tolva::idn::toUtf8("xn--a.example"), "text");
+    EXPECT_EQ(last_call.function, "idna_to_unicode_8z8z");
+    EXPECT_EQ(last_call.input, "xn--a.example");
+    EXPECT_EQ(last_call.flags, 0);
 }
 
 TEST(IdnFaults, SuccessWithoutATextIsExhaustedMemory) {

@@ -139,7 +139,7 @@ TEST(EmailToAscii, LocalPartMayHoldAnyBytes) {
     EXPECT_EQ(emailToAscii(local + "@example.com"), local + "@example.com");
 }
 
-TEST(EmailToAscii, EverythingBehindTheFirstAtIsTheDomain) {
+TEST(EmailToAscii, EverythingAfterTheFirstAtIsTheDomain) {
     EXPECT_EQ(emailToAscii("a@b@example.com"), "a@b@example.com");
     EXPECT_EQ(emailToAscii("a@b\xC3\xBC@example.com"), "a@xn--b@example-q9a.com");
 }

@@ -1,11 +1,15 @@
 #include "encoding/rfc1522.h"
 
+#include <iostream>
 #include <stdexcept>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "encoding/rfc1522_internal.h"
+#include "tests/unit/encoding/stderr_writes.h"
+#include "tests/unit/encoding/test_texts.h"
 
 using tolva::rfc1522::decode;
 using tolva::rfc1522::encode;
@@ -20,7 +24,7 @@ struct Decoded {
     std::string complaints;
 };
 
-// Decodes `text` and takes what is written to standard error with it.
+// Decodes `text` and captures what that writes to standard error.
 Decoded decode_aloud(const std::string& text) {
     testing::internal::CaptureStderr();
     const std::string decoded = decode(text);
@@ -28,29 +32,11 @@ Decoded decode_aloud(const std::string& text) {
 }
 
 std::string runtime_failure(const std::string& text) {
-    try {
-        decode(text);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "";
+    return thrown_text<std::runtime_error>([&] { decode(text); });
 }
 
 std::string range_failure(const std::string& text) {
-    try {
-        decode(text);
-    } catch (const std::out_of_range& error) {
-        return error.what();
-    }
-    return "";
-}
-
-std::string repeat(const std::string& text, std::size_t times) {
-    std::string repeated;
-    for (std::size_t i = 0; i < times; ++i) {
-        repeated += text;
-    }
-    return repeated;
+    return thrown_text<std::out_of_range>([&] { decode(text); });
 }
 
 }  // namespace
@@ -112,7 +98,7 @@ TEST(Encode, LongTextIsOneWordWithoutFolding) {
     EXPECT_EQ(encoded, "=?utf-8?Q?" + repeat("=C3=BC", 1000) + "?=");
 }
 
-TEST(Encode, DecodeGivesBackWhatWasEncoded) {
+TEST(Encode, DecodeRestoresWhatWasEncoded) {
     for (const std::string text :
          {"Re: Gr\u00FC\u00DFe", " \xC3\xBC ", "a=b?c_d", "\tx\t", "trailing blanks kept!  ",
           "line\nend", "=?utf-8?Q?x?=", "plain  text", "\xE2\x82\xAC\xF0\x9F\x98\x80"}) {
@@ -138,7 +124,7 @@ TEST(Decode, AdjacentEncodedWordsJoin) {
     EXPECT_EQ(decode("=?utf-8?Q?a?= \t  =?utf-8?Q?b?=\t=?utf-8?Q?c?="), "abc");
 }
 
-TEST(Decode, BlanksBesideAPlainWordStay) {
+TEST(Decode, BlanksNextToAPlainWordAreKept) {
     EXPECT_EQ(decode("x =?utf-8?Q?a?="), "x a");
     EXPECT_EQ(decode("=?utf-8?Q?a?= x"), "a x");
     EXPECT_EQ(decode("x \t =?utf-8?Q?a?=  y"), "x \t a  y");
@@ -146,7 +132,7 @@ TEST(Decode, BlanksBesideAPlainWordStay) {
 }
 
 TEST(Decode, JoiningLooksAtTheMarksOnly) {
-    // "x?=" is no encoded word but ends like one, "=?y" begins like one.
+    // "x?=" is not an encoded word but ends like one, "=?y" begins like one.
     EXPECT_EQ(decode_aloud("x?= =?y").text, "x?==?y");
     EXPECT_EQ(decode_aloud("x?= =y").text, "x?= =y");
     EXPECT_EQ(decode_aloud("x= =?y").text, "x= =?y");
@@ -171,7 +157,7 @@ TEST(Decode, CharactersSplitBetweenWordsAreIncomplete) {
     EXPECT_EQ(runtime_failure("=?utf-8?Q?=C3?= =?utf-8?Q?=BC?="), "Conversion from utf-8 to utf-8");
 }
 
-TEST(Decode, UnknownEncodingLetterGivesNothing) {
+TEST(Decode, UnknownEncodingLetterYieldsNothing) {
     EXPECT_EQ(decode("=?utf-8?X?abc?="), "");
     EXPECT_EQ(decode("=?utf-8??abc?="), "");
     EXPECT_EQ(decode("=?utf-8?QQ?abc?="), "");
@@ -185,6 +171,11 @@ TEST(Decode, UnknownCharsetThrows) {
 
 TEST(Decode, LanguageSuffixIsPartOfTheCharsetName) {
     EXPECT_EQ(runtime_failure("=?utf-8*en?Q?a?="), "Cannot convert from utf-8*en to utf-8");
+}
+
+TEST(Decode, EveryWordStartsInTheInitialStateOfItsCharset) {
+    EXPECT_EQ(decode("=?iso-2022-jp?Q?=1B$B$=22?= =?iso-2022-jp?Q?$=22?="), "\xE3\x81\x82$\"");
+    EXPECT_EQ(decode("=?utf-16?Q?=FE=FF=00a?= =?utf-16?Q?=FF=FEb=00?="), "ab");
 }
 
 TEST(Decode, InvalidBytesBecomeQuestionMarks) {
@@ -205,6 +196,32 @@ TEST(Decode, WordsBeforeTrailingBlanksAreStillReported) {
     EXPECT_THROW(decode("=?broken "), std::out_of_range);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "wrong rfc1522 sequence (no charset): =?broken\n");
+}
+
+TEST(Decode, ComplaintsStandBeforeWhatACallerWritesAfterAnException) {
+    testing::internal::CaptureStderr();
+    try {
+        decode("=?utf-8?Q?=xy?= =?no-such?B?*?=*");
+    } catch (const std::runtime_error& error) {
+        std::cerr << error.what() << "\n";
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Bad hex in quoted-printable string: xy\n"
+              "wrong rfc1522 sequence (trailing stuff): =?no-such?B?*?=*\n"
+              "Bad base64 symbol: *\n"
+              "Cannot convert from no-such to utf-8\n");
+}
+
+TEST(Decode, ComplaintsAreWrittenTogether) {
+    StderrWrites standard_error;
+    decode("=?utf-8?Q?=xy=z?= =?utf-8?B?*#?= =?broken =?broken");
+    EXPECT_THAT(standard_error.take(),
+                testing::ElementsAre("Bad hex in quoted-printable string: xy\n"
+                                     "Bad hex in quoted-printable string: z\n"
+                                     "Bad base64 symbol: *\n"
+                                     "Bad base64 symbol: #\n"
+                                     "wrong rfc1522 sequence (no charset): =?broken\n"
+                                     "wrong rfc1522 sequence (no charset): =?broken\n"));
 }
 
 TEST(Decode, WordWithoutCharsetEndIsKeptAndNamed) {
@@ -278,7 +295,7 @@ TEST(DecodeQ, OneDigitOfThePairIsEnough) {
     EXPECT_EQ(decoded.complaints, "");
 }
 
-TEST(DecodeQ, BadPairIsNamedAndGivesAZeroByte) {
+TEST(DecodeQ, BadPairIsNamedAndYieldsAZeroByte) {
     const Decoded decoded = decode_aloud("=?utf-8?Q?a=xyb=g?=");
     EXPECT_EQ(decoded.text, std::string("a\0b\0", 4));
     EXPECT_EQ(decoded.complaints,

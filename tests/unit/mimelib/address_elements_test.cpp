@@ -10,7 +10,7 @@ namespace {
 using mimelib::Groups;
 using testing::ElementsAre;
 
-// Each element's text; that of a group in parentheses, with "!" in front when it has no name.
+// Each element's text; that of a group in parentheses, with "!" before it if it has no name.
 std::vector<std::string> elements(const std::string& text, Groups groups) {
     std::vector<std::string> all;
     mimelib::AddressElements reader(text, groups);
@@ -48,6 +48,8 @@ TEST(AddressElements, AGroupWithoutNameIsToldApart) {
     EXPECT_THAT(elements(":a@b;, (x):c;", Groups::kRecognised),
                 ElementsAre("!(:a@b;)", "!( (x):c;)"));
     EXPECT_THAT(elements(":a:b;", Groups::kRecognised), ElementsAre("!(:a:b;)"));
+    EXPECT_THAT(elements(":x; Name: y@z;, a", Groups::kRecognised),
+                ElementsAre("!(:x; Name: y@z;)", " a"));
 }
 
 TEST(AddressElements, AngleBracketsMeanNothingInAGroup) {

@@ -41,7 +41,7 @@ TEST(AddressList, AnEmptyListHasNoAddress) {
     EXPECT_EQ(DwAddressList(DwString("<>, @x")).FirstAddress(), nullptr);
 }
 
-TEST(AddressList, AskingAgainGivesTheSameAddresses) {
+TEST(AddressList, AskingAgainReturnsTheSameAddresses) {
     const DwAddressList list(DwString("a@b, c@d"));
     DwAddress* const first = list.FirstAddress();
     ASSERT_NE(first, nullptr);
@@ -51,6 +51,27 @@ TEST(AddressList, AskingAgainGivesTheSameAddresses) {
     EXPECT_EQ(second->Next(), nullptr);
     EXPECT_EQ(list.FirstAddress(), first);
     EXPECT_EQ(first->Next(), second);
+}
+
+TEST(AddressList, AWalkGoesOnFromAnyElementThatIsKept) {
+    const DwAddressList list(DwString("a@b, c@d, e@f, g@h"));
+    DwAddress* const second = list.FirstAddress()->Next();
+    DwAddress* const third = second->Next();
+    EXPECT_EQ(second->AsString(), DwString(" c@d"));
+    EXPECT_EQ(second->Next(), third);
+    DwAddress* const first = list.FirstAddress();
+    EXPECT_EQ(third->AsString(), DwString(" e@f"));
+    EXPECT_EQ(first->AsString(), DwString("a@b"));
+    DwAddress* const fourth = third->Next();
+    EXPECT_EQ(third->AsString(), DwString(" e@f"));
+    EXPECT_EQ(fourth->AsString(), DwString(" g@h"));
+    EXPECT_EQ(fourth->Next(), nullptr);
+    EXPECT_THAT(all_from(list.FirstAddress()), ElementsAre("a@b", "c@d", "e@f", "g@h"));
+}
+
+TEST(Address, OneThatIsInNoListHasNoNext) {
+    const DwMailbox mailbox(DwString("a@b"), DwString("a"), DwString("b"));
+    EXPECT_EQ(mailbox.Next(), nullptr);
 }
 
 TEST(MailboxList, HasNoGroups) {

@@ -37,19 +37,19 @@ TEST(Base64, PaddingEndsTheText) {
     EXPECT_EQ(decoded("QUJD=RUZH"), "ABC");
 }
 
-TEST(Base64, AGroupWithPaddingInTheWrongPlaceGivesNothing) {
+TEST(Base64, AGroupWithPaddingInTheWrongPlaceDecodesToNothing) {
     EXPECT_EQ(decoded("QUJDQ==="), "ABC");
     EXPECT_EQ(decoded("QUJDQQ=A"), "ABC");
     EXPECT_EQ(decoded("QUJD===="), "ABC");
 }
 
-TEST(Base64, ACutGroupGivesNothing) {
+TEST(Base64, ACutGroupDecodesToNothing) {
     EXPECT_EQ(decoded("QUJDRE"), "ABC");
     EXPECT_EQ(decoded("QUJDRUZ"), "ABC");
     EXPECT_EQ(decoded("QUJDQQ="), "ABC");
 }
 
-TEST(Base64, InputOfOneTwoOrFiveBytesGivesNothing) {
+TEST(Base64, InputOfOneTwoOrFiveBytesDecodesToNothing) {
     EXPECT_EQ(decoded("QUJD\n"), "");
     EXPECT_EQ(decoded("=QUJD"), "");
     EXPECT_EQ(decoded("Q"), "");
@@ -57,9 +57,17 @@ TEST(Base64, InputOfOneTwoOrFiveBytesGivesNothing) {
     EXPECT_EQ(decoded("QUJD\r\n"), "ABC");
 }
 
+TEST(Base64, WellFormedInputNeedsNoPadding) {
+    EXPECT_EQ(result("QUJDREVG"), 0);
+    EXPECT_EQ(result("QUJD\r\nREVG\r\n"), 0);
+    EXPECT_EQ(result(""), 0);
+    EXPECT_EQ(result("\r\n\r\n"), 0);
+}
+
 TEST(Base64, TellsMalformedInput) {
     EXPECT_EQ(result("QUJD\r\nQQ==\r\n"), 0);
     EXPECT_EQ(result("QUJDQ"), -1);
+    EXPECT_EQ(result("QUJDRE"), -1);
     EXPECT_EQ(result("QUJDQQ=A"), -1);
 }
 

@@ -40,6 +40,44 @@ TEST(Body, OnlyMultipartsHaveParts) {
     EXPECT_THAT(parts("\n--\none\n----\n"), IsEmpty());
 }
 
+TEST(Body, AWalkGoesOnFromAnyPartThatIsKept) {
+    const std::unique_ptr<DwMessage> message(
+        DwMessage::NewMessage("Content-Type: multipart/x; boundary=b\n\n"
+                              "--b\n\none\n--b\n\ntwo\n--b\n\nthree\n--b\n\nfour\n--b--\n",
+                              nullptr));
+    const DwBody& body = message->Body();
+    DwBodyPart* const second = body.FirstBodyPart()->Next();
+    DwBodyPart* const third = second->Next();
+    EXPECT_EQ(second->Next(), third);
+    DwBodyPart* const first = body.FirstBodyPart();
+    EXPECT_EQ(first->Body().AsString(), DwString("one"));
+    EXPECT_EQ(third->Body().AsString(), DwString("three"));
+    DwBodyPart* const fourth = third->Next();
+    EXPECT_EQ(third->Body().AsString(), DwString("three"));
+    EXPECT_EQ(fourth->Body().AsString(), DwString("four"));
+    EXPECT_EQ(fourth->Next(), nullptr);
+}
+
+TEST(Body, LookingForTheBoundaryKeepsTheParametersInUse) {
+    const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(
+        "Content-Type: multipart/x; c=d; e=f; g=h; boundary=b\n\n--b\none\n--b--\n", nullptr));
+    DwMediaType& media_type = message->Headers().ContentType();
+    const DwParameter* const first = media_type.FirstParameter();
+    ASSERT_NE(message->Body().FirstBodyPart(), nullptr);
+    EXPECT_EQ(media_type.FirstParameter(), first);
+}
+
+TEST(Body, AStringOutlivesThePartItIsFrom) {
+    const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(
+        "Content-Type: multipart/x; boundary=b\n\n--b\n\none\n--b\n--b\n--b--\n", nullptr));
+    const DwBodyPart* part = message->Body().FirstBodyPart();
+    const DwString one(part->Body().AsString());
+    while (part != nullptr) {
+        part = part->Next();
+    }
+    EXPECT_EQ(one, DwString("one"));
+}
+
 TEST(Body, PartsAreEntitiesThatShareTheText) {
     const DwString text(
         "Content-Type: multipart/x; boundary=b\n\n--b\nContent-Type: text/plain\n\none\n--b--\n");

@@ -25,7 +25,7 @@ TEST(EntitySplit, MixedLineEndsEndTheHeadersToo) {
     EXPECT_EQ(split("A: b\n\r\n\nc"), Pieces("A: b\n", "\nc"));
 }
 
-TEST(EntitySplit, ALineEndInFrontMeansNoHeaders) {
+TEST(EntitySplit, ALineEndAtTheStartMeansNoHeaders) {
     EXPECT_EQ(split("\nA: b\n\n"), Pieces("", "A: b\n\n"));
     EXPECT_EQ(split("\r\nA: b\n\n"), Pieces("", "A: b\n\n"));
     EXPECT_EQ(split("\n"), Pieces("", ""));

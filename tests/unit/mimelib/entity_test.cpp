@@ -44,7 +44,7 @@ TEST(Entity, ReadsWithoutBeingToldToParse) {
     EXPECT_TRUE(parsed->Headers().HasSubject());
 }
 
-TEST(Entity, GivesTheSameObjectsEachTime) {
+TEST(Entity, ReturnsTheSameObjectsEachTime) {
     const auto parsed = message(DwString("Subject: x\n\nbody\n"));
     EXPECT_EQ(&parsed->Headers(), &parsed->Headers());
     EXPECT_EQ(&parsed->Body(), &parsed->Body());

@@ -29,7 +29,7 @@ TEST(FieldIndex, NamesCompareWithoutCase) {
     EXPECT_EQ(field("Subjec: x\n", mimelib::kSubject), std::nullopt);
 }
 
-TEST(FieldIndex, BlanksBehindTheNameAreCut) {
+TEST(FieldIndex, BlanksAfterTheNameAreCut) {
     EXPECT_EQ(field("Subject \t: x\n", mimelib::kSubject), "x");
     EXPECT_EQ(field("Subject\r: x\n", mimelib::kSubject), std::nullopt);
 }
@@ -45,7 +45,7 @@ TEST(FieldIndex, WhiteSpaceAroundTheBodyIsCut) {
     EXPECT_EQ(field("Subject: \n \n", mimelib::kSubject), "");
 }
 
-TEST(FieldIndex, LineEndsInFrontAndWithinStay) {
+TEST(FieldIndex, LineEndsAtTheStartAndWithinStay) {
     EXPECT_EQ(field("Subject:\n a\r\n\tb\n", mimelib::kSubject), "\n a\r\n\tb");
 }
 
@@ -54,8 +54,14 @@ TEST(FieldIndex, AFoldedLineStartsNoField) {
     EXPECT_EQ(field(" Subject: x\n", mimelib::kSubject), std::nullopt);
 }
 
-TEST(FieldIndex, AFieldWithoutColonIsNone) {
-    EXPECT_EQ(field("X: y\nSubject", mimelib::kSubject), std::nullopt);
+TEST(FieldIndex, ALastLineWithoutColonAndLineEndIsAnEmptyField) {
+    EXPECT_EQ(field("X: y\nSubject", mimelib::kSubject), "");
+    EXPECT_EQ(field("subJECT", mimelib::kSubject), "");
+    EXPECT_EQ(field("Subject \t", mimelib::kSubject), "");
+    EXPECT_EQ(field("Subject: a\nSubject", mimelib::kSubject), "a");
+    EXPECT_EQ(field("Subject\r", mimelib::kSubject), std::nullopt);
+    EXPECT_EQ(field("Subject x", mimelib::kSubject), std::nullopt);
+    EXPECT_EQ(field("X: y\n Subject", mimelib::kSubject), std::nullopt);
 }
 
 TEST(FieldIndex, ZeroBytesAreOrdinary) {

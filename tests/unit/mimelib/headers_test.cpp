@@ -1,3 +1,5 @@
+#include <memory>
+
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
@@ -23,6 +25,16 @@ TEST(Headers, TheBodyOfAFieldThatIsNotThereIsEmpty) {
     EXPECT_EQ(headers.ContentTransferEncoding().AsEnum(), DwMime::kCteNull);
     EXPECT_FALSE(headers.HasSubject());
     EXPECT_FALSE(headers.HasContentType());
+}
+
+TEST(Headers, ABodyPartThatEndsInAFieldNameHasThatField) {
+    const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(
+        "Content-Type: multipart/x; boundary=b\n\n--b\nX: y\nContent-Type\n--b--\n", nullptr));
+    const DwBodyPart* const part = message->Body().FirstBodyPart();
+    ASSERT_NE(part, nullptr);
+    EXPECT_TRUE(part->Headers().HasContentType());
+    EXPECT_EQ(part->Headers().ContentType().Type(), DwMime::kTypeNull);
+    EXPECT_TRUE(part->Body().AsString().empty());
 }
 
 TEST(Headers, AFieldsTextIsItsBodyAsWritten) {

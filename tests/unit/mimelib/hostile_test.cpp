@@ -1,16 +1,19 @@
-// Messages that would take minutes, or more stack than there is, if anything took time in
-// proportion to the square of the input or recursed on it.
+// Messages that would take minutes, more stack than there is, or many times their size in memory,
+// if anything took time in proportion to the square of the input, recursed on it, or kept an object
+// for each of its elements.
 
 #include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/mimelib/heap_use.h"
 #include "tests/unit/mimelib/reading.h"
 
 namespace {
 
 constexpr std::size_t kMillion = 1000000;
+constexpr std::size_t kSmall = 10000;
 
 std::string repeated(const std::string& text, std::size_t times) {
     std::string all;
@@ -22,6 +25,15 @@ std::string repeated(const std::string& text, std::size_t times) {
 
 Reading read(const std::string& text) {
     return read_message(to_dw_string(text));
+}
+
+template <typename Element>
+std::size_t count_from(const Element* first) {
+    std::size_t count = 0;
+    for (const Element* element = first; element != nullptr; element = element->Next()) {
+        ++count;
+    }
+    return count;
 }
 
 const std::string kMultipart = "From: a@b\nContent-Type: multipart/mixed; boundary=";
@@ -37,13 +49,17 @@ TEST(Hostile, AMillionFields) {
 TEST(Hostile, AMillionAddresses) {
     EXPECT_EQ(read("From: " + repeated("<>,", kMillion) + "a@b\n\n").from, "a@b");
     EXPECT_EQ(read("Reply-To: " + repeated("g:;,", kMillion) + "a@b\n\n").from, "a@b");
-    const DwMailboxList list(to_dw_string(repeated("a,", kMillion)));
-    std::size_t count = 0;
-    for (const DwAddress* mailbox = list.FirstMailbox(); mailbox != nullptr;
-         mailbox = mailbox->Next()) {
-        ++count;
-    }
-    EXPECT_EQ(count, kMillion);
+}
+
+TEST(Hostile, AMillionAddressesAreNotHeldAtOnce) {
+    const DwString text = to_dw_string(repeated("a,g:;,", kMillion / 2));
+    const HeapUse heap;
+    const DwAddressList list(text);
+    EXPECT_EQ(count_from<DwAddress>(list.FirstAddress()), kMillion);
+    EXPECT_LT(heap.peak(), kSmall);
+    const DwMailboxList mailboxes(text);
+    EXPECT_EQ(count_from<DwAddress>(mailboxes.FirstMailbox()), kMillion);
+    EXPECT_LT(heap.peak(), kSmall);
 }
 
 TEST(Hostile, ALocalPartOfAMillionWords) {
@@ -55,6 +71,28 @@ TEST(Hostile, AMillionParameters) {
     EXPECT_EQ(
         read("Content-Type: text/plain" + repeated(";a=b", kMillion) + ";charset=x\n\n").charset,
         "x");
+}
+
+TEST(Hostile, AMillionParametersAreNotHeldAtOnce) {
+    const DwString text = to_dw_string("text/plain" + repeated(";a=b", kMillion));
+    const HeapUse heap;
+    const DwMediaType media_type(text);
+    EXPECT_EQ(count_from(media_type.FirstParameter()), kMillion);
+    EXPECT_LT(heap.peak(), kSmall);
+}
+
+TEST(Hostile, AHundredThousandPartsAreNotHeldAtOnce) {
+    const DwString text = to_dw_string(kMultipart + "b\n\n" +
+                                       repeated("--b\nSubject: x\n\n", kMillion / 10) + "--b--\n");
+    const HeapUse heap;
+    const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(text, nullptr));
+    std::size_t count = 0;
+    for (const DwBodyPart* part = message->Body().FirstBodyPart(); part != nullptr;
+         part = part->Next()) {
+        count += part->Headers().HasSubject() && part->Body().AsString().empty() ? 1 : 0;
+    }
+    EXPECT_EQ(count, kMillion / 10);
+    EXPECT_LT(heap.peak(), kSmall);
 }
 
 TEST(Hostile, AMillionParts) {

@@ -43,14 +43,27 @@ TEST(MailboxParts, NoLocalPart) {
 
 TEST(MailboxParts, ARouteIsSkipped) {
     EXPECT_EQ(parts("<@r,@s:ann@b>"), "ann|b");
-    EXPECT_EQ(parts("<@r:@s:ann@b>"), "ann|b");
     EXPECT_EQ(parts("<@b>"), "|");
+    EXPECT_EQ(parts("<@\":\"(:)b>"), "|");
 }
 
-TEST(MailboxParts, BehindTheAngleOnlyAWordStartsTheLocalPart) {
+TEST(MailboxParts, TheLocalPartBeginsWithTheColonOfARoute) {
+    EXPECT_EQ(parts("<@r:.a@b>"), ".a|b");
+    EXPECT_EQ(parts("<@r:. a . b@c>"), ".a.b|c");
+    EXPECT_EQ(parts("<@:.>"), ".|");
+    EXPECT_EQ(parts("<@r::<[1](x).a@b>"), ".a|b");
+    EXPECT_EQ(parts("<>@r:.a@b>"), ".a|b");
+}
+
+TEST(MailboxParts, ASecondAtSignAfterARouteStartsTheDomain) {
+    EXPECT_EQ(parts("<@r:@b>"), "|b");
+    EXPECT_EQ(parts("<@r:@s:ann@b>"), "|sannb");
+}
+
+TEST(MailboxParts, AfterTheAngleOnlyAWordStartsTheLocalPart) {
     EXPECT_EQ(parts("<.a.b@c>"), "a.b|c");
+    EXPECT_EQ(parts("<. . a@b>"), "a|b");
     EXPECT_EQ(parts("<>a@b"), "a|b");
-    EXPECT_EQ(parts("<@r:.a@b>"), "a|b");
 }
 
 TEST(MailboxParts, WithinAnglesOnlyTheAtSignEndsTheLocalPart) {

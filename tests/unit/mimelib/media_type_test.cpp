@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <mimelib/media_type.h>
 
+#include "tests/unit/mimelib/heap_use.h"
 #include "tests/unit/mimelib/reading.h"
 
 namespace {
@@ -48,7 +49,7 @@ TEST(MediaType, AnEmptyFieldHasNoType) {
     EXPECT_EQ(type(""), DwMime::kTypeNull);
 }
 
-TEST(MediaType, ParametersAreBehindSemicolons) {
+TEST(MediaType, ParametersFollowSemicolons) {
     EXPECT_THAT(parameters("text/plain; a=b;c = \"d e\" junk ;;f=g"),
                 ElementsAre("a=b", "c=d e", "f=g"));
     EXPECT_THAT(parameters("text/plain a=b"), IsEmpty());
@@ -80,12 +81,28 @@ TEST(MediaType, AttributeAndValueAreLookedForAcrossSemicolons) {
     EXPECT_THAT(parameters("a/b; c=; d=e"), ElementsAre("c=d"));
 }
 
-TEST(MediaType, ASlashBehindTheValueKeepsTheParameterOpen) {
+TEST(MediaType, ASlashAfterTheValueKeepsTheParameterOpen) {
     EXPECT_THAT(parameters("a/b; c=d/e/f; g=h"), ElementsAre("c=d", "g=h"));
     EXPECT_THAT(parameters("a/b; c=d/; e=f; g=h"), ElementsAre("c=d", "g=h"));
     EXPECT_THAT(parameters("a/b; c=d/\"e\"; g=h"), ElementsAre("c=d", "g=h"));
-    EXPECT_THAT(parameters("a/b; c=d /; e=f"), ElementsAre("c=d", "e=f"));
-    EXPECT_THAT(parameters("a/b; c=\"d\"/; e=f"), ElementsAre("c=d", "e=f"));
+    EXPECT_THAT(parameters("a/b; c=d\n / (x) ; [y] e=f; g=h"), ElementsAre("c=d", "g=h"));
+    EXPECT_THAT(parameters("a/b; c=\"d\"/; e=f; g=h"), ElementsAre("c=d", "g=h"));
+    EXPECT_THAT(parameters("a/b; c=d/\"e\" / f; g=h"), ElementsAre("c=d", "g=h"));
+}
+
+TEST(MediaType, OnlyTheTokenDirectlyAfterTheValueKeepsItOpen) {
+    EXPECT_THAT(parameters("a/b; c=d (x)/; e=f"), ElementsAre("c=d", "e=f"));
+    EXPECT_THAT(parameters("a/b; c=d e/; f=g"), ElementsAre("c=d", "f=g"));
+    EXPECT_THAT(parameters("a/b; c=d \"e/; f=g"), ElementsAre("c=d"));
+}
+
+TEST(MediaType, AParameterThatIsNeverEndedIsLeftOut) {
+    EXPECT_THAT(parameters("a/b; c=d; e=f/"), ElementsAre("c=d"));
+    EXPECT_THAT(parameters("a/b; c=d /"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=\"d\"/(e)"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=d/e/"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=d/;[e]"), IsEmpty());
+    EXPECT_THAT(parameters("a/b; c=d/\"e; f=g"), IsEmpty());
 }
 
 TEST(MediaType, ABoundaryLosesSingleQuotes) {
@@ -93,6 +110,33 @@ TEST(MediaType, ABoundaryLosesSingleQuotes) {
                 ElementsAre("boundary=x", "BOUNDARY=y z"));
     EXPECT_THAT(parameters("a/b; boundary=''; boundary='x; charset='y'"),
                 ElementsAre("boundary=''", "boundary='x", "charset='y'"));
+}
+
+TEST(MediaType, AWalkGoesOnFromAnyParameterThatIsKept) {
+    const DwMediaType media_type(DwString("a/b; c=d; e=\"f\"; g=h/i; j=k"));
+    DwParameter* const second = media_type.FirstParameter()->Next();
+    DwParameter* const third = second->Next();
+    EXPECT_EQ(second->Next(), third);
+    EXPECT_EQ(media_type.Type(), DwMime::kTypeUnknown);
+    DwParameter* const first = media_type.FirstParameter();
+    EXPECT_EQ(first->Value(), DwString("d"));
+    EXPECT_EQ(third->Value(), DwString("h"));
+    DwParameter* const fourth = third->Next();
+    EXPECT_EQ(third->Value(), DwString("h"));
+    EXPECT_EQ(fourth->Value(), DwString("k"));
+    EXPECT_EQ(fourth->Next(), nullptr);
+    const HeapUse heap;
+    ASSERT_NE(media_type.FirstParameter(), nullptr);
+    EXPECT_GT(heap.requests(), 0U) << "the first had not made room for the fourth";
+}
+
+TEST(MediaType, AParametersTextReachesFromTheSemicolonToItsEnd) {
+    const DwMediaType media_type(DwString("a/b; c=d; e=f/g ; h=\"i\" (j)"));
+    DwParameter* parameter = media_type.FirstParameter();
+    EXPECT_EQ(parameter->AsString(), DwString(" c=d"));
+    parameter = parameter->Next();
+    EXPECT_EQ(parameter->AsString(), DwString(" e=f/g"));
+    EXPECT_EQ(parameter->Next()->AsString(), DwString(" h=\"i\""));
 }
 
 TEST(MediaType, AttributesAndValuesAreSlices) {

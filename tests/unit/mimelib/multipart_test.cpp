@@ -12,9 +12,11 @@ using testing::IsEmpty;
 
 std::vector<std::string> parts(const std::string& body, const std::string& boundary = "b") {
     std::vector<std::string> all;
-    mimelib::MultipartReader reader(boundary);
-    while (const auto slice = reader.next(body)) {
-        all.push_back(body.substr(slice->begin, slice->length));
+    const mimelib::BoundarySearch search(boundary);
+    for (auto position = mimelib::first_part(search, body); position;) {
+        const auto part = mimelib::part_at(search, body, *position);
+        all.push_back(body.substr(part.slice.begin, part.slice.length));
+        position = part.next_position;
     }
     return all;
 }
@@ -26,7 +28,7 @@ TEST(Multipart, PartsAreBetweenBoundaryLines) {
 }
 
 TEST(Multipart, WhatIsAroundTheBoundariesBelongsToNoPart) {
-    EXPECT_THAT(parts("before\n--b\none\n--b--\nbehind\n--b\nfar behind"), ElementsAre("one"));
+    EXPECT_THAT(parts("before\n--b\none\n--b--\nafter\n--b\nlong after"), ElementsAre("one"));
 }
 
 TEST(Multipart, WithoutBoundaryThereAreNoParts) {
@@ -63,14 +65,24 @@ TEST(Multipart, TheFirstBoundaryLineOpensAPartHoweverItLooks) {
     EXPECT_THAT(parts("before\n--b--\none\n--b--"), ElementsAre("one"));
 }
 
-TEST(Multipart, AnOpeningLineWithOneDashTakesTheLineBehindItAlong) {
+TEST(Multipart, AnOpeningLineWithOneDashTakesANextLineThatStartsWithADashAlong) {
+    EXPECT_THAT(parts("before\n--b-\n-lost\none\n--b--"), ElementsAre("one"));
     EXPECT_THAT(parts("before\n--b-\n--b-\none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b-\nlost\none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b- \none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b-\r\none\n--b--"), ElementsAre("one"));
-    EXPECT_THAT(parts("before\n--b-\nlost"), ElementsAre(""));
+    EXPECT_THAT(parts("before\n--b-\n-\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b-\n-lost"), ElementsAre(""));
+    EXPECT_THAT(parts("before\n--b-\n-"), ElementsAre(""));
+}
+
+TEST(Multipart, AnOpeningLineWithADashTakesNothingElseAlong) {
+    EXPECT_THAT(parts("before\n--b-\none\n--b--"), ElementsAre("one"));
+    EXPECT_THAT(parts("before\n--b-\n\n-one\n--b--"), ElementsAre("\n-one"));
+    EXPECT_THAT(parts("before\n--b- \n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b-\r\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b--\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b---\n-one\n--b--"), ElementsAre("-one"));
+    EXPECT_THAT(parts("before\n--b-\n"), ElementsAre(""));
     EXPECT_THAT(parts("before\n--b-"), ElementsAre(""));
-    EXPECT_THAT(parts("--b-\none\n--b--"), ElementsAre("one"));
+    EXPECT_THAT(parts("--b-\n-one\n--b--"), ElementsAre("-one"));
 }
 
 TEST(Multipart, AnEmptyBoundaryTextIsABoundary) {

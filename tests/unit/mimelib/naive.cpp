@@ -44,24 +44,19 @@ std::string trim_right(const std::string& text, const std::string& what) {
     return text.substr(0, text.find_last_not_of(what) + 1);
 }
 
-// A token is its text; what it is shows in its first character, except that an atom is any text
-// that starts with no special. `behind` is the character that follows it, or a space.
-struct Token {
-    std::string text;
-    char behind = ' ';
-    std::size_t begin = 0;
-};
+// A token is its text, whose first character shows what it is: an atom starts with no special.
+using Token = std::string;
 
 bool is_gap(char c) {
     return c >= 0 && c <= ' ' && c != 0x10;
 }
 
 bool is_atom(const Token& token, const std::string& specials) {
-    return specials.find(token.text[0]) == std::string::npos;
+    return specials.find(token[0]) == std::string::npos;
 }
 
 bool is_quoted(const Token& token) {
-    return token.text[0] == '"';
+    return token[0] == '"';
 }
 
 std::vector<Token> tokens_of(const std::string& text, const std::string& specials) {
@@ -99,7 +94,7 @@ std::vector<Token> tokens_of(const std::string& text, const std::string& special
         } else {
             ++i;
         }
-        tokens.push_back({text.substr(begin, i - begin), i < text.size() ? text[i] : ' ', begin});
+        tokens.push_back(text.substr(begin, i - begin));
     }
     return tokens;
 }
@@ -112,32 +107,32 @@ Address mailbox(const std::vector<Token>& tokens) {
     Address address;
     std::string where = "start";
     for (const Token& token : tokens) {
-        const bool dot = token.text == ".";
+        const bool dot = token == ".";
         if (where == "domain") {
-            if (token.text == ">") {
+            if (token == ">") {
                 break;
             }
-            if (is_atom(token, kAddressSpecials) || token.text.size() > 1 || dot) {
-                if (!is_quoted(token) && token.text[0] != '(') {
-                    address.domain += token.text;
+            if (is_atom(token, kAddressSpecials) || token.size() > 1 || dot) {
+                if (!is_quoted(token) && token[0] != '(') {
+                    address.domain += token;
                 }
             }
         } else if (where == "route") {
-            where = token.text == ":" ? "angle" : "route";
+            where = token == ":" ? "local part" : "route";
         } else if (where == "angle") {
-            if (token.text == "@") {
+            if (token == "@") {
                 where = "route";
             } else if (is_address_word(token)) {
-                address.local_part += token.text;
+                address.local_part += token;
                 where = "local part";
             }
-        } else if (token.text == "@") {
+        } else if (token == "@") {
             where = "domain";
-        } else if (where == "start" && token.text == "<") {
+        } else if (where == "start" && token == "<") {
             address.local_part.clear();
             where = "angle";
         } else if (is_address_word(token) || dot) {
-            address.local_part += token.text;
+            address.local_part += token;
         }
     }
     return address;
@@ -158,10 +153,10 @@ std::vector<Address> element(const std::vector<Token>& tokens, bool groups) {
     bool angle = false;
     bool word = false;
     for (const Token& token : tokens) {
-        if (groups && !angle && token.text == ":") {
+        if (groups && !angle && token == ":") {
             return word ? std::vector<Address>{{true, "", ""}} : std::vector<Address>{};
         }
-        angle = angle ? token.text != ">" : token.text == "<";
+        angle = angle ? token != ">" : token == "<";
         word = word || is_address_word(token);
     }
     Address address = mailbox(tokens);
@@ -179,8 +174,8 @@ struct Boundary {
     bool final = false;
 };
 
-// The line end of the line that `position` stands in.
-std::size_t behind_line(const std::string& text, std::size_t position) {
+// The position after the end of the line that `position` stands in.
+std::size_t after_line(const std::string& text, std::size_t position) {
     while (position < text.size() && text[position] != '\n') {
         ++position;
     }
@@ -193,24 +188,25 @@ Boundary find_boundary(const std::string& body, std::size_t from, const std::str
         if ((i > from && body[i - 1] != '\n') || body.compare(i, start.size(), start) != 0) {
             continue;
         }
-        const std::size_t behind = i + start.size();
-        std::string rest = body.substr(behind);
+        const std::size_t tail = i + start.size();
+        std::string rest = body.substr(tail);
         rest = trim_left(trim_left(rest, "-"), " \t\r");
         if (!rest.empty() && rest[0] != '\n') {
             continue;
         }
-        Boundary found{true, i, behind_line(body, behind), false};
+        Boundary found{true, i, after_line(body, tail), false};
         if (i == from) {
-            found.final = body.compare(behind, 2, "--") == 0;
+            found.final = body.compare(tail, 2, "--") == 0;
             return found;
         }
         --found.begin;
         if (found.begin > from && body[found.begin - 1] == '\r') {
             --found.begin;
         }
-        if (body.compare(behind, 1, "-") == 0) {
+        if (body.compare(tail, 1, "-") == 0) {
             found.final = true;
-            found.end = behind_line(body, behind + 2);
+            const bool dash_after_next = tail + 2 < body.size() && body[tail + 2] == '-';
+            found.end = after_line(body, tail + (dash_after_next ? 2 : 1));
         }
         return found;
     }
@@ -298,6 +294,8 @@ Entity entity(const std::string& text) {
             const std::string body = trim_right(field.substr(colon + 1), " \t\n\v\f\r");
             entity.fields.emplace_back(trim_right(field.substr(0, colon), " \t"),
                                        trim_left(body, " \t"));
+        } else if (field.back() != '\n') {
+            entity.fields.emplace_back(trim_right(field, " \t"), "");
         }
     }
     return entity;
@@ -313,16 +311,16 @@ std::vector<Address> addresses(const std::string& text, bool groups) {
     };
     char closing = ' ';
     for (const Token& token : tokens_of(text, kAddressSpecials)) {
-        if (closing == ' ' && token.text == ",") {
+        if (closing == ' ' && token == ",") {
             finish();
             continue;
         }
         current.push_back(token);
-        if (closing == ' ' && token.text == "<") {
+        if (closing == ' ' && token == "<") {
             closing = '>';
-        } else if (closing == ' ' && token.text == ":" && groups) {
+        } else if (closing == ' ' && token == ":" && groups) {
             closing = ';';
-        } else if (token.text[0] == closing) {
+        } else if (token[0] == closing) {
             closing = ' ';
         }
     }
@@ -341,13 +339,13 @@ MediaType media_type(const std::string& text) {
     };
     const auto atom = [](const Token& token) { return is_atom(token, kMediaTypeSpecials); };
     const auto special = [](char c) {
-        return [c](const Token& token) { return token.text == std::string(1, c); };
+        return [c](const Token& token) { return token == std::string(1, c); };
     };
     const auto word = [&](const Token& token) { return atom(token) || is_quoted(token); };
 
     MediaType type;
     if (const Token* token = find(atom)) {
-        type.type = token->text;
+        type.type = *token;
     }
     find(special('/'));
     find(atom);
@@ -358,30 +356,40 @@ MediaType media_type(const std::string& text) {
         if (attribute == nullptr || first == nullptr) {
             break;
         }
-        for (const Token* last = first; last != nullptr && atom(*last) && last->behind == '/';) {
+        const Token* last = first;
+        while (last != nullptr && next < tokens.size() && tokens[next] == "/") {
             last = find(word);
         }
-        std::string value = first->text;
+        if (last == nullptr) {
+            break;
+        }
+        std::string value = *first;
         if (is_quoted(*first)) {
             value = value.substr(1, value.size() - 2);
         }
-        if (lower(attribute->text) == "boundary" && value.size() > 2 && value.front() == '\'' &&
+        if (lower(*attribute) == "boundary" && value.size() > 2 && value.front() == '\'' &&
             value.back() == '\'') {
             value = value.substr(1, value.size() - 2);
         }
-        type.parameters.emplace_back(attribute->text, value);
+        type.parameters.emplace_back(*attribute, value);
     }
     return type;
 }
 
-std::vector<std::string> parts(const std::string& body, const std::string& boundary) {
+std::vector<std::string> parts(const Entity& entity) {
+    const std::string* const field_body = field(entity, "content-type");
+    const MediaType type = field_body == nullptr ? MediaType{} : media_type(*field_body);
+    if (lower(type.type) != "multipart") {
+        return {};
+    }
+    const std::string boundary = parameter(type, "boundary", "");
     std::vector<std::string> parts;
-    Boundary opening = find_boundary(body, 0, boundary);
+    Boundary opening = find_boundary(entity.body, 0, boundary);
     opening.final = false;
     while (opening.found && !opening.final) {
-        const Boundary closing = find_boundary(body, opening.end, boundary);
-        const std::size_t end = closing.found ? closing.begin : body.size();
-        parts.push_back(body.substr(opening.end, end - opening.end));
+        const Boundary closing = find_boundary(entity.body, opening.end, boundary);
+        const std::size_t end = closing.found ? closing.begin : entity.body.size();
+        parts.push_back(entity.body.substr(opening.end, end - opening.end));
         opening = closing;
     }
     return parts;
@@ -425,10 +433,13 @@ std::string quoted_printable(std::string text) {
     std::string decoded;
     for (std::string line : lines_of(text)) {
         bool line_feed = line.back() == '\n';
+        for (char& c : line) {
+            c = static_cast<char>(c & 0x7F);
+        }
         line = trim_right(line, " \t\n\v\f\r");
         while (!line.empty()) {
             if (line[0] != '=') {
-                decoded += static_cast<char>(line[0] & 0x7F);
+                decoded += line[0];
                 line.erase(0, 1);
             } else if (line.size() == 1) {
                 line_feed = false;
@@ -439,8 +450,7 @@ std::string quoted_printable(std::string text) {
                 int code = 0;
                 for (const char c : line.substr(1, 2)) {
                     const std::size_t digit = std::string("0123456789abcdef").find(lower({c})[0]);
-                    code = code * 16 + (digit == std::string::npos ? static_cast<unsigned char>(c)
-                                                                   : static_cast<int>(digit));
+                    code = code * 16 + (digit == std::string::npos ? c : static_cast<int>(digit));
                 }
                 decoded += static_cast<char>(code);
                 line.erase(0, 3);
@@ -467,9 +477,8 @@ Reading read_message(const std::string& text) {
     } else if (lower(type.type) == "multipart") {
         reading.kind = "multipart-none";
         unsigned number = 0;
-        for (const std::string& text_of_part :
-             parts(message.body, parameter(type, "boundary", ""))) {
-            const Entity part = entity(text_of_part);
+        for (const std::string& part_text : parts(message)) {
+            const Entity part = entity(part_text);
             const std::string* part_type = field(part, "content-type");
             if (part_type != nullptr && lower(media_type(*part_type).type) == "text") {
                 reading.kind = "part";

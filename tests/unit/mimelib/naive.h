@@ -6,8 +6,8 @@
 
 #include "tests/unit/mimelib/reading.h"
 
-// The library's rules once more, written for being read: no slices, no laziness, no care for speed.
-// Tests and fuzz targets hold the library against it.
+// The library's rules a second time, written to be read: no slices, no laziness, no care for speed.
+// Tests and fuzz targets compare the library with it.
 namespace naive {
 
 struct Address {
@@ -32,7 +32,8 @@ Entity entity(const std::string& text);
 // The valid addresses; without groups, ':' and ';' mean nothing.
 std::vector<Address> addresses(const std::string& text, bool groups);
 MediaType media_type(const std::string& text);
-std::vector<std::string> parts(const std::string& body, const std::string& boundary);
+// The direct parts; none if the entity is no multipart.
+std::vector<std::string> parts(const Entity& entity);
 std::string base64(const std::string& text);
 std::string quoted_printable(std::string text);
 Reading read_message(const std::string& text);

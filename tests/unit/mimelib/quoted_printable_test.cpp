@@ -26,7 +26,7 @@ TEST(QuotedPrintable, DecodesHexDigitsInEitherCase) {
     EXPECT_EQ(decoded("=00"), std::string("\0", 1));
 }
 
-TEST(QuotedPrintable, OtherDigitsCountWithTheirCode) {
+TEST(QuotedPrintable, OtherCharactersCountAsTheirCode) {
     EXPECT_EQ(decoded("=zz"), "\x1A");
     EXPECT_EQ(decoded("=4z"), "\xBA");
     EXPECT_EQ(decoded("=z4"), "\xA4");
@@ -37,7 +37,7 @@ TEST(QuotedPrintable, OtherDigitsCountWithTheirCode) {
                       "41"),
               "\xF4"
               "1");
-    EXPECT_EQ(decoded("=4\xFF"), "\x3F");
+    EXPECT_EQ(decoded("=4\xFF"), "\xBF");
 }
 
 TEST(QuotedPrintable, AnEqualsSignAtALineEndJoinsLines) {
@@ -47,7 +47,7 @@ TEST(QuotedPrintable, AnEqualsSignAtALineEndJoinsLines) {
     EXPECT_EQ(decoded("=\n=\n=\n"), "");
 }
 
-TEST(QuotedPrintable, WithOneCharacterBehindItTheEqualsSignIsDropped) {
+TEST(QuotedPrintable, AnEqualsSignBeforeASingleLastCharacterIsDropped) {
     EXPECT_EQ(decoded("a=4"), "a4");
     EXPECT_EQ(decoded("a=4\nb"), "a4\nb");
     EXPECT_EQ(decoded("a=\xE9"), "ai");
@@ -67,6 +67,32 @@ TEST(QuotedPrintable, LineFeedsStay) {
 
 TEST(QuotedPrintable, TheHighestBitIsCleared) {
     EXPECT_EQ(decoded("\xE9\xFF"), "i\x7F");
+    EXPECT_EQ(decoded("a\x80z"), std::string("a\0z", 3));
+}
+
+TEST(QuotedPrintable, TheHighestBitIsClearedBeforeAnythingIsDecided) {
+    EXPECT_EQ(decoded("x\xBD"
+                      "C3\xBD"
+                      "A9"),
+              "x\xC3\xA9");
+    EXPECT_EQ(decoded("=\xE3\xB9"), "\xC9");
+    EXPECT_EQ(decoded("a\xBD\nb"), "ab");
+    EXPECT_EQ(decoded("a\xBD\xA0\nb"), "ab");
+    EXPECT_EQ(decoded("a \x89 \xA0\nb\x8D\x8A\nc\xA0"), "a\nb\nc");
+    EXPECT_EQ(decoded("\xBD"
+                      "4\n"),
+              "4\n");
+    EXPECT_EQ(result("=\xB4\xB1"), 0);
+    EXPECT_EQ(result("\xBD"
+                     "4z"),
+              -1);
+}
+
+TEST(QuotedPrintable, OnlyTheLineFeedItselfEndsALine) {
+    EXPECT_EQ(decoded("a \x8A z"), "a \n z");
+    EXPECT_EQ(decoded("a=\x8A"
+                      "b"),
+              "a\xAB");
 }
 
 TEST(QuotedPrintable, TheInputEndsAtAZeroByte) {

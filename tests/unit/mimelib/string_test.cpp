@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <mimelib/string.h>
 
+#include "tests/unit/mimelib/heap_use.h"
+
 namespace {
 
 TEST(DwString, HoldsZeroBytes) {
@@ -52,12 +54,40 @@ TEST(DwString, CStrOfAMiddleSliceLeavesTheOthersAlone) {
     EXPECT_EQ(text, DwString("0123456789"));
 }
 
-TEST(DwString, CStrOfTheLastOwnerTerminatesInPlace) {
+TEST(DwString, CStrLeavesDataWhereItIs) {
     DwString text("0123456789");
-    text = text.substr(2, 3);
     const char* const data = text.data();
-    EXPECT_EQ(text.c_str(), data);
-    EXPECT_STREQ(text.c_str(), "234");
+    const DwString middle = text.substr(2, 3);
+    EXPECT_STREQ(middle.c_str(), "234");
+    EXPECT_EQ(middle.data(), data + 2);
+    text = text.substr(3, 4);
+    EXPECT_STREQ(text.c_str(), "3456");
+    EXPECT_EQ(text.data(), data + 3);
+}
+
+TEST(DwString, CStrStaysUntilTheStringIsChanged) {
+    DwString text("0123456789");
+    const DwString middle = text.substr(2, 3);
+    const char* const c_str = middle.c_str();
+    EXPECT_STREQ(text.substr(5, 2).c_str(), "56");
+    text += DwString("x");
+    text = DwString();
+    EXPECT_STREQ(c_str, "234");
+}
+
+TEST(DwString, AskingForCStrAgainTakesNoMoreMemory) {
+    const DwString text("0123456789");
+    const DwString middle = text.substr(2, 3);
+    const char* const c_str = middle.c_str();
+    const HeapUse heap;
+    EXPECT_EQ(middle.c_str(), c_str);
+    EXPECT_EQ(heap.requests(), 0U);
+}
+
+TEST(DwString, CStrOfASliceInFrontOfAZeroByteIsNoCopy) {
+    const DwString text("ab\0cd", 5);
+    EXPECT_EQ(text.substr(0, 2).c_str(), text.data());
+    EXPECT_STREQ(text.substr(0, 2).c_str(), "ab");
 }
 
 TEST(DwString, AppendingChangesNoOtherString) {
@@ -95,21 +125,27 @@ TEST(DwString, AppendingToAnEmptyStringSharesTheOther) {
     EXPECT_EQ(text.data(), other.data());
 }
 
-TEST(DwString, AppendingMovesTheBufferOnlyNowAndThen) {
+TEST(DwString, AppendingKeepsEveryByte) {
     DwString text;
     std::string expected;
-    int moves = 0;
-    const char* data = nullptr;
     for (int i = 0; i < 100000; ++i) {
         const std::string chunk(1 + static_cast<std::size_t>(i % 7),
                                 static_cast<char>('a' + i % 26));
         text += DwString(chunk.data(), chunk.size());
         expected += chunk;
-        moves += text.data() != data ? 1 : 0;
-        data = text.data();
     }
-    EXPECT_EQ(std::string(text.c_str()), expected);
-    EXPECT_LT(moves, 60);
+    EXPECT_EQ(std::string(text.data(), text.length()), expected);
+}
+
+TEST(DwString, AppendingAsksForMemoryOnlyNowAndThen) {
+    const DwString chunk("abcdefg");
+    DwString text;
+    const HeapUse heap;
+    for (int i = 0; i < 100000; ++i) {
+        text += chunk;
+    }
+    EXPECT_EQ(text.length(), 700000U);
+    EXPECT_LT(heap.requests(), 60U);
 }
 
 TEST(DwString, AssignmentSharesAndKeepsItself) {

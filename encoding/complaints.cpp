@@ -1,0 +1,29 @@
+#include "encoding/complaints.h"
+
+#include <cstddef>
+#include <iostream>
+
+namespace tolva {
+
+namespace {
+
+constexpr std::size_t kMostCollected = 65536;
+
+}  // namespace
+
+void Complaints::add(std::string_view what, std::string_view subject) {
+    const std::size_t length = what.size() + subject.size() + 1;
+    if (lines_.size() + length > kMostCollected) {
+        write();
+    }
+    lines_.append(what).append(subject) += '\n';
+}
+
+void Complaints::write() {
+    if (!lines_.empty()) {
+        std::cerr.write(lines_.data(), static_cast<std::streamsize>(lines_.size()));
+        lines_.clear();
+    }
+}
+
+}  // namespace tolva

@@ -1,0 +1,437 @@
+// autoresponderctl explain: the same verdicts, counts and mails as the autoresponder's own.
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/system/world.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using nlohmann::json;
+using testing::Contains;
+using testing::Each;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* kReplies = "/world/replies";
+
+std::string content_of(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Explain : public World {
+  protected:
+    static Finished explain(const std::string& message,
+                            const std::string& recipient = "user@example.com",
+                            std::vector<std::string> options = {}) {
+        options.insert(options.begin(), "explain");
+        options.push_back(recipient);
+        return control({.message = message, .arguments = options});
+    }
+
+    static json explained(const std::string& message,
+                          const std::string& recipient = "user@example.com") {
+        fs::remove_all(kReplies);
+        const Finished finished = explain(message, recipient, {"--json", "--replies", kReplies});
+        EXPECT_EQ(finished.err, "");
+        json explanation = json::parse(finished.out, nullptr, false);
+        EXPECT_FALSE(explanation.is_discarded()) << finished.out;
+        explanation["status"] = WEXITSTATUS(finished.status);
+        return explanation;
+    }
+
+    // The verdict's line of the explanation for people.
+    static std::string verdict(const std::string& message,
+                               const std::string& recipient = "user@example.com") {
+        const std::string text = explain(message, recipient).out;
+        const std::size_t begin = text.rfind("Verdict: ");
+        return begin == std::string::npos ? "(no verdict) " + text : text.substr(begin + 9);
+    }
+};
+
+// The explanation of a message and what then happens to it, held together.
+class ExplainedAndAnswered : public Explain {
+  protected:
+    static std::vector<Row> counts() {
+        return sql("select rn_id, email, num from resp_freq order by rn_id, email");
+    }
+
+    static void expect_same_mails(const json& explanation, const Outcome& outcome) {
+        ASSERT_EQ(explanation["mails"].size(), outcome.mails.size());
+        for (std::size_t i = 0; i < outcome.mails.size(); ++i) {
+            const json& mail = explanation["mails"][i];
+            std::vector<std::string> arguments = {"/usr/sbin/sendmail", "-f", mail["sender"]};
+            for (const json& recipient : mail["recipients"]) {
+                arguments.push_back(recipient);
+            }
+            EXPECT_EQ(outcome.mails[i].arguments, arguments);
+            const std::string file = mail["file"];
+            EXPECT_EQ(content_of(file), outcome.mails[i].message);
+            EXPECT_EQ(mail["size"], outcome.mails[i].message.size());
+            std::string envelope;
+            for (std::size_t line = 2; line < arguments.size(); ++line) {
+                envelope += arguments[line] + "\n";
+            }
+            EXPECT_EQ(content_of(file.substr(0, file.size() - 4) + ".envelope"), envelope);
+        }
+    }
+
+    // What the table must hold after the run, from what it held and what was said of it.
+    static void expect_counts(const json& explanation, const std::vector<Row>& before) {
+        const std::string sender =
+            explanation["message"].is_null() ? "" : explanation["message"]["sender"];
+        std::size_t counted = 0;
+        for (const json& responder : explanation["responders"]) {
+            const bool within =
+                !responder["limit"].is_null() &&
+                responder["limit"]["replies_today"] < responder["limit"]["replies_allowed"];
+            if (!within) {
+                continue;
+            }
+            ++counted;
+            const int replies = responder["limit"]["replies_today"];
+            const std::string id = responder["id"];
+            EXPECT_THAT(counts(), Contains(Row{id, sender, std::to_string(replies + 1)}));
+        }
+        if (counted == 0) {
+            EXPECT_EQ(counts(), before);
+        }
+    }
+
+    void hold_together(const std::string& message, const std::string& recipient) {
+        const std::vector<Row> before = counts();
+        database().sql("truncate mysql.general_log");
+        const json explanation = explained(message, recipient);
+        EXPECT_EQ(counts(), before) << "explaining has counted";
+        EXPECT_THAT(statements(), Each(testing::AnyOf(StartsWith("select "),
+                                                      StartsWith("SET SESSION TRANSACTION"))));
+        const Outcome outcome = answer(message, recipient);
+        const bool answered = explanation["status"] == 0;
+        EXPECT_EQ(explanation["verdict"], answered ? "would answer" : "would not answer");
+        EXPECT_EQ(answered, std::ranges::any_of(outcome.mails, [&](const Submission& mail) {
+                      return explanation["message"].is_object() &&
+                             mail.arguments.back() == explanation["message"]["sender"];
+                  }));
+        EXPECT_EQ(explanation["diagnostics"], outcome.err);
+        expect_same_mails(explanation, outcome);
+        expect_counts(explanation, before);
+    }
+};
+
+struct Case {
+    const char* name;
+    std::function<void()> set_up;
+};
+
+struct Letter {
+    const char* name;
+    std::string message;
+    std::string recipient = "user@example.com";
+};
+
+std::vector<Letter> letters() {
+    const std::string html = "<p>The <b>price</b> list,<br>please</p>\n";
+    return {
+        {"plain", message_with({"Subject: the price please"}, "We sit in Berlin.\n")},
+        {"reply-to", message_with({"Reply-To: Ann <ann@example.net>", "Subject: Hello"})},
+        {"empty", ""},
+        {"without sender", "Subject: x\n\nprice\n"},
+        {"loop", "From: user@example.com\n\nprice\n"},
+        {"daemon", "From: MAILER-DAEMON@example.org\n\nprice\n"},
+        {"option", "From: -oQ/tmp@example.org\nSubject: price\n\nBerlin\n"},
+        {"quote", "From: o'neil@example.org\nSubject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?=\n\nPRICE\n"},
+        {"unknown charset",
+         message_with({"Subject: =?x-no?Q?a?= price", "Content-Type: text/plain; charset=x-none"},
+                      "Berlin \xe9\n")},
+        {"koi8-r", message_with({"Subject: =?koi8-r?B?78bJ0w==?=",
+                                 "Content-Type: text/plain; charset=koi8-r"},
+                                "\xce\xc1 Berlin\n")},
+        {"html first",
+         message_with({"Subject: Hello", "Content-Type: multipart/alternative; boundary=b"},
+                      "--b\nContent-Type: text/html\n\n" + html +
+                          "\n--b\nContent-Type: text/plain\n\nBerlin price list\n"
+                          "--b--\n")},
+        {"nested", message_with({"Subject: Hello", "Content-Type: multipart/mixed; boundary=o"},
+                                "--o\nContent-Type: multipart/alternative; boundary=i\n\n"
+                                "--i\nContent-Type: text/plain\n\nBerlin\n--i--\n--o--\n")},
+        {"picture", message_with({"Subject: price", "Content-Type: image/png"}, "Berlin\n")},
+        {"trailing blank", "From: sender@example.org\nSubject: =?utf-8?Q?a?= \t\n \n\nx\n"},
+        {"alias", message_with({"Subject: price"}), "info@example.net"},
+        {"nobody", message_with({"Subject: price"}), "nobody@example.com"},
+        {"without @", message_with({"Subject: price"}), "user"},
+    };
+}
+
+class Table : public ExplainedAndAnswered {
+  protected:
+    std::vector<Case> cases() {
+        return {
+            {"no responder", [] {}},
+            {"one", [] { add_responder(1); }},
+            {"off", [] { add_responder(1, "resp_on='false'"); }},
+            {"null switch", [] { add_responder(1, "resp_on=null"); }},
+            {"key words",
+             [] {
+                 add_responder(1, "key_where='subj', keystr='price', text='by subject'");
+                 add_responder(2, "key_where='body', keystr='Berlin', text='by text'");
+                 add_responder(3, "key_where='Subj', keystr='nowhere', text='by neither'");
+             }},
+            {"limit reached",
+             [] {
+                 add_responder(1, "ans_freq='2'");
+                 sql("insert into resp_freq set rn_id=1, email='sender@example.org', num=2");
+             }},
+            {"limit of yesterday",
+             [] {
+                 add_responder(1, "ans_freq='1'");
+                 sql("insert into resp_freq set rn_id=1, email='sender@example.org', num=1, "
+                     "time_resp=now() - interval 2 day");
+             }},
+            {"limit not reached",
+             [] {
+                 add_responder(1, "ans_freq='2'");
+                 sql("insert into resp_freq set rn_id=1, email='sender@example.org', num=1");
+             }},
+            {"never", [] { add_responder(1, "ans_freq='never'"); }},
+            {"few remembered",
+             [] {
+                 add_responder(1, "mem_limit='1'");
+                 sql("insert into resp_freq set rn_id=1, email='x@example.org', num=1");
+             }},
+            {"forwards and files",
+             [] {
+                 add_responder(1, "reply_to='desk@example.com'");
+                 add_forward(1, "copy@example.net");
+                 add_forward(1, "-x@example.net");
+                 add_forward(1, "second@example.net");
+                 write_attachment("here.txt", "here");
+                 add_attachment(1, " here.txt ");
+                 add_attachment(1, "gone.txt");
+                 add_attachment(1, "../climbs.txt");
+                 add_responder(2, "subject='Re: <request_from>', charset='utf-16'");
+             }},
+            {"too large",
+             [] {
+                 add_responder(1, "reply_to='desk@example.com', text=repeat('long ', 1000)");
+                 add_responder(2);
+                 set_databytes("2000");
+             }},
+            {"control characters",
+             [] { add_responder(1, "reply_to='a\\nb', charset='x\\ny', content_type='\\r'"); }},
+        };
+    }
+};
+
+TEST_F(Table, OfMessagesAndPanelsComesOutTheSame) {
+    int pairs = 0;
+    for (const Letter& letter : letters()) {
+        for (const Case& panel : cases()) {
+            SCOPED_TRACE(std::string(letter.name) + ", " + panel.name);
+            World::SetUp();
+            sql("insert into domainaliases set dom_id=1, name='example.net'");
+            sql("insert into mail_aliases set mn_id=1, alias='info'");
+            sql("insert into misc set param='admin_email', val='admin@panel.example'");
+            panel.set_up();
+            hold_together(letter.message, letter.recipient);
+            ++pairs;
+        }
+    }
+    EXPECT_GE(pairs, 200);
+}
+
+TEST_F(Explain, NamesWhatASwitchedOffResponderIs) {
+    add_responder(1, "resp_on='false'");
+    EXPECT_EQ(verdict(plain_message()), "would not answer: responder 1: it is switched off\n");
+}
+
+TEST_F(Explain, NamesTheLetterCaseThatKeepsAKeyWordFromBeingFound) {
+    add_responder(1, "key_where='subj', keystr='HELLO'");
+    EXPECT_EQ(verdict(plain_message()),
+              "would not answer: responder 1: its key word is not in the subject: it stands there "
+              "in another letter case\n");
+    sql("update mail_resp set keystr='о ЦЕНАХ'");
+    EXPECT_THAT(
+        verdict(message_with({"Subject: =?utf-8?Q?=D0=9E_=D1=86=D0=B5=D0=BD=D0=B0=D1=85?="})),
+        EndsWith("it stands there in another letter case\n"));
+}
+
+TEST_F(Explain, NamesTheLineBreakThatKeepsAKeyWordFromBeingFound) {
+    add_responder(1, "key_where='body', keystr='price list'");
+    EXPECT_THAT(verdict(message_with({}, "Send me the price\nlist.\n")),
+                EndsWith("it stands there with a line break or other blanks in it\n"));
+    sql("update mail_resp set keystr='Price List'");
+    EXPECT_THAT(verdict(message_with({}, "Send me the price\n  list.\n")),
+                EndsWith("it stands there in another letter case and with a line break or other "
+                         "blanks in it\n"));
+    sql("update mail_resp set keystr='price\\nlist'");
+    EXPECT_THAT(verdict(message_with({}, "Send me the price\nlist.\n")),
+                EndsWith("it holds a line end, and no line does\n"));
+}
+
+TEST_F(Explain, NamesThePlaceThatKeepsAKeyWordFromBeingFound) {
+    add_responder(1, "key_where='body', keystr='Hello'");
+    EXPECT_THAT(verdict(plain_message()), EndsWith("it stands in the subject\n"));
+    sql("update mail_resp set key_where='subj', keystr='there?'");
+    EXPECT_THAT(verdict(plain_message()), EndsWith("it stands in the text\n"));
+    sql("update mail_resp set key_where='body', keystr='Berlin'");
+    EXPECT_THAT(verdict(message_with({"Content-Type: multipart/mixed; boundary=o"},
+                                     "--o\nContent-Type: multipart/alternative; boundary=i\n\n"
+                                     "--i\nContent-Type: text/plain\n\nin Berlin\n--i--\n--o--\n")),
+                EndsWith("it stands in part 1.1, text/plain, which is not looked at\n"));
+    sql("update mail_resp set keystr='nowhere'");
+    EXPECT_EQ(verdict(plain_message()),
+              "would not answer: responder 1: its key word is not in the text\n");
+}
+
+TEST_F(Explain, NamesTheLimitThatIsReached) {
+    add_responder(1, "ans_freq='2'");
+    sql("insert into resp_freq set rn_id=1, email='sender@example.org', num=2");
+    EXPECT_EQ(verdict(plain_message()),
+              "would not answer: responder 1: the limit is reached: 2 answered today, and 2 "
+              "allowed\n");
+    sql("update mail_resp set ans_freq='many'");
+    EXPECT_EQ(verdict(plain_message()),
+              "would not answer: responder 1: it allows no replies at all: ans_freq is 'many'\n");
+}
+
+TEST_F(Explain, NamesTheMailboxThatIsMissing) {
+    EXPECT_EQ(verdict(plain_message(), "nobody@example.com"),
+              "would not answer: there is no mailbox nobody@example.com\n");
+}
+
+TEST_F(Explain, CannotTellWithAWrongPassword) {
+    write_file("/etc/tva/.tva.shadow", "wrong\n");
+    const Finished finished = explain(plain_message());
+    EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+    EXPECT_THAT(finished.out, HasSubstr("Verdict: cannot tell: Unable to connect to Tolva "
+                                        "Database: Access denied for user 'admin'@'localhost'"));
+    const json explanation =
+        json::parse(explain(plain_message(), "user@example.com", {"--json"}).out);
+    EXPECT_EQ(explanation["verdict"], "cannot tell");
+}
+
+TEST_F(Explain, CannotTellWhatDependsOnATableThatIsMissing) {
+    add_responder(1);
+    lose_table("resp_forward");
+    const Finished finished = explain(plain_message());
+    EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+    EXPECT_THAT(finished.out, HasSubstr("Verdict: cannot tell: Unable to exec query :"));
+}
+
+TEST_F(Explain, SaysThatAReplyIsCountedAndNotSent) {
+    add_responder(1);
+    EXPECT_EQ(verdict("From: -x@example.org\n\nHello\n"),
+              "would not answer: responder 1: its reply cannot be sent, but counts all the same\n");
+}
+
+TEST_F(Explain, TellsWhatWasTakenFromTheMessage) {
+    add_responder(1);
+    const std::string text =
+        explain(message_with({"Reply-To: Ann <ann@example.net>", "Date: today",
+                              "Subject: =?iso-8859-1?Q?caf=E9?=",
+                              "Content-Type: multipart/mixed; boundary=o"},
+                             "--o\nContent-Type: multipart/related; boundary=i\n\n--i--\n"
+                             "--o\nContent-Type: TEXT/HTML; charset=koi8-r\n\n<p>1\n2\n3\n4\n5\n6\n"
+                             "--o--\n"))
+            .out;
+    EXPECT_THAT(text,
+                HasSubstr("  sender      ann@example.net, from Reply-To:\n"
+                          "  subject     caf\xC3\xA9\n"
+                          "  date        today\n"
+                          "  text        part 2 of 2, TEXT/HTML\n"
+                          "              a multipart/related within it is not looked into\n"
+                          "              its HTML source is what key words are looked for in\n"
+                          "  charset     koi8-r\n"
+                          "              | <p>1\n"
+                          "              | 2\n"
+                          "              | 3\n"
+                          "              | 4\n"
+                          "              | 5\n"
+                          "              | ...\n"
+                          "  loop        none\n"));
+}
+
+TEST_F(Explain, SaysThatAMessageIsEmpty) {
+    EXPECT_THAT(explain("").out, HasSubstr("the message is empty\n"));
+}
+
+TEST_F(Explain, ShowsNothingThatCouldMoveTheCursor) {
+    add_responder(1, "key_where='subj', keystr='\\x1b[2J'");
+    for (const char c :
+         explain("From: \"\x1b[1m\"@example.org\nSubject: \x1b[2J\x07\xff\n\n\x1b]0;x\x07\n").out) {
+        EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= ' ') << int{c};
+    }
+}
+
+TEST_F(Explain, IsPlainWhenItIsNoTerminalThatReads) {
+    EXPECT_THAT(explain(plain_message()).out, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(Explain, RefusesAWrongCall) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{},
+          {"explain"},
+          {"explain", "a@b", "c@d"},
+          {"explain", "--no"},
+          {"explain", "--replies"},
+          {"unknown"},
+          {"check", "x"},
+          {"answered"},
+          {"answered", "a@b", "--clear", "x", "--clear-all"}}) {
+        const Finished finished = control({.message = plain_message(), .arguments = arguments});
+        EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+        EXPECT_EQ(finished.out, "");
+        EXPECT_THAT(finished.err, testing::MatchesRegex(
+                                      "autoresponderctl: [^\n]*; see autoresponderctl --help\n"));
+    }
+}
+
+TEST_F(Explain, RefusesAMessageThatCannotBeRead) {
+    const Finished finished =
+        control({.input_path = "/etc", .arguments = {"explain", "user@example.com"}});
+    EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+    EXPECT_EQ(finished.err, "autoresponderctl: the message cannot be read: Is a directory (21)\n");
+}
+
+TEST_F(Explain, RefusesADirectoryThatCannotBeWrittenTo) {
+    add_responder(1);
+    const Finished finished =
+        explain(plain_message(), "user@example.com", {"--replies", "/etc/passwd"});
+    EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+    EXPECT_EQ(finished.err,
+              "autoresponderctl: cannot write /etc/passwd/1-reply.eml: Not a "
+              "directory (20)\n");
+}
+
+TEST_F(Explain, WritesMailsThatOnlyTheirOwnerCanRead) {
+    add_responder(1);
+    explained(plain_message());
+    EXPECT_EQ(fs::status(kReplies).permissions(), fs::perms(0700));
+    EXPECT_EQ(fs::status(std::string(kReplies) + "/1-reply.eml").permissions(), fs::perms(0600));
+}
+
+TEST_F(Explain, TellsItsVersionAndHowItIsCalled) {
+    const Finished help = control({.arguments = {"--help"}});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, StartsWith("usage: autoresponderctl explain "));
+    EXPECT_THAT(control({.arguments = {"--version"}}).out,
+                testing::MatchesRegex("autoresponderctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+}  // namespace

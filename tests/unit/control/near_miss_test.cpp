@@ -1,0 +1,87 @@
+#include "control/near_miss.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/unit/control/message.h"
+
+namespace {
+
+Mail_content mail(const std::string& subject, const std::string& text) {
+    Mail_content content;
+    content.subject = subject;
+    content.body_lines = BodyLines(text);
+    return content;
+}
+
+ResponderRow looking_for(const std::string& key, const std::string& where) {
+    ResponderRow row;
+    row.keystr = key;
+    row.key_where = where;
+    return row;
+}
+
+std::string in_subject(const std::string& key, const std::string& subject,
+                       const std::string& text = "") {
+    return near_miss(looking_for(key, "subj"), mail(subject, text), *message_of("\n"));
+}
+
+std::string in_text(const std::string& key, const std::string& text,
+                    const std::string& subject = "", const std::string& message = "\n") {
+    return near_miss(looking_for(key, "body"), mail(subject, text), *message_of(message));
+}
+
+TEST(LowerCase, IsThatOfUnicode) {
+    EXPECT_EQ(in_lower_case("Price 1 EUR"), "price 1 eur");
+    EXPECT_EQ(in_lower_case("\xD0\xA6\xD0\x95\xD0\x9D\xD0\x90"),  // Cyrillic capitals
+              "\xD1\x86\xD0\xB5\xD0\xBD\xD0\xB0");
+}
+
+TEST(LowerCase, LeavesOtherBytesAlone) {
+    EXPECT_EQ(in_lower_case("A\xE9Z\xC3"), "a\xE9z\xC3");
+    EXPECT_EQ(in_lower_case(std::string("A\0B", 3)), std::string("a\0b", 3));
+}
+
+TEST(NearMiss, IsTheLetterCase) {
+    EXPECT_EQ(in_subject("PRICE", "the price"), "it stands there in another letter case");
+    EXPECT_EQ(in_text("price", "the\nPrice list"), "it stands there in another letter case");
+}
+
+TEST(NearMiss, IsALineBreakOrOtherBlanks) {
+    EXPECT_EQ(in_text("price list", "price\nlist"),
+              "it stands there with a line break or other blanks in it");
+    EXPECT_EQ(in_text("price list", "price  \r\n list"),
+              "it stands there with a line break or other blanks in it");
+    EXPECT_EQ(in_subject("price list", "price\tlist"),
+              "it stands there with a line break or other blanks in it");
+}
+
+TEST(NearMiss, IsBoth) {
+    EXPECT_EQ(in_text("price list", "PRICE\nlist"),
+              "it stands there in another letter case and with a line break or other blanks in it");
+}
+
+TEST(NearMiss, IsTheOtherPlace) {
+    EXPECT_EQ(in_subject("price", "Hello", "the price"), "it stands in the text");
+    EXPECT_EQ(in_text("price", "Hello", "the price"), "it stands in the subject");
+}
+
+TEST(NearMiss, IsAnotherPart) {
+    EXPECT_EQ(in_text("price", "Hello", "",
+                      "Content-Type: multipart/mixed; boundary=o\n\n"
+                      "--o\nContent-Type: text/plain\n\nHello\n"
+                      "--o\nContent-Type: text/html\n\nthe Price\n--o--\n"),
+              "it stands in part 2, text/html, which is not looked at");
+}
+
+TEST(NearMiss, IsALineEndInTheKeyWord) {
+    EXPECT_EQ(in_text("price\nlist", "price\nlist"), "it holds a line end, and no line does");
+}
+
+TEST(NearMiss, IsNothingOfThat) {
+    EXPECT_EQ(in_text("price", "Hello", "Hello"), "");
+    EXPECT_EQ(in_subject("price", ""), "");
+}
+
+}  // namespace
