@@ -71,6 +71,9 @@ void forbid_system_call_with(long number, unsigned char first_argument) {
 void fail_fork(int error) {
     fail_system_call_with(SYS_clone, SIGCHLD, error);
     fail_system_call(SYS_clone3, error);
+#ifdef SYS_vfork
+    fail_system_call(SYS_vfork, error);
+#endif
 }
 
 }  // namespace testing_support
