@@ -81,10 +81,6 @@ ConnectionHandle log_in_without_error(const AdminPassword& password, Patience& p
 
 }  // namespace
 
-void db_library_init(void) {
-    mysql_library_init(0, nullptr, nullptr);
-}
-
 MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
     AdminPassword password;
     Patience patience;
