@@ -41,8 +41,8 @@ bool connect(int source, int slot) {
 
 bool connect_streams(const Streams& wanted) {
     std::array<int, kStandardStreams> sources = {wanted.in, wanted.out, wanted.err};
-    // A standard stream that is wanted in another's place goes out of the way first: its own slot
-    // may be filled before it is needed, and must not be closed afterwards.
+    // A standard stream that is wanted in another's place is copied first: its own slot may be
+    // filled before it is needed, and must not be closed afterwards.
     for (int slot = 0; slot < kStandardStreams; ++slot) {
         int& source = sources[static_cast<size_t>(slot)];
         if (source >= 0 && source < kStandardStreams && source != slot) {
@@ -61,7 +61,7 @@ bool connect_streams(const Streams& wanted) {
     return true;
 }
 
-// The number that a directory entry of /proc/self/fd stands for, or -1.
+// The number that an entry of /proc/self/fd is named after, or -1.
 int descriptor_number(const char* name) {
     if (*name == '\0') {
         return -1;
@@ -128,7 +128,7 @@ class BlockedSignals {
     sigset_t before_{};
 };
 
-// Gives every signal that is not ignored its default action, as execv does, and SIGPIPE in any
+// Sets every signal that is not ignored to its default action, as execv does, and SIGPIPE in any
 // case: a caller that ignores it does so for its own writes; a program started with it ignored
 // would go on writing to a reader that has gone.
 void reset_signal_actions() {
@@ -167,16 +167,15 @@ void report_failed_execv(const char* path, int error) {
     say("fork_execv: execv(\"", path, "\") failed: ", reason(error), "\n");
 }
 
-// vfork(2), because copying the page tables of the caller, and its pages as it goes on writing,
-// takes several times as long. The caller stands still until the child has become the program or
-// ended; the child runs on the caller's memory and stack, and so
+// vfork(2), because copying the caller's page tables, and then its pages as it writes to them,
+// takes much longer than all else here. The caller is suspended until the child has become the
+// program or ended, and the child runs in the caller's memory, on its stack. So it
 //
 // - calls async-signal-safe functions only, which allocate nothing and take no lock;
-// - leaves nothing changed but errno and stack that is not in use;
+// - changes nothing but errno and the unused part of the stack;
 // - runs none of the caller's signal handlers, which may write anywhere: signals are blocked until
-// it
-//   has reset their actions, which are its own. One that came for it meanwhile then does to it what
-//   it would do to the program;
+//   it has reset their actions, which are not shared; one that was sent to it by then takes its
+//   default action, as it would in the program;
 // - ends with _exit(2) if it does not become the program.
 pid_t start(const Streams& wanted, const char* path, char* const argv[], ExecFailureReport report) {
     const int error = errno;

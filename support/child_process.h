@@ -14,7 +14,7 @@
 namespace tolva::child {
 
 /// Where the child's standard streams come from. The number of the stream itself means that the
-/// child inherits it, -1 means /dev/null, any other value is a descriptor of the caller, which is
+/// child inherits it, -1 means /dev/null; any other value is a descriptor of the caller, which is
 /// closed in the child once it has become the stream.
 struct Streams {
     int in = 0;
@@ -42,12 +42,12 @@ pid_t start(const Streams& wanted, const char* path, char* const argv[],
 /// waitpid(2), or -1 with errno.
 int wait_for(pid_t pid);
 
-/// strerror(3) without its buffer and its locale; async-signal-safe.
+/// strerror(3) without a buffer or a locale; async-signal-safe.
 const char* reason(int error);
 
 void say_pieces(std::span<const iovec> pieces);
 
-/// Writes the texts, which are const char*, to standard error in one piece; async-signal-safe.
+/// Writes the texts, which are const char*, to standard error with one call; async-signal-safe.
 template <typename... Texts>
 void say(Texts... texts) {
     const std::array<iovec, sizeof...(texts)> pieces{
@@ -55,7 +55,7 @@ void say(Texts... texts) {
     say_pieces(pieces);
 }
 
-/// An argument vector for execv(2); the strings belong to whoever passed them.
+/// An argument vector for execv(2); the strings belong to the caller that passed them.
 using ArgumentVector = CPointer<char*[]>;
 
 /// The const char* arguments of a variable list up to and including the null pointer that ends it.
@@ -66,7 +66,7 @@ ArgumentVector collect_arguments(va_list arguments);
 void report_failed_malloc(int status);
 
 /// Calls run(argv) with the arguments of a variable list. When there is no memory for them, reports
-/// "malloc() failed: %s" through messlog2 with that status and gives -1.
+/// "malloc() failed: %s" through messlog2 with that status and returns -1.
 template <typename Run>
 int with_arguments(va_list arguments, int status, Run run) {
     const ArgumentVector argv = collect_arguments(arguments);

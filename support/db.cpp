@@ -44,8 +44,8 @@ bool reports_error(const ConnectionHandle& connection) {
     return connection != nullptr && mysql_errno(connection.get()) != 0;
 }
 
-// Opens a connection and logs in, by several tries where the server's refusal may pass. Null with
-// errno and the reason in err.
+// Opens a connection and logs in, trying again after refusals that pass. Null with errno and the
+// reason in err.
 ConnectionHandle log_in(const AdminPassword& password, Patience& patience, char* err, size_t size) {
     db_library_init();
     while (true) {

@@ -1,5 +1,6 @@
 #include <mysql.h>
 #include <nss.h>
+
 #include <openssl/crypto.h>
 
 #include "support/db.h"

@@ -1,5 +1,5 @@
-/* Starting another program beside the caller, with its standard streams connected to the caller's
- * descriptors: vfork(2), dup2(2), execv(3).
+/* Starting another program that runs beside the caller, with its standard streams connected to
+ * descriptors of the caller: vfork(2), dup2(2), execv(3).
  *
  * These two functions do not wait for the program: that (waitpid(2)), and judging its exit status,
  * is up to the caller. exec_run.h has the functions that wait, exec_output.h those that collect

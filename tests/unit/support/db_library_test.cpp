@@ -42,7 +42,8 @@ TEST(DbLibraryInit, ReadsNoConfigurationOfOpenssl) {
         inotify_add_watch(watch, path.c_str(), IN_OPEN);
         db_library_init();
         std::array<char, 4096> event{};
-        note(read(watch, event.data(), event.size()) > 0 ? "opened" : testing_support::error_name());
+        note(read(watch, event.data(), event.size()) > 0 ? "opened"
+                                                         : testing_support::error_name());
     });
     unlink(path.c_str());
     EXPECT_EQ(run.noted, "EAGAIN\n");

@@ -67,7 +67,7 @@ void forbid_system_call_with(long number, unsigned char first_argument) {
 }
 
 // The first argument of clone(2) has the signal for the parent in its lowest byte. The threads of a
-// sanitizer have none there, and go on.
+// sanitizer have none there, and are not concerned.
 void fail_fork(int error) {
     fail_system_call_with(SYS_clone, SIGCHLD, error);
     fail_system_call(SYS_clone3, error);
