@@ -16,7 +16,7 @@ struct FreeDeleter {
 template <typename T>
 using CPointer = std::unique_ptr<T, FreeDeleter>;
 
-/// realloc(3) of an owned block: false with errno, and the block as it was, when there is no
+/// realloc(3) of an owned block. False with errno, and the block unchanged, when there is no
 /// memory.
 template <typename T>
 bool resize(CPointer<T>& block, std::size_t bytes) {
@@ -29,7 +29,7 @@ bool resize(CPointer<T>& block, std::size_t bytes) {
     return true;
 }
 
-/// Leaves errno as it is: it tells why the file is given up.
+/// Keeps errno, which may be the reason for giving the file up.
 struct FileCloser {
     void operator()(std::FILE* file) const {
         const int error = errno;

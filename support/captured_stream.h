@@ -13,10 +13,10 @@ class CapturedStream {
     /// stream is not collected, and the child writes to /dev/null.
     explicit CapturedStream(char** target);
 
-    /// Makes the pipe; reports through messlog2 when it cannot.
+    /// Makes the pipe; reports through messlog2 if it cannot.
     bool open();
 
-    /// What to pass for the child's stream; -1 where nothing is collected.
+    /// What to pass for the child's stream; -1 if nothing is collected.
     int child_end() const { return child_end_.get(); }
 
     /// To be called once the child has its end.
@@ -25,7 +25,7 @@ class CapturedStream {
     /// The descriptor to poll, -1 at end of file.
     int read_end() const { return read_end_.get(); }
 
-    /// Reads what there is; reports through messlog2 when that fails.
+    /// Reads what there is; reports through messlog2 if that fails.
     bool read();
 
     void close() { read_end_.close(); }

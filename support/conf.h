@@ -1,8 +1,8 @@
 /* The panel's installation paths: the variables of "/etc/tva/tva.conf", with compiled defaults.
  *
- * The file is loaded once, at the first call that needs it. As long as that fails every call tries
- * again. Strings returned belong to the configuration: they stay valid to the end of the process
- * and must not be freed.
+ * The file is loaded once, by the first call that needs it. As long as that fails, every call tries
+ * again. The strings returned belong to the configuration: they stay valid to the end of the
+ * process and must not be freed. None of the functions throws.
  *
  * The indices of the variables are in support/conf_variables.h. For reading other files of this
  * kind see support/conf_table.h, which this header includes.

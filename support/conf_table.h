@@ -16,7 +16,7 @@
 extern "C" {
 #endif
 
-/* Both strings are the table's, from malloc(3). */
+/* Both strings belong to the table and are from malloc(3). */
 struct conf_entry {
     char* name;
     char* value;
@@ -34,7 +34,7 @@ struct conf_table {
 struct conf_table* conf_new_r(void);
 
 /* Makes room for one more entry: 20 entries in a new table, and when a table is full, twice its
- * capacity, or, where that is no more than its count, 20 more than the count. Returns 0; without
+ * capacity, or, if that is no more than its count, 20 more than the count. Returns 0; without
  * memory, reports "Unable to read configuration: %s" and returns -1 with errno ENOMEM and the table
  * as it was. */
 int conf_init_r(struct conf_table* table);
@@ -60,8 +60,8 @@ void conf_finalize_r(struct conf_table* table);
  *   the table), or a failure of conf_init_r or conf_set_r (the table holds what fitted in). */
 int conf_read_file_r(const char* path, struct conf_table* table);
 
-/* The value of the variable called name, which is the table's, or null. A binary search in a sorted
- * table, a linear one in another. */
+/* The value of the variable called name, which belongs to the table, or null. The search is binary
+ * in a sorted table and linear in any other. */
 const char* conf_get_r(const char* name, const struct conf_table* table);
 
 /* Frees the entries and the table itself; null does nothing. */

@@ -1,7 +1,7 @@
 /* The indices of the panel's installation paths (support/conf.h).
  *
- * They stand in a header of their own because C knows no other place for them than the global
- * namespace: only who asks for a variable by its index gets names like LOGROTATE.
+ * They have a header of their own because C can put them only in the global namespace: just the
+ * files that ask for a variable by its index get names like LOGROTATE.
  */
 #ifndef SUPPORT_CONF_VARIABLES_H
 #define SUPPORT_CONF_VARIABLES_H

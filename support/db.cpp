@@ -44,8 +44,8 @@ bool reports_error(const ConnectionHandle& connection) {
     return connection != nullptr && mysql_errno(connection.get()) != 0;
 }
 
-// Opens a connection and logs in, by several tries where the server's refusal may pass. Null with
-// errno and the reason in err.
+// Opens a connection and logs in, trying again after refusals that pass. Null with errno and the
+// reason in err.
 ConnectionHandle log_in(const AdminPassword& password, Patience& patience, char* err, size_t size) {
     db_library_init();
     while (true) {
@@ -80,10 +80,6 @@ ConnectionHandle log_in_without_error(const AdminPassword& password, Patience& p
 }
 
 }  // namespace
-
-void db_library_init(void) {
-    mysql_library_init(0, nullptr, nullptr);
-}
 
 MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
     AdminPassword password;

@@ -26,7 +26,8 @@ extern "C" {
 #endif
 
 /* Makes the client library ready; needed before mysql_escape_string() when no connection has been
- * made yet. Further calls do nothing. */
+ * made yet. Further calls do nothing. The process reads no configuration file of OpenSSL after
+ * that, and looks services up in /etc/services only. */
 void db_library_init(void);
 
 /* Opens the connection and logs in. Returns null on failure, with one of

@@ -7,7 +7,7 @@
 
 namespace tolva::db {
 
-/// Leaves errno as it is: it tells why the connection is given up.
+/// Keeps errno, which may be the reason for giving the connection up.
 struct ConnectionDeleter {
     void operator()(MYSQL* connection) const {
         const int error = errno;
@@ -26,10 +26,10 @@ using ResultHandle = std::unique_ptr<MYSQL_RES, ResultDeleter>;
 /// mysql_store_result(3), owned: the rows of the statement just sent, or null, with an error number
 /// at the handle unless it was one without rows.
 ///
-/// Where the client itself stopped reading, for lack of memory, say, the rest of the rows is still
-/// to come, and would be taken for the answer to the next statement, or waited for. The connection
-/// is cut off then: every further statement fails at once, and closing it does not wait. An error
-/// that the server sent ends the rows and leaves the connection usable.
+/// If the client itself stopped reading, for lack of memory, say, the rest of the rows is still to
+/// come, and would be taken for the answer to the next statement. The connection is cut off then:
+/// every further statement fails at once, and closing it does not wait. An error that the server
+/// sent ends the rows and leaves the connection usable.
 ResultHandle store_result(MYSQL* connection);
 
 }  // namespace tolva::db

@@ -21,7 +21,7 @@ namespace {
 constexpr size_t kParameterSize = 4096;
 char parameter[kParameterSize];
 
-// The caller's connection or, where there is none, one that lasts as long as this object.
+// The caller's connection or, if there is none, one that lasts as long as this object.
 class BorrowedOrOwn {
   public:
     explicit BorrowedOrOwn(MYSQL* borrowed)
@@ -105,7 +105,7 @@ int report_failure(const char* format, const char* name, const char* reason) {
     return -1;
 }
 
-// The value as it stands between the quotes of a string literal of SQL.
+// The value as it is written between the quotes of a string literal of SQL.
 std::string escaped(MYSQL* connection, const char* value) {
     const tolva::CPointer<char> text(escape_mysql_param(connection, value));
     if (text == nullptr) {

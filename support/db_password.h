@@ -16,8 +16,8 @@ class AdminPassword {
     ~AdminPassword();
 
     /// Reads the first line of /etc/tva/.tva.shadow, at most 99 characters, without the line feed
-    /// at its end; a carriage return there belongs to the password. False with errno and the reason
-    /// in err, a buffer of that size; errno is 0 where the file is empty.
+    /// at its end; a carriage return there is part of it. False with errno and the reason
+    /// in err, a buffer of that size; errno is 0 if the file is empty.
     bool read(char* err, std::size_t size);
 
     const char* text() const { return text_.data(); }

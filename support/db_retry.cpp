@@ -15,7 +15,7 @@ namespace {
 constexpr std::chrono::milliseconds kFirstPause{50};
 constexpr std::chrono::milliseconds kLongestPause{800};
 
-// Not from rand(3), whose sequence is the program's.
+// Not from rand(3), whose sequence belongs to the program.
 std::uint32_t random_number() {
     std::uint32_t number = 0;
     return getrandom(&number, sizeof number, GRND_NONBLOCK) == sizeof number ? number : 0;

@@ -7,7 +7,8 @@
  *
  * Results are those of system(3) and pclose(3): the status of the program as from waitpid(2)
  * (WIFEXITED, WEXITSTATUS, WIFSIGNALED, ...), or -1 with errno. Only that program is waited for,
- * also after a failure. Reports go through messlog2 and never end the process.
+ * even after a failure. Reports go through messlog2 and never end the process. None of the
+ * functions throws.
  *
  * Arguments are a whole argument vector as for execv(3), argv[0] included, or the same as a list of
  * const char* that a null pointer ends. What exec.h says about the child holds here (but not for
@@ -41,7 +42,7 @@ int popen_exec(const char* command);
 
 /* Runs path with the caller's standard input and error and collects its standard output. Reports
  *     Cannot fork():\n<reason>
- *     Cannot allocate buffer:\n<reason>          also for the argument vector and the pipe
+ *     Cannot allocate buffer:\n<reason>          the argument vector and the pipe included
  *     Cannot read child output:\n<reason>
  *     utility <path> failed (result=<exit status>):\n<output>
  *     utility <path> killed (signal <number>):\n<output>
@@ -68,7 +69,7 @@ int read_to_buf(int fd, char** buf, size_t* length, size_t* capacity);
  *     fork_execv_getouterr: pipe() failed
  *     fork_execv_getouterr: fcntl(O_NONBLOCK) failed
  *     fork_execv_pipes: fork() failed
- *     fork_exec*: read(pipe) failed: <reason>    also when poll(2) fails
+ *     fork_exec*: read(pipe) failed: <reason>    or poll(2) failed
  *     malloc() failed: <reason>                  no memory for the arguments of the list
  * and what read_to_buf reports. */
 int fork_execv_getouterr(char** out, char** err, const char* path, char* const argv[]);

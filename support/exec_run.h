@@ -3,7 +3,7 @@
  * Results are those of system(3): the status of the program as from waitpid(2) (WIFEXITED,
  * WEXITSTATUS, WIFSIGNALED, ...), or -1 with errno when it could not be started or waited for. Only
  * that program is waited for; other children of the caller are left alone. Reports go through
- * messlog2 and never end the process.
+ * messlog2 and never end the process. None of the functions throws.
  *
  * Arguments are a whole argument vector as for execv(3), argv[0] included, or the same as a list of
  * const char* that a null pointer ends. The program is found by path alone, not in PATH. What

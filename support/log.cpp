@@ -53,13 +53,13 @@ __attribute__((format(printf, 2, 0))) void write_log(std::FILE* stream, const ch
     std::fflush(stream);
 }
 
-// A message in a buffer with whatever room is behind it.
+// A message in a buffer with whatever room is left after it.
 struct Message {
     tolva::CPointer<char> text;
     std::size_t capacity;
 };
 
-// Formats with errno as it was at the call, for the sake of %m.
+// Formats with errno as it was at the call, for %m.
 __attribute__((format(printf, 2, 0))) Message format_message(int error, const char* format,
                                                              va_list args) {
     Message message{tolva::CPointer<char>(static_cast<char*>(std::malloc(kMessageBuffer))),

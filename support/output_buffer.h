@@ -20,10 +20,10 @@ class OutputBuffer {
     bool reserve();
 
     /// Reads until end of file (ended) or until a non-blocking descriptor has nothing more for now
-    /// (pending). no_memory and failed leave errno. What was read so far is kept.
+    /// (pending). no_memory and failed set errno. What was read so far is kept.
     Outcome read_from(int descriptor);
 
-    /// Reads to the end of file and keeps nothing of it.
+    /// Reads to the end of file and keeps nothing.
     static void drain(int descriptor);
 
     /// Never null.

@@ -21,9 +21,9 @@ class OutputStreamStrategy {
 };
 
 /// A std::ostream over something that has a descriptor: a bare descriptor, or a FILE* that
-/// CloseStrategy knows how to close. It owns what it is built over from the call on, also when it
+/// CloseStrategy knows how to close. It owns what it is built over from the call on, even if it
 /// cannot be used or constructed: a stream that cannot be used has badbit set from the start, and
-/// the constructors throw std::bad_alloc, after closing, when there is no memory for the buffer.
+/// the constructors throw std::bad_alloc, after closing, if there is no memory for the buffer.
 ///
 /// The destructor writes what is still in the buffer, then closes: a process that reads from a
 /// FILE* has been sent everything before pclose(3) waits for it. A failure at that point goes
@@ -87,8 +87,8 @@ class basic_handlestream : public std::ostream, protected StreamStrategy {
     FileBuffer buffer_;
 };
 
-/// An output stream over the write end of a pipe. Its destruction gives the reader end-of-file;
-/// waiting for the reader is left to the caller.
+/// An output stream over the write end of a pipe. When it is destroyed, the reader gets
+/// end-of-file; waiting for the reader is left to the caller.
 class ofd_pipestream : public basic_handlestream<PipeCloseStrategy, OutputStreamStrategy> {
   public:
     /// Takes ownership of fd.

@@ -58,7 +58,7 @@ std::string read(const std::string& text) {
     return contents(*table);
 }
 
-// What reading that file reports, behind its result and errno.
+// What reading that file reports, followed by its result and errno.
 std::string report(const char* path) {
     const ChildRun run = run_in_child([path] {
         tolva_log_init("console", 12, LOG_USER, 0, "test");
@@ -78,7 +78,7 @@ std::string report_on_text(const std::string& text) {
     return report(file.path());
 }
 
-TEST(ConfReadFile, CommentBehindAValueIsCutOff) {
+TEST(ConfReadFile, CommentAfterAValueIsCutOff) {
     EXPECT_EQ(read("TOLVA_MAILNAMES_D /srv/mail # comment\n"), "TOLVA_MAILNAMES_D=/srv/mail;");
     EXPECT_EQ(read("A b#c\n"), "A=b;");
     EXPECT_EQ(read("A \"b#c\" \\# d\n"), "A=\"b;");
@@ -108,7 +108,7 @@ TEST(ConfReadFile, CarriageReturnsAreWhiteSpace) {
     EXPECT_EQ(read("A b\r\nC d\r\n"), "A=b;C=d;");
 }
 
-TEST(ConfReadFile, NameWithoutSpaceBehindItIsRejected) {
+TEST(ConfReadFile, NameWithoutSpaceAfterItIsRejected) {
     EXPECT_EQ(report_on_text("TOLVA_MAILNAMES_D=/srv/mail\nA b\n"),
               "Invalid variable definition TOLVA_MAILNAMES_D=/srv/mail\n\n"
               "Expected a space after variable name\n\n"

@@ -539,19 +539,6 @@ TEST_F(DbFreshProcess, TheModeStaysUnknownAfterAFailedSetUp) {
                                testing::EndsWith("mode: -1")));
 }
 
-std::string escaped_without_connection() {
-    db_library_init();
-    db_library_init();
-    std::array<char, 20> escaped{};
-    const unsigned long length = mysql_escape_string(escaped.data(), "it's", 4);
-    return {escaped.data(), length};
-}
-
-TEST_F(DbFreshLibrary, EscapesWithoutAConnection) {
-    EXPECT_EXIT(end(escaped_without_connection()), ::testing::ExitedWithCode(0),
-                testing::Eq("it\\'s"));
-}
-
 std::string reason_without_server() {
     setenv("MYSQL_UNIX_PORT", "/no/such/socket", 1);
     return try_connect().reason;

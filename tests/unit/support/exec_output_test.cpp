@@ -38,7 +38,7 @@ constexpr char kShell[] = "/bin/sh";
 constexpr char kAgain[] = "\nSystem error 11: Resource temporarily unavailable\n";
 constexpr char kNoMemory[] = "\nSystem error 12: Cannot allocate memory\n";
 
-// A text that a function of the family gives, or null; something else before the call.
+// A text that a function of the family returns, or null; something else before the call.
 class GivenText {
   public:
     GivenText() = default;
@@ -58,7 +58,7 @@ class GivenText {
     char* text_ = unset_.data();
 };
 
-// Notes the result of call, the text it gave, and the children and descriptors it left behind.
+// Notes the result of call, the text it returned, and the children and descriptors it left behind.
 template <typename Call>
 void note_call(Call call) {
     GivenText out;

@@ -50,7 +50,7 @@ const std::vector<par_templ>& table() {
     return entries;
 }
 
-// The output of templ_replace with "<" and ">", and its counters behind it: consumed, written,
+// The output of templ_replace with "<" and ">", followed by its counters: consumed, written,
 // result flags; then whether the output is terminated.
 std::string replace(std::string_view source, std::size_t size = kRoomy, int flags = 0) {
     const TemplateResult result = actual_replace('<', '>', table(), source, size, flags);
@@ -122,8 +122,8 @@ TEST(TemplReplace, NothingThatWasLookedAtOpensAPlaceholder) {
     EXPECT_EQ(replace("<<name>"), "opened|7 6 0");
     const std::string inside = "<" + std::string(20, 'x') + "<" + std::string(12, 'y') + "name>";
     EXPECT_EQ(replace(inside), inside + "|39 39 0");
-    const std::string behind = "<" + std::string(33, 'x');
-    EXPECT_EQ(replace(behind + "<name>"), behind + "value|40 39 0");
+    const std::string longer = "<" + std::string(33, 'x');
+    EXPECT_EQ(replace(longer + "<name>"), longer + "value|40 39 0");
     const std::string last = "<" + std::string(32, 'x') + "<";
     EXPECT_EQ(replace(last + "name>"), last + "name>|39 39 0");
 }
@@ -157,7 +157,7 @@ TEST(TemplReplace, OutputExactlyAsLongAsSizeIsCompleteButNotTerminated) {
     EXPECT_EQ(replace("text", 5), "text|4 4 0");
 }
 
-TEST(TemplReplace, ValueThatEndsOnSizeIsTerminatedBehindIt) {
+TEST(TemplReplace, ValueThatEndsOnSizeIsTerminatedAfterIt) {
     EXPECT_EQ(replace("a<name>", 6), "avalue|7 6 0");
     EXPECT_EQ(replace("a<name>", 6, kStop), "avalue|7 6 0");
 }
