@@ -1,12 +1,16 @@
 #include "core/database.h"
 
+#include <errmsg.h>
 #include <mysqld_error.h>
 
+#include <array>
 #include <new>
 
 #include "core/run_end.h"
 #include "support/c_pointer.h"
 #include "support/db_params.h"
+#include "support/db_retry.h"
+#include "support/db_session.h"
 
 bool QueryResult::fetch() {
     row_ = rows_ ? mysql_fetch_row(rows_.get()) : nullptr;
@@ -38,6 +42,40 @@ bool was_rolled_back(MYSQL* connection) {
            (connection->server_status & SERVER_STATUS_AUTOCOMMIT) != 0;
 }
 
+// Whether the statement has just failed because the connection broke, and may be sent again by
+// another. Where nobody knows what became of it, only an insertion does harm when it is repeated.
+bool was_cut_off(MYSQL* connection, const std::string& statement) {
+    switch (mysql_errno(connection)) {
+        case CR_SERVER_GONE_ERROR:  // before it was sent
+        case ER_SERVER_SHUTDOWN:    // undone
+        case ER_CONNECTION_KILLED:
+            return true;
+        case CR_SERVER_LOST:  // before it was answered
+            return !statement.starts_with("insert ");
+        default:
+            return false;
+    }
+}
+
+// Takes the place of a connection that broke, with a session set up in the same way. False when
+// that is not to be had within a few seconds, which are all there are in a run.
+bool connect_again(MYSQL* connection) {
+    static tolva::db::Patience patience;
+    const my_bool on = 1;
+    const my_bool off = 0;
+    std::array<char, 256> ignored{};
+    bool utf8_mode = false;
+    bool connected = false;
+    mysql_options(connection, MYSQL_OPT_RECONNECT, &on);
+    do {
+        connected =
+            mariadb_reconnect(connection) == 0 &&
+            tolva::db::set_up_session(connection, utf8_mode, ignored.data(), ignored.size());
+    } while (!connected && tolva::db::is_passing(connection) && patience.wait());
+    mysql_options(connection, MYSQL_OPT_RECONNECT, &off);
+    return connected;
+}
+
 QueryResult send_once(MYSQL* connection, const std::string& statement) {
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
         return {QueryResult::Outcome::kRefused, mysql_error(connection)};
@@ -53,8 +91,12 @@ QueryResult send_once(MYSQL* connection, const std::string& statement) {
 
 QueryResult send_statement(MYSQL* connection, const std::string& statement) {
     QueryResult result = send_once(connection, statement);
-    for (int left = kRepetitions; left > 0 && !result.answered() && was_rolled_back(connection);
-         --left) {
+    for (int left = kRepetitions; left > 0 && !result.answered(); --left) {
+        const bool repeatable = was_rolled_back(connection) ||
+                                (was_cut_off(connection, statement) && connect_again(connection));
+        if (!repeatable) {
+            break;
+        }
         result = send_once(connection, statement);
     }
     return result;

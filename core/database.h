@@ -60,6 +60,10 @@ inline constexpr std::string_view kStatementFailed = "autoresponder: Unable to e
 /// changed the same rows first, is sent again, at most three times. This is for sessions with
 /// autocommit, where nothing else is undone with it; without, the deadlock is a failure like
 /// others.
+///
+/// Where the connection breaks, because the server is restarted or a node of the cluster is lost,
+/// `connection` is made anew in place, within 5 seconds, and the statement sent again; but not an
+/// insertion that may have been carried out.
 QueryResult send_statement(MYSQL* connection, const std::string& statement);
 
 /// The same; throws EndOfRun with `failure` and the reason unless the statement was answered.
