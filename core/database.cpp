@@ -42,11 +42,13 @@ bool was_rolled_back(MYSQL* connection) {
            (connection->server_status & SERVER_STATUS_AUTOCOMMIT) != 0;
 }
 
-// Whether the statement has just failed because the connection broke, and may be sent again by
-// another. Where nobody knows what became of it, only an insertion does harm when it is repeated.
+// Whether the statement has just failed because the connection is of no more use, and may be sent
+// again by another. Where nobody knows what became of it, only an insertion does harm when it is
+// repeated.
 bool was_cut_off(MYSQL* connection, const std::string& statement) {
     switch (mysql_errno(connection)) {
         case CR_SERVER_GONE_ERROR:  // before it was sent
+        case ER_UNKNOWN_COM_ERROR:  // refused by a node that has lost its cluster
         case ER_SERVER_SHUTDOWN:    // undone
         case ER_CONNECTION_KILLED:
             return true;
