@@ -152,6 +152,9 @@ void World::SetUp() {
 }
 
 std::unique_ptr<Program> World::start(const Invocation& invocation) {
+    if (!invocation.path.empty()) {
+        return std::make_unique<Program>(invocation.path, invocation);
+    }
     return std::make_unique<Program>(invocation.set_user_id ? kSetUserIdProgram : kProgram,
                                      invocation);
 }
@@ -182,6 +185,10 @@ Finished World::control(const Invocation& invocation) {
 
 Outcome World::answer(const std::string& message, const std::string& recipient) {
     return run({.message = message, .recipient = recipient});
+}
+
+const char* World::program_path() {
+    return kProgram;
 }
 
 std::vector<Row> World::sql(const std::string& statement) {
