@@ -437,7 +437,9 @@ TEST(ForkExeclGetouterr, CollectsBothStreams) {
 TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsInEitherOrder) {
     const std::string to_out = "head -c 300000 /dev/zero | tr '\\0' o";
     const std::string to_err = "head -c 300000 /dev/zero | tr '\\0' e >&2";
-    for (const std::string& command : {to_out + " && " + to_err, to_err + " && " + to_out}) {
+    const std::string out_first = to_out + " && " + to_err;
+    const std::string err_first = to_err + " && " + to_out;
+    for (const std::string& command : {out_first, err_first}) {
         GivenText out;
         GivenText err;
         EXPECT_EQ(fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c",
