@@ -1,13 +1,13 @@
 // What the analysis of a message makes of exhausted memory in a conversion.
 
-#include "core/incoming_message.h"
-
 #include <iconv.h>
 
 #include <new>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "core/incoming_message.h"
 
 namespace {
 

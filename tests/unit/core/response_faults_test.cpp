@@ -1,7 +1,5 @@
 // What composing makes of failures that only a replaced libidn can bring about.
 
-#include "core/response.h"
-
 #include <idna.h>
 
 #include <sstream>
@@ -14,6 +12,7 @@
 #include "core/attachment_repository.h"
 #include "core/mail_content.h"
 #include "core/responder_row.h"
+#include "core/response.h"
 #include "support/log.h"
 
 namespace {
