@@ -5,6 +5,7 @@
 
 #include <array>
 #include <new>
+#include <utility>
 
 #include "core/run_end.h"
 #include "support/c_pointer.h"
@@ -82,11 +83,11 @@ QueryResult send_once(MYSQL* connection, const std::string& statement) {
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
         return {QueryResult::Outcome::kRefused, mysql_error(connection)};
     }
-    MYSQL_RES* rows = mysql_store_result(connection);
+    tolva::db::ResultHandle rows = tolva::db::store_result(connection);
     if (rows == nullptr && mysql_errno(connection) != 0) {
         return {QueryResult::Outcome::kUnreadable, mysql_error(connection)};
     }
-    return QueryResult(rows);
+    return QueryResult(std::move(rows));
 }
 
 }  // namespace

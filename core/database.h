@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "support/db.h"
 #include "support/db_handle.h"
@@ -18,11 +19,11 @@ class QueryResult {
     enum class Outcome {
         kAnswered,    ///< carried out; a statement that yields no rows counts as one without any
         kRefused,     ///< refused by the server, or the server could not be reached
-        kUnreadable,  ///< carried out, but its rows could not be read
+        kUnreadable,  ///< carried out, but its rows could not be read (see store_result)
     };
 
-    /// An answered statement; takes over `rows`, null stands for a result without rows.
-    explicit QueryResult(MYSQL_RES* rows) : rows_(rows) {}
+    /// An answered statement; null stands for a result without rows.
+    explicit QueryResult(tolva::db::ResultHandle rows) : rows_(std::move(rows)) {}
 
     /// A statement that failed; `reason` is the client library's text.
     QueryResult(Outcome outcome, std::string_view reason) : outcome_(outcome), reason_(reason) {}

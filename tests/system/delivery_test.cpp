@@ -308,6 +308,23 @@ TEST_F(Delivery, AfterASendErrorTheNextRowFollows) {
     EXPECT_THAT(sql("select num from resp_freq"), SizeIs(2));
 }
 
+TEST_F(Delivery, TheFileIsOpenedBeforeTheAddressIsConverted) {
+    // Both fail: the forward's mail program takes the file away, and no label has 70 characters.
+    const std::string domain = std::string(70, 'a') + ".example";
+    sql("update domains set name='" + domain + "'");
+    add_attachment(1, "gone.txt");
+    replace_mail_program("rm -f /tmp/tva-response-uu-*; exec \"$CAPTURE\" \"$@\"\n");
+    const Outcome outcome = answer(plain_message(), "user@" + domain);
+    EXPECT_THAT(
+        outcome.err,
+        MatchesRegex("autoresponder: IDN conversion error: Invalid length\n"
+                     "autoresponder: Failed to open temporary file with response mail "
+                     "contents '/tmp/tva-response-uu-[A-Za-z0-9]+': No such file or "
+                     "directory .2.\n"
+                     "autoresponder: Send error: Failed to generate response mail contents\n"
+                     "System error 2: No such file or directory\n"));
+}
+
 TEST_F(Delivery, WithoutANewProcessTheReplyIsASendError) {
     const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
     EXPECT_THAT(outcome.mails, IsEmpty());

@@ -136,6 +136,9 @@ void World::SetUp() {
 }
 
 std::unique_ptr<Program> World::start(const Invocation& invocation) {
+    if (!invocation.path.empty()) {
+        return std::make_unique<Program>(invocation.path, invocation);
+    }
     return std::make_unique<Program>(invocation.set_user_id ? kSetUserIdProgram : kProgram,
                                      invocation);
 }
@@ -182,6 +185,10 @@ std::vector<Submission> World::captured_mails() {
         read_facts(base + ".facts", mail);
         mails.push_back(std::move(mail));
     }
+}
+
+const char* World::program_path() {
+    return kProgram;
 }
 
 std::vector<Row> World::sql(const std::string& statement) {

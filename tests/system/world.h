@@ -69,6 +69,9 @@ class World : public testing::Test {
     // What the mail programs have been given since the last run() or SetUp().
     static std::vector<Submission> captured_mails();
 
+    // Of the program under test.
+    static const char* program_path();
+
     static std::vector<Row> sql(const std::string& statement);
     static std::vector<std::string> statements();
     static Database& database();

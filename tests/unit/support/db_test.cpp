@@ -438,6 +438,15 @@ TEST_F(DbConnect, TriesAgainWhileThereIsNoServer) {
     EXPECT_EQ(watch.calls().size(), 2U);
 }
 
+TEST_F(DbConnect, WaitsNoLongerThanPatienceLastsAfterARefusal) {
+    const HiddenSocket hidden;
+    const ConnectWatch watch([&hidden] { hidden.show(); });
+    const ConnectionHandle connection = connect();
+    unsigned int seconds = 0;
+    EXPECT_EQ(mysql_get_option(connection.get(), MYSQL_OPT_CONNECT_TIMEOUT, &seconds), 0);
+    EXPECT_LE(seconds, 5U);
+}
+
 TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
     {
         const PasswordFile file("wrong\n");
