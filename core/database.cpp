@@ -34,6 +34,10 @@ namespace {
 
 constexpr int kRepetitions = 3;
 
+// A connection with a result that could not be read to its end. Another one in its place would not
+// know what was in it, so everything that follows is to fail.
+const MYSQL* abandoned = nullptr;
+
 // Whether the server has undone the statement that has just failed, and nothing else, so that it
 // may be sent again. Without autocommit it has undone earlier statements, too. A lock wait that ran
 // into its limit is not repeated: the server has waited as long as its administrator lets it, and
@@ -63,6 +67,9 @@ bool was_cut_off(MYSQL* connection, const std::string& statement) {
 // Takes the place of a connection that broke, with a session set up in the same way. False when
 // that is not to be had within a few seconds, which are all there are in a run.
 bool connect_again(MYSQL* connection) {
+    if (connection == abandoned) {
+        return false;
+    }
     static tolva::db::Patience patience;
     const my_bool on = 1;
     const my_bool off = 0;
@@ -101,6 +108,9 @@ QueryResult send_statement(MYSQL* connection, const std::string& statement) {
             break;
         }
         result = send_once(connection, statement);
+    }
+    if (result.outcome() == QueryResult::Outcome::kUnreadable) {
+        abandoned = connection;
     }
     return result;
 }
