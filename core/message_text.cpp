@@ -1,7 +1,8 @@
 #include "core/message_text.h"
 
-#include <algorithm>
 #include <string_view>
+
+#include "core/letter_case.h"
 
 namespace {
 
@@ -24,13 +25,8 @@ const DwBodyPart* find_text_part(const DwMessage& message) {
     return part;
 }
 
-// `lower_case` is in lower case.
-bool equals_ignoring_case(const DwString& text, std::string_view lower_case) {
-    return std::ranges::equal(std::string_view(text.data(), text.length()), lower_case,
-                              [](char left, char right) {
-                                  const bool upper = left >= 'A' && left <= 'Z';
-                                  return (upper ? left - 'A' + 'a' : left) == right;
-                              });
+std::string_view view(const DwString& text) {
+    return {text.data(), text.length()};
 }
 
 }  // namespace
@@ -53,7 +49,7 @@ DwString GetCharset(const DwEntity& entity) {
     if (headers.HasContentType()) {
         for (const DwParameter* parameter = headers.ContentType().FirstParameter();
              parameter != nullptr; parameter = parameter->Next()) {
-            if (equals_ignoring_case(parameter->Attribute(), "charset")) {
+            if (equals_ignoring_case(view(parameter->Attribute()), "charset")) {
                 return parameter->Value();
             }
         }
