@@ -19,13 +19,14 @@
 namespace {
 
 void compose(const ResponseFile& file, const Mail_content& mail, const ResponderRow& responder,
-             const ResponseAttachments& attachments) {
+             const ResponseAttachments& attachments, const ReplyMarks& marks) {
     const auto written = file.write(SizeLimit::of_mail_system(), [&](std::ostream& out) {
-        write_response(out, mail, responder, attachments);
+        write_response(out, mail, responder, attachments, marks);
     });
     if (written == ResponseFile::Written::kTooLarge) {
-        file.write(SizeLimit::none(),
-                   [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to); });
+        file.write(SizeLimit::none(), [&](std::ostream& out) {
+            write_size_notice(out, mail, responder.reply_to, marks);
+        });
     }
 }
 
@@ -44,9 +45,10 @@ void submit(const ResponseFile& file, const Mail_content& mail) {
 }  // namespace
 
 void send_response(const ResponseFile& file, const Mail_content& mail,
-                   const ResponderRow& responder, const ResponseAttachments& attachments) {
+                   const ResponderRow& responder, const ResponseAttachments& attachments,
+                   const ReplyMarks& marks) {
     try {
-        compose(file, mail, responder, attachments);
+        compose(file, mail, responder, attachments, marks);
         submit(file, mail);
     } catch (const tolva::idn::IdnaError& error) {
         record(0, "IDN conversion error: %s", error.what());

@@ -34,8 +34,15 @@ std::string to_string(const DwString& text) {
     return {text.data(), text.length()};
 }
 
-// Takes the message apart. Nothing, with the reason on standard error, if it cannot be answered.
-std::optional<MessageParts> take_apart(const DwString& input) {
+// A slice of the message would keep all of it in memory: that is left to large headers.
+DwString kept_header(const DwString& header) {
+    constexpr std::size_t large = 65536;
+    return header.length() < large ? DwString(header.data(), header.length()) : header;
+}
+
+// Takes the message apart, and keeps its header unless `header` is null. Nothing, with the reason
+// on standard error, if it cannot be answered.
+std::optional<MessageParts> take_apart(const DwString& input, DwString* header) {
     DwInitialize();
     const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(input, nullptr));
     message->Parse();
@@ -50,6 +57,9 @@ std::optional<MessageParts> take_apart(const DwString& input) {
     if (recipient == nullptr) {
         report("Could not get recipient e-mail address from RESP_RECIPIENT environment variable");
         return std::nullopt;
+    }
+    if (header != nullptr) {
+        *header = kept_header(headers.AsString());
     }
     return MessageParts{
         .sender = to_string(sender->LocalPart()) + "@" + to_string(sender->Domain()),
@@ -102,12 +112,16 @@ Mail_content content_of(MessageParts parts) {
 }  // namespace
 
 int parse_message(Mail_content* mail) {
+    return parse_message(mail, nullptr);
+}
+
+int parse_message(Mail_content* mail, DwString* header) {
     MessageCopy copy;
     if (!copy.made()) {
         report("Could not create a temporary file.");
         return 1;
     }
-    std::optional<MessageParts> parts = take_apart(read_message(copy));
+    std::optional<MessageParts> parts = take_apart(read_message(copy), header);
     if (!parts) {
         return 1;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+class DwString;
 struct Mail_content;
 
 /// Reads the incoming message from standard input, keeps a copy of it (core/message_copy.h) and
@@ -10,3 +11,7 @@ struct Mail_content;
 /// std::bad_alloc, and std::out_of_range for a subject that ends in blanks (see
 /// tolva::rfc1522::decode). `mail` is untouched unless the result is 0.
 int parse_message(Mail_content* mail);
+
+/// The same; also keeps the message's header in `header`, unless that is null. A large header
+/// is not copied, and keeps the memory of the whole message as long as it lives.
+int parse_message(Mail_content* mail, DwString* header);

@@ -68,7 +68,8 @@ ResponseText text_of(const ResponderRow& responder) {
     }
 }
 
-void write_headers(std::ostream& out, const Mail_content& mail, const ResponderRow& responder) {
+void write_headers(std::ostream& out, const Mail_content& mail, const ResponderRow& responder,
+                   const ReplyMarks& marks) {
     if (!responder.reply_to.empty()) {
         out << "Reply-To: " << responder.reply_to << "\n";
     }
@@ -78,6 +79,7 @@ void write_headers(std::ostream& out, const Mail_content& mail, const ResponderR
     out << "To: " << mail.from << "\n"
         << "MIME-Version: 1.0\n"
         << "Subject: " << tolva::rfc1522::encode(response_subject(mail, responder)) << "\n";
+    marks.write(out);
 }
 
 void write_text(std::ostream& out, const ResponderRow& responder) {
@@ -96,8 +98,8 @@ std::string response_subject(const Mail_content& mail, const ResponderRow& respo
 }
 
 void write_response(std::ostream& out, const Mail_content& mail, const ResponderRow& responder,
-                    const ResponseAttachments& attachments) {
-    write_headers(out, mail, responder);
+                    const ResponseAttachments& attachments, const ReplyMarks& marks) {
+    write_headers(out, mail, responder, marks);
     if (attachments.names.empty()) {
         write_text(out, responder);
         return;
