@@ -49,7 +49,7 @@ Reason envelope_reason(const MailAddress& sender) {
     if (sender == MailAddress{}) {
         return "empty envelope sender";
     }
-    // qmail's for notices about notices that failed (qmail-send(8)).
+    // qmail's for notices about notices that could not be delivered.
     if (sender == MailAddress{"#", "[]"}) {
         return "envelope sender #@[]";
     }

@@ -16,7 +16,7 @@ class ReplyMarks {
     /// Those of a reply to the message with this header.
     explicit ReplyMarks(const HeaderFields& header);
 
-    /// Writes the fields, if any: Auto-Submitted (RFC 3834, 3.1.7), and where the message has a
+    /// Writes the fields, if any: Auto-Submitted (RFC 3834, 5), and where the message has a
     /// well-formed Message-ID also In-Reply-To and References (RFC 5322, 3.6.4).
     void write(std::ostream& out) const;
 
