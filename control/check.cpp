@@ -18,6 +18,7 @@
 #include "control/failure.h"
 #include "control/panel.h"
 #include "core/diagnostics.h"
+#include "core/only_people.h"
 #include "core/size_limit.h"
 #include "support/conf.h"
 #include "support/conf_variables.h"
@@ -46,6 +47,12 @@ void check_configuration(Checklist& checklist) {
     } else {
         checklist.good("configuration", kConfiguration);
     }
+}
+
+void check_only_people(Checklist& checklist) {
+    checklist.good("answers", answers_only_people()
+                                  ? "only people: AUTORESPONDER_ONLY_PEOPLE is true"
+                                  : "everybody: AUTORESPONDER_ONLY_PEOPLE is not true");
 }
 
 void check_mail_names(Checklist& checklist) {
@@ -130,6 +137,7 @@ void check_size_limit(Checklist& checklist) {
 bool check_installation() {
     Checklist checklist(std::cout);
     check_configuration(checklist);
+    check_only_people(checklist);
     check_mail_names(checklist);
     check_password_file(checklist);
     check_mail_program(checklist);

@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <memory>
@@ -17,18 +18,24 @@
 #include "control/parts.h"
 #include "core/attachment_repository.h"
 #include "core/attachments.h"
+#include "core/automatic_mail.h"
 #include "core/boundary.h"
 #include "core/database.h"
 #include "core/delivery.h"
 #include "core/diagnostics.h"
 #include "core/dw_string.h"
+#include "core/envelope_sender.h"
 #include "core/forward.h"
+#include "core/header_fields.h"
 #include "core/loop_check.h"
 #include "core/missing_file_notice.h"
+#include "core/only_people.h"
+#include "core/personal_mail.h"
+#include "core/reply_marks.h"
 #include "core/response.h"
 #include "core/response_file.h"
 #include "core/run_end.h"
-#include "encoding/iconv_recode.h"
+#include "support/conf.h"
 
 namespace {
 
@@ -92,9 +99,12 @@ std::string why_not_found(const ExplainedResponder& responder) {
 // Explains one responder after the other; the order of everything is that of the autoresponder.
 class ResponderExplainer {
   public:
+    // `header` is that of the message where only people are answered, else null.
     ResponderExplainer(Explanation& explanation, MailFiles& files, const DwString& source,
-                       const DwMessage& message)
+                       const DwMessage& message, const HeaderFields* header)
         : explanation_(explanation),
+          marks_(header != nullptr ? ReplyMarks(*header) : ReplyMarks()),
+          header_(header),
           mail_(explanation.message->analysis.content),
           repository_(*explanation.mailbox),
           files_(files),
@@ -106,12 +116,30 @@ class ResponderExplainer {
         while (rows.fetch()) {
             explanation_.responders.push_back({.row = read_responder_row(rows)});
         }
+        judge_person(connection);
         for (ExplainedResponder& responder : explanation_.responders) {
             explain(responder, connection, recipient);
         }
     }
 
   private:
+    // Whether the message is no person's, as far as the panel can tell.
+    void judge_person(MYSQL* connection) {
+        const bool asked = header_ != nullptr &&
+                           std::ranges::any_of(explanation_.responders,
+                                               [&](const ExplainedResponder& responder) {
+                                                   return applies_to(responder.row, mail_);
+                                               });
+        if (!asked) {
+            return;
+        }
+        if (const auto rule =
+                impersonal_reason(connection, mail_, *explanation_.mailbox, *header_)) {
+            report_not_answered(*rule);
+            explanation_.not_a_person = *rule;
+        }
+    }
+
     void explain(ExplainedResponder& responder, MYSQL* connection,
                  const EscapedAddress& recipient) {
         responder.condition = explain_condition(responder.row, mail_, message_);
@@ -119,6 +147,8 @@ class ResponderExplainer {
             responder.reason = "it is switched off";
         } else if (!responder.condition.holds) {
             responder.reason = why_not_found(responder);
+        } else if (!explanation_.not_a_person.empty()) {
+            responder.reason = "only people are answered: " + explanation_.not_a_person;
         } else if (never_answers(responder.row.ans_freq)) {
             responder.reason = "it allows no replies at all: ans_freq is '" +
                                on_one_line(responder.row.ans_freq) + "'";
@@ -210,7 +240,7 @@ class ResponderExplainer {
         const int memory = memfd_create("reply", MFD_CLOEXEC);
         const ResponseFile file{tolva::Descriptor(memory)};
         const bool sent = sent_or_recorded([&] {
-            const ResponseKind kind = compose_response(file, mail_, row, attachments);
+            const ResponseKind kind = compose_response(file, mail_, row, attachments, marks_);
             const Envelope envelope = response_envelope(mail_);
             mail.kind = kind == ResponseKind::kReply ? ExplainedMail::Kind::kReply
                                                      : ExplainedMail::Kind::kSizeNotice;
@@ -232,6 +262,8 @@ class ResponderExplainer {
     }
 
     Explanation& explanation_;
+    ReplyMarks marks_;
+    const HeaderFields* header_;
     const Mail_content& mail_;
     AttachmentRepository repository_;
     MailFiles& files_;
@@ -280,8 +312,9 @@ void conclude(Explanation& explanation) {
 void go_the_way(Explanation& explanation, const DwString& source, MailFiles& files,
                 const CapturedOutput& captured) {
     const std::unique_ptr<DwMessage> message = parsed(source);
+    DwString header_text;
     std::optional<MessageAnalysis> analysis =
-        analyse_message(source, explanation.recipient.c_str());
+        analyse_message(source, explanation.recipient.c_str(), &header_text);
     if (!analysis) {
         report("Abnormal exit.");
         explanation.reason = without_prefix(first_line(captured.errors()));
@@ -301,6 +334,15 @@ void go_the_way(Explanation& explanation, const DwString& source, MailFiles& fil
         explanation.reason = std::string("it would make a loop: ") + loop;
         return;
     }
+    const HeaderFields header(to_view(header_text));
+    if (explanation.only_people) {
+        if (const auto rule = machine_reason(mail, envelope_sender(header), header)) {
+            report_not_answered(*rule);
+            explanation.not_a_person = *rule;
+            explanation.reason = "only people are answered: " + *rule;
+            return;
+        }
+    }
     EscapedAddress recipient = escape_recipient(mail);
     const tolva::db::ConnectionHandle connection = connect_for_reading();
     adapt_to_session(recipient, connection.get(), mail);
@@ -310,7 +352,8 @@ void go_the_way(Explanation& explanation, const DwString& source, MailFiles& fil
         explanation.reason = "there is no mailbox " + on_one_line(mail.to);
         return;
     }
-    ResponderExplainer(explanation, files, source, *message)
+    ResponderExplainer(explanation, files, source, *message,
+                       explanation.only_people ? &header : nullptr)
         .explain_all(connection.get(), recipient);
     conclude(explanation);
 }
@@ -322,6 +365,7 @@ Explanation explain(const DwString& message, const std::string& recipient,
     Explanation explanation{.recipient = recipient};
     explanation.empty = message.length() <= 1;  // the line feed that reading adds
     explanation.size_limit = SizeLimit::of_mail_system().bytes();
+    explanation.only_people = autoprepend() == 0 && answers_only_people();
     MailFiles files(mail_directory);
     const CapturedOutput captured;
     const auto cannot_tell = [&](const std::string& reason) {

@@ -122,6 +122,8 @@ std::string to_json(const Explanation& explanation) {
                  {"empty", explanation.empty},
                  {"message", explanation.message ? message_of(*explanation.message) : Json()},
                  {"loop", or_null(explanation.loop)},
+                 {"only_people", explanation.only_people},
+                 {"not_a_person", or_null(explanation.not_a_person)},
                  {"mailbox", mailbox_of(explanation)},
                  {"size_limit", explanation.size_limit ? Json(*explanation.size_limit) : Json()},
                  {"responders", Json::array()},

@@ -187,6 +187,15 @@ std::string responder_of(const ExplainedResponder& responder, const std::optiona
     return text + attachments_of(responder) + reply_of(responder, limit);
 }
 
+std::string answers_of(const Explanation& explanation) {
+    if (!explanation.only_people) {
+        return "";
+    }
+    return line("answers", explanation.not_a_person.empty()
+                               ? "only people, as which the sender passes"
+                               : "only people: " + printable(explanation.not_a_person));
+}
+
 std::string mails_of(const Explanation& explanation) {
     std::string text;
     for (const ExplainedMail& mail : explanation.mails) {
@@ -222,6 +231,7 @@ std::string to_text(const Explanation& explanation) {
     std::string text = message_of(explanation);
     if (explanation.message) {
         text += line("loop", explanation.loop.empty() ? "none" : explanation.loop);
+        text += answers_of(explanation);
     }
     if (explanation.mailbox) {
         text += heading("The mailbox " + printable(explanation.mailbox->name) + "@" +

@@ -29,16 +29,16 @@ void submit(const ResponseFile& file, const Mail_content& mail) {
 }  // namespace
 
 ResponseKind compose_response(const ResponseFile& file, const Mail_content& mail,
-                              const ResponderRow& responder,
-                              const ResponseAttachments& attachments) {
+                              const ResponderRow& responder, const ResponseAttachments& attachments,
+                              const ReplyMarks& marks) {
     const auto written = file.write(SizeLimit::of_mail_system(), [&](std::ostream& out) {
-        write_response(out, mail, responder, attachments);
+        write_response(out, mail, responder, attachments, marks);
     });
     if (written == ResponseFile::Written::kWhole) {
         return ResponseKind::kReply;
     }
     file.write(SizeLimit::none(),
-               [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to); });
+               [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to, marks); });
     return ResponseKind::kSizeNotice;
 }
 
@@ -67,9 +67,10 @@ bool sent_or_recorded(const std::function<void()>& send) {
 }
 
 void send_response(const ResponseFile& file, const Mail_content& mail,
-                   const ResponderRow& responder, const ResponseAttachments& attachments) {
+                   const ResponderRow& responder, const ResponseAttachments& attachments,
+                   const ReplyMarks& marks) {
     sent_or_recorded([&] {
-        compose_response(file, mail, responder, attachments);
+        compose_response(file, mail, responder, attachments, marks);
         submit(file, mail);
     });
 }

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+class ReplyMarks;
 class ResponseFile;
 struct Mail_content;
 struct ResponderRow;
@@ -14,11 +15,11 @@ enum class ResponseKind {
     kSizeNotice,  ///< the notice in place of a reply that exceeds the mail system's size limit
 };
 
-/// Composes the answer of `responder` to `mail` in `file`. Throws SendError when it cannot be
-/// written whole, and std::bad_alloc.
+/// Composes the answer of `responder` to `mail`, which bears `marks`, in `file`. Throws SendError
+/// when it cannot be written whole, and std::bad_alloc.
 ResponseKind compose_response(const ResponseFile& file, const Mail_content& mail,
-                              const ResponderRow& responder,
-                              const ResponseAttachments& attachments);
+                              const ResponderRow& responder, const ResponseAttachments& attachments,
+                              const ReplyMarks& marks);
 
 struct Envelope {
     std::string sender;
@@ -38,4 +39,5 @@ bool sent_or_recorded(const std::function<void()>& send);
 /// answer that cannot be sent is recorded in the log and left at that: the run goes on, the next
 /// responder may fare better.
 void send_response(const ResponseFile& file, const Mail_content& mail,
-                   const ResponderRow& responder, const ResponseAttachments& attachments);
+                   const ResponderRow& responder, const ResponseAttachments& attachments,
+                   const ReplyMarks& marks);

@@ -26,8 +26,16 @@ struct MessageParts {
     MessageText text;
 };
 
-// Takes the message apart. Nothing, with the reason on standard error, if it cannot be answered.
-std::optional<MessageParts> take_apart(const DwString& input, const char* recipient) {
+// A slice of the message would keep all of it in memory: that is left to large headers.
+DwString kept_header(const DwString& header) {
+    constexpr std::size_t large = 65536;
+    return header.length() < large ? DwString(header.data(), header.length()) : header;
+}
+
+// Takes the message apart, and keeps its header unless `header` is null. Nothing, with the reason
+// on standard error, if it cannot be answered.
+std::optional<MessageParts> take_apart(const DwString& input, const char* recipient,
+                                       DwString* header) {
     DwInitialize();
     const std::unique_ptr<DwMessage> message(DwMessage::NewMessage(input, nullptr));
     message->Parse();
@@ -41,6 +49,9 @@ std::optional<MessageParts> take_apart(const DwString& input, const char* recipi
     if (recipient == nullptr) {
         report("Could not get recipient e-mail address from RESP_RECIPIENT environment variable");
         return std::nullopt;
+    }
+    if (header != nullptr) {
+        *header = kept_header(headers.AsString());
     }
     return MessageParts{
         .sender = std::move(*sender),
@@ -93,8 +104,10 @@ Mail_content content_of(MessageParts parts) {
 
 }  // namespace
 
-std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipient) {
-    std::optional<MessageParts> parts = take_apart(std::exchange(text, DwString()), recipient);
+std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipient,
+                                               DwString* header) {
+    std::optional<MessageParts> parts =
+        take_apart(std::exchange(text, DwString()), recipient, header);
     if (!parts) {
         return std::nullopt;
     }
@@ -107,6 +120,10 @@ std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipi
 }
 
 int parse_message(Mail_content* mail) {
+    return parse_message(mail, nullptr);
+}
+
+int parse_message(Mail_content* mail, DwString* header) {
     MessageCopy copy;
     if (!copy.made()) {
         report("Could not create a temporary file.");
@@ -116,7 +133,7 @@ int parse_message(Mail_content* mail) {
     if (input.error != 0) {
         report("autoresponder: Failed to read the message: ", error_text(input.error));
     }
-    auto analysis = analyse_message(std::move(input.text), std::getenv("RESP_RECIPIENT"));
+    auto analysis = analyse_message(std::move(input.text), std::getenv("RESP_RECIPIENT"), header);
     if (!analysis) {
         return 1;
     }

@@ -21,9 +21,13 @@ struct MessageAnalysis {
 /// is not known. Returns what it yields; null, with the reason on standard error, when it cannot be
 /// answered. Text that cannot be converted to UTF-8 is a warning there.
 ///
+/// Keeps the message's header in `header`, unless that is null. A large header is not copied, and
+/// keeps the memory of the whole message as long as it lives.
+///
 /// Throws std::bad_alloc, and std::out_of_range for a subject that ends in blanks (see
 /// tolva::rfc1522::decode).
-std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipient);
+std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipient,
+                                               DwString* header = nullptr);
 
 /// Reads the incoming message from standard input, keeps a copy of it (core/message_copy.h) and
 /// fills `mail` from it and from the environment variable RESP_RECIPIENT.
@@ -31,3 +35,6 @@ std::optional<MessageAnalysis> analyse_message(DwString text, const char* recipi
 /// Returns 0 when `mail` is filled and 1 when the message cannot be answered; the reason is then on
 /// standard error. Throws as analyse_message does. `mail` is untouched unless the result is 0.
 int parse_message(Mail_content* mail);
+
+/// The same; also keeps the message's header, as analyse_message does.
+int parse_message(Mail_content* mail, DwString* header);

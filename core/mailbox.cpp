@@ -39,9 +39,13 @@ EscapedAddress escape_recipient(const Mail_content& mail) {
 
 void adapt_to_session(EscapedAddress& recipient, MYSQL* connection, const Mail_content& mail) {
     if ((connection->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0) {
-        recipient = {.domain = escape_for(connection, mail.to_domain),
-                     .mailname = escape_for(connection, mail.to_mailname)};
+        recipient = escape_address(connection, mail.to_mailname, mail.to_domain);
     }
+}
+
+EscapedAddress escape_address(MYSQL* connection, const std::string& mailname,
+                              const std::string& domain) {
+    return {.domain = escape_for(connection, domain), .mailname = escape_for(connection, mailname)};
 }
 
 std::optional<Mailbox> find_mailbox(MYSQL* connection, const EscapedAddress& address) {

@@ -32,6 +32,10 @@ EscapedAddress escape_recipient(const Mail_content& mail);
 /// backslash escapes nothing (NO_BACKSLASH_ESCAPES). Throws std::bad_alloc.
 void adapt_to_session(EscapedAddress& recipient, MYSQL* connection, const Mail_content& mail);
 
+/// Escapes an address for this connection's session. Throws std::bad_alloc.
+EscapedAddress escape_address(MYSQL* connection, const std::string& mailname,
+                              const std::string& domain);
+
 /// Finds the mailbox that an address leads to: by its own name, else by a mail alias, else by an
 /// alias of the domain, else by both; null when there is none. Throws EndOfRun if a statement
 /// fails.

@@ -3,10 +3,16 @@
 #include <exception>
 #include <new>
 
+#include <mimelib/mimepp.h>
+
+#include "core/automatic_mail.h"
 #include "core/diagnostics.h"
+#include "core/envelope_sender.h"
+#include "core/header_fields.h"
 #include "core/incoming_message.h"
 #include "core/loop_check.h"
 #include "core/mail_content.h"
+#include "core/only_people.h"
 #include "core/responder.h"
 #include "core/run_end.h"
 #include "core/run_start.h"
@@ -22,13 +28,24 @@ void become_root() {
     [[maybe_unused]] const int gid_result = setgid(0);
 }
 
+// Answers the message unless a machine seems to have sent it.
+void answer_person(Mail_content& mail, const DwString& header_text) {
+    const HeaderFields header({header_text.data(), header_text.length()});
+    if (const auto reason = machine_reason(mail, envelope_sender(header), header)) {
+        report_not_answered(*reason);
+        return;
+    }
+    db_mail_act(&mail, &header);
+}
+
 void answer_message() {
     prepare_run();
-    autoprepend();
+    const bool only_people = autoprepend() == 0 && answers_only_people();
     Mail_content mail;
+    DwString header;
     become_root();
 
-    if (parse_message(&mail) != 0) {
+    if (parse_message(&mail, only_people ? &header : nullptr) != 0) {
         report("Abnormal exit.");
         return;
     }
@@ -36,7 +53,11 @@ void answer_message() {
         report(reason);
         return;
     }
-    db_mail_act(&mail);
+    if (only_people) {
+        answer_person(mail, header);
+    } else {
+        db_mail_act(&mail);
+    }
 }
 
 }  // namespace

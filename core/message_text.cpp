@@ -1,9 +1,9 @@
 #include "core/message_text.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "core/dw_string.h"
+#include "core/letter_case.h"
 
 namespace {
 
@@ -33,14 +33,6 @@ MessageText text_of_first_part(const DwMessage& message) {
     return none;
 }
 
-// `lower_case` is in lower case.
-bool equals_ignoring_case(const DwString& text, std::string_view lower_case) {
-    return std::ranges::equal(to_view(text), lower_case, [](char left, char right) {
-        const bool upper = left >= 'A' && left <= 'Z';
-        return (upper ? left - 'A' + 'a' : left) == right;
-    });
-}
-
 }  // namespace
 
 MessageText choose_text(const DwMessage& message) {
@@ -59,7 +51,7 @@ DwString GetCharset(const DwEntity& entity) {
     if (headers.HasContentType()) {
         for (const DwParameter* parameter = headers.ContentType().FirstParameter();
              parameter != nullptr; parameter = parameter->Next()) {
-            if (equals_ignoring_case(parameter->Attribute(), "charset")) {
+            if (equals_ignoring_case(to_view(parameter->Attribute()), "charset")) {
                 return parameter->Value();
             }
         }

@@ -15,6 +15,9 @@
 #include "core/mail_content.h"
 #include "core/mailbox.h"
 #include "core/missing_file_notice.h"
+#include "core/only_people.h"
+#include "core/personal_mail.h"
+#include "core/reply_marks.h"
 #include "core/responder_row.h"
 #include "core/response.h"
 #include "core/response_file.h"
@@ -73,6 +76,10 @@ Answer prepare_answer(MYSQL* connection, const EscapedAddress& recipient,
 }  // namespace
 
 int db_mail_act(Mail_content* mail) {
+    return db_mail_act(mail, nullptr);
+}
+
+int db_mail_act(Mail_content* mail, const HeaderFields* header) {
     EscapedAddress recipient = escape_recipient(*mail);
     tolva::db::ConnectionHandle connection = connect_or_end_run();
     adapt_to_session(recipient, connection.get(), *mail);
@@ -80,6 +87,13 @@ int db_mail_act(Mail_content* mail) {
     const AttachmentRepository repository(mailbox);
 
     std::vector<ResponderRow> responders = applying_responders(connection.get(), mailbox, *mail);
+    if (header != nullptr && !responders.empty()) {
+        if (const auto reason = impersonal_reason(connection.get(), *mail, mailbox, *header)) {
+            report_not_answered(*reason);
+            return 0;
+        }
+    }
+    const ReplyMarks marks = header != nullptr ? ReplyMarks(*header) : ReplyMarks();
     for (ResponderRow& responder : responders) {
         if (can_response_freq(connection.get(), mail, responder.id, responder.ans_freq,
                               responder.mem_limit) == 0) {
@@ -97,7 +111,8 @@ int db_mail_act(Mail_content* mail) {
         if (answer.notice) {
             send_missing_file_notice(*answer.notice, *mail);
         }
-        send_response(file, *mail, responder, {repository, answer.attachments.present, boundary});
+        send_response(file, *mail, responder, {repository, answer.attachments.present, boundary},
+                      marks);
     }
     return 0;
 }

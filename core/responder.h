@@ -1,5 +1,6 @@
 #pragma once
 
+class HeaderFields;
 struct Mail_content;
 
 /// Answers `mail`: finds the recipient's mailbox in the panel's database and sends the reply of
@@ -9,3 +10,8 @@ struct Mail_content;
 /// Returns 0 when the last responder has been handled. A database that cannot be reached or
 /// queried, and a mailbox that does not exist, end the run instead.
 int db_mail_act(Mail_content* mail);
+
+/// The same; where `header`, the header of `mail`, is not null, only people are answered: a message
+/// that impersonal_reason speaks of is not, with a line on standard error, and replies bear
+/// ReplyMarks.
+int db_mail_act(Mail_content* mail, const HeaderFields* header);

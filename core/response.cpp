@@ -51,7 +51,8 @@ std::optional<std::string> from_address(const std::string& mailbox_address) {
     return std::nullopt;
 }
 
-void write_headers(std::ostream& out, const Mail_content& mail, const ResponderRow& responder) {
+void write_headers(std::ostream& out, const Mail_content& mail, const ResponderRow& responder,
+                   const ReplyMarks& marks) {
     if (!responder.reply_to.empty()) {
         out << "Reply-To: " << responder.reply_to << "\n";
     }
@@ -61,6 +62,7 @@ void write_headers(std::ostream& out, const Mail_content& mail, const ResponderR
     out << "To: " << mail.from << "\n"
         << "MIME-Version: 1.0\n"
         << "Subject: " << tolva::rfc1522::encode(response_subject(mail, responder)) << "\n";
+    marks.write(out);
 }
 
 void write_text(std::ostream& out, const ResponderRow& responder) {
@@ -90,8 +92,8 @@ std::string response_subject(const Mail_content& mail, const ResponderRow& respo
 }
 
 void write_response(std::ostream& out, const Mail_content& mail, const ResponderRow& responder,
-                    const ResponseAttachments& attachments) {
-    write_headers(out, mail, responder);
+                    const ResponseAttachments& attachments, const ReplyMarks& marks) {
+    write_headers(out, mail, responder, marks);
     if (attachments.names.empty()) {
         write_text(out, responder);
         return;

@@ -13,14 +13,16 @@ SizeLimit SizeLimit::of_mail_system() {
     return SizeLimit(std::atoi(bytes.c_str()));
 }
 
-void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to) {
+void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to,
+                       const ReplyMarks& marks) {
     if (!reply_to.empty()) {
         out << "Reply-To: " << reply_to << "\n";
     }
     out << "From: " << mail.to << "\n"
         << "CC: \n"
-        << "Subject: " << tolva::rfc1522::encode("Re: " + mail.subject) << "\n"
-        << "\n"
+        << "Subject: " << tolva::rfc1522::encode("Re: " + mail.subject) << "\n";
+    marks.write(out);
+    out << "\n"
         << "An error occurred while responding on you request.\n"
         << "\n"
         << "Autoresponder message size exceeds databytes limit.\n"

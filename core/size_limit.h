@@ -6,6 +6,8 @@
 #include <ostream>
 #include <string>
 
+#include "core/reply_marks.h"
+
 struct Mail_content;
 
 /// The mail system's size limit for messages, and what goes out in place of a reply that exceeds
@@ -35,5 +37,6 @@ class SizeLimit {
 };
 
 /// Writes the notice that goes to the sender of `mail` in place of a reply that is too large.
-/// `reply_to` is the responder's Reply-To address, may be empty.
-void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to);
+/// `reply_to` is the responder's Reply-To address, may be empty. The notice bears `marks`.
+void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to,
+                       const ReplyMarks& marks = {});

@@ -367,6 +367,31 @@ TEST_F(Explain, TellsWhatWasTakenFromTheMessage) {
                           "  loop        none\n"));
 }
 
+TEST_F(ExplainedAndAnswered, WhereOnlyPeopleAreAnswered) {
+    write_file("/etc/tva/tva.conf", "AUTORESPONDER_ONLY_PEOPLE true\n");
+    add_responder(1);
+    sql("insert into mail_aliases set mn_id=1, alias='info'");
+    const std::vector<std::string> messages = {
+        message_with({"To: user@example.com", "Return-Path: <sender@example.org>",
+                      "Message-ID: <1@example.org>"}),
+        message_with({"To: INFO@example.com", "Return-Path: <sender@example.org>"}),
+        message_with({"To: all@example.net", "Return-Path: <sender@example.org>"}),
+        message_with({"To: user@example.com", "Return-Path: <>"}),
+        message_with({"To: user@example.com", "List-Id: <x.example.org>"}),
+        message_with({"To: user@example.com", "Precedence: bulk"}),
+        "From: info@example.com\nTo: user@example.com\nReturn-Path: <x@example.org>\n\nHello\n",
+    };
+    for (const std::string& message : messages) {
+        SCOPED_TRACE(message);
+        sql("delete from resp_freq");
+        hold_together(message, "user@example.com");
+    }
+    EXPECT_EQ(verdict(messages[4]), "would not answer: only people are answered: List-Id: field\n");
+    EXPECT_EQ(explained(messages[4])["not_a_person"], "List-Id: field");
+    EXPECT_THAT(explain(messages[0]).out,
+                HasSubstr("  answers     only people, as which the sender passes\n"));
+}
+
 TEST_F(Explain, SaysThatAMessageIsEmpty) {
     EXPECT_THAT(explain("").out, HasSubstr("the message is empty\n"));
 }

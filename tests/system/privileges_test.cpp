@@ -78,6 +78,25 @@ TEST_F(Privileges, ASetUserIdProgramBecomesRootAndDropsItsCallersEnvironment) {
     EXPECT_THAT(mail.environment, ElementsAre("RESP_RECIPIENT=user@example.com"));
 }
 
+TEST_F(Privileges, ASetUserIdProgramTakesTheEnvelopeSenderFromTheHeaderOnly) {
+    write_file("/etc/tva/tva.conf", "AUTORESPONDER_ONLY_PEOPLE true\n");
+    const std::string to_user = "To: user@example.com";
+    Invocation invocation = started_by_nobody_;
+    invocation.environment["SENDER"] = "sender@example.org";
+    invocation.environment["RETURN_PATH"] = "sender@example.org";
+    invocation.message = message_with({to_user, "Return-Path: <>"});
+    EXPECT_EQ(run(invocation).err, "autoresponder: Not answered: empty envelope sender\n");
+
+    invocation.environment["SENDER"] = "";
+    invocation.message = message_with({to_user});
+    const std::string without_server = run(invocation).err;
+    ASSERT_NO_FATAL_FAILURE(put_server_at(socket_named_in(without_server)));
+    const Outcome outcome = run(invocation);
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_THAT(outcome.mails[0].environment, ElementsAre("RESP_RECIPIENT=user@example.com"));
+}
+
 TEST_F(Privileges, ASetUserIdProgramMissesARecipientThatIsNotSet) {
     Invocation invocation = started_by_nobody_;
     invocation.recipient = std::nullopt;

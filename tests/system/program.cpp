@@ -81,7 +81,9 @@ bool become_nobody() {
 }
 
 void set_environment(const Invocation& invocation) {
-    unsetenv("RESP_RECIPIENT");
+    for (const char* name : {"RESP_RECIPIENT", "SENDER", "RETURN_PATH"}) {
+        unsetenv(name);
+    }
     if (invocation.recipient) {
         setenv("RESP_RECIPIENT", invocation.recipient->c_str(), 1);
     }

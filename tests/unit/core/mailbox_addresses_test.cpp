@@ -1,0 +1,69 @@
+#include "core/mailbox_addresses.h"
+
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "core/header_fields.h"
+#include "core/mail_address.h"
+#include "core/mail_content.h"
+
+namespace {
+
+MailboxAddresses of(const std::string& mailname, const std::string& domain) {
+    Mail_content mail;
+    mail.to_mailname = mailname;
+    mail.to_domain = domain;
+    return MailboxAddresses(mail);
+}
+
+TEST(MailboxAddresses, CompareWithoutLetterCase) {
+    const MailboxAddresses own = of("Ann.Lee", "Example.COM");
+    EXPECT_TRUE(own.contain({"ann.lee", "example.com"}));
+    EXPECT_FALSE(own.contain({"ann", "example.com"}));
+    EXPECT_FALSE(own.contain({"ann.lee", "example.org"}));
+    EXPECT_FALSE(own.contain({"ann.lee", ""}));
+}
+
+TEST(MailboxAddresses, CompareInBothFormsOfAnInternationalisedDomain) {
+    const std::string written =
+        "b\xC3\xBC"
+        "cher.example";
+    const std::string encoded = "xn--bcher-kva.example";
+    for (const std::string& domain : {written, encoded}) {
+        const MailboxAddresses own = of("ann", domain);
+        EXPECT_TRUE(own.contain({"ann", written})) << domain;
+        EXPECT_TRUE(own.contain({"ann", encoded})) << domain;
+        EXPECT_TRUE(own.contain({"ann",
+                                 "B\xC3\x9C"
+                                 "CHER.example"}))
+            << domain;
+        EXPECT_FALSE(own.contain({"ann", "bucher.example"})) << domain;
+        EXPECT_FALSE(own.contain({"ann", "b\xFF.example"})) << domain;
+    }
+}
+
+TEST(MailboxAddresses, ADomainWithoutAnotherFormIsItself) {
+    const MailboxAddresses own = of("ann", "B\xFF.example");
+    EXPECT_TRUE(own.contain({"ann", "b\xFF.example"}));
+    EXPECT_FALSE(own.contain({"ann", "b\xFE.example"}));
+}
+
+TEST(MailboxAddresses, AreLookedForInTheFieldsThatNameRecipients) {
+    const MailboxAddresses own = of("ann", "example.com");
+    const auto stand_in = [&own](std::string_view header) {
+        return own.stand_in(HeaderFields(header));
+    };
+    for (const std::string field : {"To", "cc", "RESENT-TO", "Resent-Cc"}) {
+        EXPECT_TRUE(stand_in("Subject: x\n" + field + ": x@y.org, Ann <ANN@example.com>\n"));
+    }
+    for (const std::string field : {"Bcc", "Resent-Bcc", "From", "X-To", "Apparently-To"}) {
+        EXPECT_FALSE(stand_in(field + ": ann@example.com\n"));
+    }
+    EXPECT_TRUE(stand_in("To: x@y.org\nTo: ann@example.com\n"));
+    EXPECT_FALSE(stand_in("To: x@y.org\nCc:\n"));
+    EXPECT_FALSE(stand_in(""));
+}
+
+}  // namespace
