@@ -65,7 +65,7 @@ Reason unless_no(std::string_view name, std::string_view body) {
     FieldTokens tokens(body);
     const FieldToken keyword = tokens.next();
     const FieldToken after = tokens.next();
-    const bool is_no = keyword.is_word() && equals_ignoring_case(keyword.text, "no") &&
+    const bool is_no = equals_ignoring_case(keyword.text, "no") &&
                        (after.is(';') || after.kind == FieldToken::Kind::kEnd);
     return is_no ? std::nullopt : presence(name, body);
 }
@@ -76,7 +76,7 @@ Reason one_of(std::span<const std::string_view> keywords, std::string_view name,
     for (FieldToken token = tokens.next(); token.kind != FieldToken::Kind::kEnd;
          token = tokens.next()) {
         for (const std::string_view keyword : keywords) {
-            if (token.is_word() && equals_ignoring_case(token.text, keyword)) {
+            if (equals_ignoring_case(token.text, keyword)) {
                 return std::string(name).append(": ").append(keyword);
             }
         }
