@@ -20,6 +20,7 @@
 #include "core/diagnostics.h"
 #include "core/size_limit.h"
 #include "support/conf.h"
+#include "support/conf_variables.h"
 
 namespace {
 

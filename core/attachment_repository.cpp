@@ -11,6 +11,7 @@
 #include "core/guarded_path.h"
 #include "core/mailbox.h"
 #include "support/conf.h"
+#include "support/conf_variables.h"
 
 namespace {
 

@@ -2,35 +2,37 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <optional>
+#include <span>
 #include <utility>
 
+#include "support/child_process.h"
 #include "support/log.h"
 
 namespace tolva {
 
 namespace {
 
-// Says what read_to_buf says, too; keeps errno.
-void report_failed_read() {
-    messlog2(0, 0, "fork_exec*: read(pipe) failed: %s\n", strerror(errno));
-}
+// One or two.
+using Captured = std::span<CapturedStream* const>;
 
-// Waits until a stream has something to read, and reads it, until all have ended; false when that
-// fails. errno is then that of the failure.
-bool collect(const std::array<CapturedStream*, 2>& captured) {
-    while (true) {
-        std::array<pollfd, 2> waiting = {
-            {{captured[0]->read_end(), POLLIN, 0}, {captured[1]->read_end(), POLLIN, 0}}};
-        if (waiting[0].fd == -1 && waiting[1].fd == -1) {
-            return true;
+// Waits until a stream has something to read, and reads it, until all have ended; false with errno
+// when that fails.
+bool collect(Captured captured) {
+    const auto ended = [](const CapturedStream* stream) { return stream->read_end() == -1; };
+    while (!std::all_of(captured.begin(), captured.end(), ended)) {
+        std::array<pollfd, 2> waiting{};
+        for (std::size_t i = 0; i < captured.size(); ++i) {
+            waiting[i] = {captured[i]->read_end(), POLLIN, 0};
         }
-        if (poll(waiting.data(), waiting.size(), -1) == -1) {
+        if (poll(waiting.data(), captured.size(), -1) == -1) {
             if (errno == EINTR) {
                 continue;
             }
@@ -43,9 +45,19 @@ bool collect(const std::array<CapturedStream*, 2>& captured) {
             }
         }
     }
+    return true;
+}
+
+bool open_all(Captured captured) {
+    return std::all_of(captured.begin(), captured.end(),
+                       [](CapturedStream* stream) { return stream->open(); });
 }
 
 }  // namespace
+
+void report_failed_read() {
+    messlog2(0, 0, "fork_exec*: read(pipe) failed: %s\n", strerror(errno));
+}
 
 OutputBuffer::Outcome read_and_report(OutputBuffer& buffer, int fd) {
     const OutputBuffer::Outcome outcome = buffer.read_from(fd);
@@ -95,9 +107,15 @@ void CapturedStream::hand_over() {
     }
 }
 
-int run_captured(const child::Streams& wanted, const std::array<CapturedStream*, 2>& captured,
-                 const char* path, char* const argv[]) {
-    const pid_t pid = child::start(wanted, path, argv);
+int run_captured(CapturedStream& output, CapturedStream* errors, const char* path,
+                 char* const argv[]) {
+    const std::array<CapturedStream*, 2> streams{&output, errors};
+    const Captured captured(streams.data(), errors != nullptr ? 2 : 1);
+    if (!open_all(captured)) {
+        return -1;
+    }
+    const int child_errors = errors != nullptr ? errors->child_end() : STDERR_FILENO;
+    const pid_t pid = child::start({STDIN_FILENO, output.child_end(), child_errors}, path, argv);
     if (pid == -1) {
         child::report_failed_fork(0);
         return -1;

@@ -41,8 +41,8 @@ bool connect(int source, int slot) {
 
 bool connect_streams(const Streams& wanted) {
     std::array<int, kStandardStreams> sources = {wanted.in, wanted.out, wanted.err};
-    // A standard stream that is wanted in another's place goes out of the way first: its own slot
-    // may be filled before it is needed, and must not be closed afterwards.
+    // A standard stream that is wanted in another's place is copied first: its own slot may be
+    // filled before it is needed, and must not be closed afterwards.
     for (int slot = 0; slot < kStandardStreams; ++slot) {
         int& source = sources[static_cast<size_t>(slot)];
         if (source >= 0 && source < kStandardStreams && source != slot) {
@@ -61,7 +61,7 @@ bool connect_streams(const Streams& wanted) {
     return true;
 }
 
-// The number that a directory entry of /proc/self/fd stands for, or -1.
+// The number that an entry of /proc/self/fd is named after, or -1.
 int descriptor_number(const char* name) {
     if (*name == '\0') {
         return -1;
@@ -110,22 +110,48 @@ void close_descriptors_from(int first) {
     }
 }
 
-// A caller that ignores SIGPIPE does so for its own writes; a program started with it ignored would
-// go on writing to a reader that has gone.
-void reset_sigpipe() {
-    struct sigaction action {};
-    action.sa_handler = SIG_DFL;
-    sigaction(SIGPIPE, &action, nullptr);
+// While it lives, no signal reaches the process.
+class BlockedSignals {
+  public:
+    BlockedSignals() {
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_SETMASK, &all, &before_);
+    }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+    ~BlockedSignals() { unblock(); }
+
+    void unblock() const { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+  private:
+    sigset_t before_{};
+};
+
+// Sets every signal that is not ignored to its default action, as execv does, and SIGPIPE in any
+// case: a caller that ignores it does so for its own writes; a program started with it ignored
+// would go on writing to a reader that has gone.
+void reset_signal_actions() {
+    struct sigaction default_action {};
+    default_action.sa_handler = SIG_DFL;
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+        struct sigaction before {};
+        if (sigaction(signal, &default_action, &before) == 0 && before.sa_handler == SIG_IGN &&
+            signal != SIGPIPE) {
+            sigaction(signal, &before, nullptr);
+        }
+    }
 }
 
 [[noreturn]] void become(const Streams& wanted, const char* path, char* const argv[],
-                         ExecFailureReport report) {
+                         ExecFailureReport report, const BlockedSignals& blocked) {
     if (!connect_streams(wanted)) {
         say("fork_execv: dup() failed: ", reason(errno), "\n");
         _exit(kCannotBecomeProgram);
     }
     close_descriptors_from(kStandardStreams);
-    reset_sigpipe();
+    reset_signal_actions();
+    blocked.unblock();
     errno = EFAULT;
     if (path != nullptr) {
         errno = 0;
@@ -141,10 +167,27 @@ void report_failed_execv(const char* path, int error) {
     say("fork_execv: execv(\"", path, "\") failed: ", reason(error), "\n");
 }
 
+// vfork(2), because copying the caller's page tables, and then its pages as it writes to them,
+// takes much longer than all else here. The caller is suspended until the child has become the
+// program or ended, and the child runs in the caller's memory, on its stack. So it
+//
+// - calls async-signal-safe functions only, which allocate nothing and take no lock;
+// - changes nothing but errno and the unused part of the stack;
+// - runs none of the caller's signal handlers, which may write anywhere: signals are blocked until
+//   it has reset their actions, which are not shared; one that was sent to it by then takes its
+//   default action, as it would in the program;
+// - ends with _exit(2) if it does not become the program.
 pid_t start(const Streams& wanted, const char* path, char* const argv[], ExecFailureReport report) {
-    const pid_t pid = fork();
+    const int error = errno;
+    const BlockedSignals blocked;
+    // NOLINTBEGIN(clang-analyzer-security.insecureAPI.vfork,clang-analyzer-unix.Vfork)
+    const pid_t pid = vfork();
     if (pid == 0) {
-        become(wanted, path, argv, report);
+        become(wanted, path, argv, report, blocked);
+    }
+    // NOLINTEND(clang-analyzer-security.insecureAPI.vfork,clang-analyzer-unix.Vfork)
+    if (pid != -1) {
+        errno = error;  // the child's errno is this one
     }
     return pid;
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "support/conf_table_handle.h"
+#include "support/conf_variables.h"
 #include "support/log.h"
 
 namespace {

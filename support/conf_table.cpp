@@ -113,6 +113,10 @@ conf_entry* find_sorted(const char* name, const conf_table& table) {
 
 }  // namespace
 
+conf_table* conf_new_r() {
+    return static_cast<conf_table*>(std::calloc(1, sizeof(conf_table)));
+}
+
 int conf_init_r(conf_table* table) {
     std::size_t capacity = kFirstCapacity;
     if (table->entries != nullptr) {
@@ -147,7 +151,7 @@ int conf_set_r(const char* name, const char* value, conf_table* table) {
         return failure(ENOMEM);
     }
     if (conf_entry* known = find(name, *table)) {
-        const CPointer<char> old_value(std::exchange(known->value, own_value.release()));
+        std::free(std::exchange(known->value, own_value.release()));
         return 0;
     }
     table->entries[table->count++] = {own_name.release(), own_value.release()};
@@ -194,15 +198,15 @@ const char* conf_get_r(const char* name, const conf_table* table) {
 }
 
 void conf_free_r(conf_table* table) {
-    const CPointer<conf_table> own_table(table);
     if (table == nullptr) {
         return;
     }
-    const CPointer<conf_entry> own_entries(table->entries);
     for (std::size_t i = 0; i < table->count; ++i) {
-        const CPointer<char> name(table->entries[i].name);
-        const CPointer<char> value(table->entries[i].value);
+        std::free(table->entries[i].name);
+        std::free(table->entries[i].value);
     }
+    std::free(table->entries);
+    std::free(table);
 }
 
 int cmp_conf(const void* left, const void* right) {

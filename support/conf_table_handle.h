@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdlib>
 #include <memory>
 
 #include "support/conf_table.h"
@@ -15,7 +14,7 @@ using ConfTableHandle = std::unique_ptr<conf_table, ConfTableDeleter>;
 
 /// An empty table; null when there is no memory.
 inline ConfTableHandle new_conf_table() {
-    return ConfTableHandle(static_cast<conf_table*>(std::calloc(1, sizeof(conf_table))));
+    return ConfTableHandle(conf_new_r());
 }
 
 }  // namespace tolva

@@ -5,16 +5,18 @@
 #include <cstdio>
 #include <cstring>
 
-#include "support/c_pointer.h"
 #include "support/db_handle.h"
+#include "support/db_password.h"
+#include "support/db_retry.h"
 #include "support/db_session.h"
 #include "support/log.h"
 
+using tolva::db::AdminPassword;
 using tolva::db::ConnectionHandle;
+using tolva::db::Patience;
 
 namespace {
 
-constexpr char kPasswordFile[] = "/etc/tva/.tva.shadow";
 constexpr char kUser[] = "admin";
 constexpr char kDatabase[] = "tva";
 constexpr unsigned kConnectSeconds = 30;
@@ -23,118 +25,105 @@ constexpr unsigned kAnswerSeconds = 300;
 // -1: no session has been set up yet.
 int mysql41_compatible = -1;
 
-// The administrator's password, wiped from memory when it is no longer needed.
-class AdminPassword {
-  public:
-    AdminPassword() = default;
-    AdminPassword(const AdminPassword&) = delete;
-    AdminPassword& operator=(const AdminPassword&) = delete;
-    AdminPassword(AdminPassword&&) = delete;
-    AdminPassword& operator=(AdminPassword&&) = delete;
-    ~AdminPassword() { explicit_bzero(text_.data(), text_.size()); }
-
-    // False with errno and the reason in err.
-    bool read(char* err, size_t size) {
-        const tolva::FilePointer file(std::fopen(kPasswordFile, "re"));
-        if (file == nullptr) {
-            return fail("Unable to open admin password file: %s", err, size);
-        }
-        std::setbuf(file.get(), nullptr);  // no second copy
-        errno = 0;
-        if (std::fgets(text_.data(), static_cast<int>(text_.size()), file.get()) == nullptr) {
-            return fail("Unable to read admin password file: %s", err, size);
-        }
-        cut_line_feed();
-        return true;
-    }
-
-    const char* text() const { return text_.data(); }
-
-  private:
-    static bool fail(const char* format, char* err, size_t size)
-        __attribute__((format(printf, 1, 0))) {
-        const int error = errno;
-        std::snprintf(err, size, format, strerror(error));
-        errno = error;
-        return false;
-    }
-
-    void cut_line_feed() {
-        const size_t length = strlen(text_.data());
-        if (length > 0 && text_[length - 1] == '\n') {
-            text_[length - 1] = '\0';
-        }
-    }
-
-    std::array<char, 100> text_{};
-};
-
-void set_options(MYSQL* connection) {
+void set_options(MYSQL* connection, unsigned connect_seconds) {
     const my_bool off = 0;
     const unsigned int none = 0;
-    mysql_options(connection, MYSQL_OPT_CONNECT_TIMEOUT, &kConnectSeconds);
+    mysql_options(connection, MYSQL_OPT_CONNECT_TIMEOUT, &connect_seconds);
     mysql_options(connection, MYSQL_OPT_READ_TIMEOUT, &kAnswerSeconds);
     mysql_options(connection, MYSQL_OPT_WRITE_TIMEOUT, &kAnswerSeconds);
     mysql_options(connection, MYSQL_OPT_RECONNECT, &off);
     mysql_options(connection, MYSQL_OPT_LOCAL_INFILE, &none);
 }
 
-MYSQL* null_on_error(ConnectionHandle connection) {
-    if (connection != nullptr && mysql_errno(connection.get()) != 0) {
-        connection.reset();
-        errno = 0;
-    }
-    return connection.release();
+void report_refusal(MYSQL* connection, char* err, size_t size) {
+    std::snprintf(err, size, "Unable to connect to Tolva Database: %s", mysql_error(connection));
+    errno = 0;
 }
 
-}  // namespace
-
-void db_library_init(void) {
-    mysql_library_init(0, nullptr, nullptr);
+bool reports_error(const ConnectionHandle& connection) {
+    return connection != nullptr && mysql_errno(connection.get()) != 0;
 }
 
-MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
-    AdminPassword password;
-    if (!password.read(err, size)) {
-        return nullptr;
-    }
+// Opens a connection and logs in, trying again after refusals that pass. Null with errno and the
+// reason in err.
+ConnectionHandle log_in(const AdminPassword& password, Patience& patience, char* err, size_t size) {
     db_library_init();
-    ConnectionHandle connection(mysql_init(nullptr));
-    if (connection == nullptr) {
-        std::snprintf(err, size, "Unable to initialize MySQL connection structure: %s",
-                      strerror(ENOMEM));
-        errno = ENOMEM;
-        return nullptr;
+    while (true) {
+        ConnectionHandle connection(mysql_init(nullptr));
+        if (connection == nullptr) {
+            std::snprintf(err, size, "Unable to initialize MySQL connection structure: %s",
+                          strerror(ENOMEM));
+            errno = ENOMEM;
+            return nullptr;
+        }
+        set_options(connection.get(), patience.seconds_for_try(kConnectSeconds));
+        if (mysql_real_connect(connection.get(), "localhost", kUser, password.text(), kDatabase, 0,
+                               nullptr, 0) != nullptr) {
+            return connection;
+        }
+        if (!tolva::db::is_passing(connection.get()) || !patience.wait()) {
+            report_refusal(connection.get(), err, size);
+            return nullptr;
+        }
     }
-    set_options(connection.get());
-    if (mysql_real_connect(connection.get(), "localhost", kUser, password.text(), kDatabase, 0,
-                           nullptr, 0) == nullptr) {
-        std::snprintf(err, size, "Unable to connect to Tolva Database: %s",
-                      mysql_error(connection.get()));
-        connection.reset();
-        errno = 0;
-    }
-    return connection.release();
 }
 
-MYSQL* tolva_db_connect_raw(char* err, size_t size) {
-    return null_on_error(ConnectionHandle(tolva_db_connect_raw_ex(err, size)));
-}
-
-MYSQL* tolva_db_connect_ex(char* err, size_t size) {
-    MYSQL* connection = tolva_db_connect_raw(err, size);
-    if (connection == nullptr) {
+// The same; null also if the handle reports an error number.
+ConnectionHandle log_in_without_error(const AdminPassword& password, Patience& patience, char* err,
+                                      size_t size) {
+    ConnectionHandle connection = log_in(password, patience, err, size);
+    if (reports_error(connection)) {
+        report_refusal(connection.get(), err, size);
         return nullptr;
-    }
-    bool utf8_mode = false;
-    if (tolva::db::set_up_session(connection, utf8_mode, err, size)) {
-        mysql41_compatible = utf8_mode ? 1 : 0;
     }
     return connection;
 }
 
+}  // namespace
+
+MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
+    AdminPassword password;
+    Patience patience;
+    return password.read(err, size) ? log_in(password, patience, err, size).release() : nullptr;
+}
+
+MYSQL* tolva_db_connect_raw(char* err, size_t size) {
+    AdminPassword password;
+    Patience patience;
+    return password.read(err, size) ? log_in_without_error(password, patience, err, size).release()
+                                    : nullptr;
+}
+
+MYSQL* tolva_db_connect_ex(char* err, size_t size) {
+    AdminPassword password;
+    if (!password.read(err, size)) {
+        return nullptr;
+    }
+    Patience patience;
+    while (true) {
+        ConnectionHandle connection = log_in_without_error(password, patience, err, size);
+        if (connection == nullptr) {
+            return nullptr;
+        }
+        bool utf8_mode = false;
+        if (tolva::db::set_up_session(connection.get(), utf8_mode, err, size)) {
+            mysql41_compatible = utf8_mode ? 1 : 0;
+            return connection.release();
+        }
+        if (!tolva::db::is_passing(connection.get()) || !patience.wait()) {
+            return connection.release();
+        }
+        std::snprintf(err, size, "%s", "");  // the next try may have nothing to report
+    }
+}
+
 MYSQL* tolva_db_connect(char* err, size_t size) {
-    return null_on_error(ConnectionHandle(tolva_db_connect_ex(err, size)));
+    ConnectionHandle connection(tolva_db_connect_ex(err, size));
+    if (reports_error(connection)) {
+        errno = 0;
+        return nullptr;
+    }
+    return connection.release();
 }
 
 MYSQL* db_connect_nothrow(char* err, size_t size) {

@@ -2,14 +2,18 @@
  * server, as user "admin" with the password in /etc/tva/.tva.shadow, database "tva", and with the
  * session settings that the server's version and a setting of the panel ask for.
  *
- * A connection belongs to who asked for it: mysql_close(). Connecting takes at most 30 seconds, an
- * answer and a request at most 300 each, so that a server that has gone silent cannot hold a
- * process for ever. A lost connection is not opened again, and the server cannot ask for local
- * files. A process-wide flag is kept and nothing is locked: for programs of one thread.
+ * A connection belongs to the caller: mysql_close(). Connecting takes at most 30 seconds, a request
+ * and its answer at most 300 each, so that a server that has gone silent cannot hold a process for
+ * ever. A lost connection is not reopened, and the server cannot ask for local files. A
+ * process-wide flag is kept and nothing is locked: for programs of one thread.
  *
- * The functions that take an error buffer write the reason of a failure into it as one line, cut
- * to its size; it may be null or of size 0. errno then tells a failure of the system; it is 0 where
- * the reason is the database's.
+ * A server that refuses for a moment only, because it is being restarted or has too many sessions
+ * (see is_passing in support/db_retry.h), is asked again, with growing pauses, until 5 seconds
+ * after the first refusal; the same goes for a connection that is lost while its session is set up.
+ *
+ * The functions that take an error buffer write the reason for a failure into it as one line, cut
+ * to its size; it may be null or of size 0. errno is that of a failure of the system, or 0 when the
+ * reason came from the database. None of the functions throws.
  */
 #ifndef SUPPORT_DB_H
 #define SUPPORT_DB_H
@@ -22,46 +26,50 @@ extern "C" {
 #endif
 
 /* Makes the client library ready; needed before mysql_escape_string() when no connection has been
- * made yet. Further calls do nothing. */
+ * made yet. Further calls do nothing. The process reads no configuration file of OpenSSL after
+ * that, and looks services up in /etc/services only. */
 void db_library_init(void);
 
-/* Opens the connection and logs in. Null on failure, with one of
+/* Opens the connection and logs in. Returns null on failure, with one of
  *     Unable to open admin password file: <reason>
  *     Unable to read admin password file: <reason>
  *     Unable to initialize MySQL connection structure: <reason>
  *     Unable to connect to Tolva Database: <error of the database>
  * in err. The password is the first line of its file, at most 99 characters, without the line feed
- * at its end; a carriage return there belongs to it. */
+ * at its end; a carriage return there is part of it. */
 MYSQL* tolva_db_connect_raw_ex(char* err, size_t size);
 
-/* As above; null also if the handle reports an error number. */
+/* As above; null also if the handle reports an error number, with "Unable to connect to Tolva
+ * Database: <error of the database>". */
 MYSQL* tolva_db_connect_raw(char* err, size_t size);
 
 /* As tolva_db_connect_raw_ex, and sets the session up: no foreign key checks; with a server of
  * version 4.1 or later "SET NAMES utf8" or "SET NAMES binary", by the panel's setting
  * mysql41_compatible. With the client library in use it always comes out as binary: see
- * compatibility_setting in support/db_session.h. If a step fails the connection is returned as it
- * is, with DB error (<step>) <number>: <error of the database> DB error (<step>): unknown error in
- * err. */
+ * compatibility_setting in support/db_session.h. If a step fails, the connection is returned as it
+ * is, with one of
+ *     DB error (<step>) <number>: <error of the database>
+ *     DB error (<step>): unknown error
+ * in err. */
 MYSQL* tolva_db_connect_ex(char* err, size_t size);
 
-/* As tolva_db_connect_ex; but where the handle reports an error number after that, it is closed and
- * the result is null. */
+/* As tolva_db_connect_ex; but if the handle reports an error number after that, the connection is
+ * closed and the result is null. */
 MYSQL* tolva_db_connect(char* err, size_t size);
 
 /* The same as tolva_db_connect. */
 MYSQL* db_connect_nothrow(char* err, size_t size);
 
-/* As tolva_db_connect; reports the reason of a failure through messlog2, without ending the
+/* As tolva_db_connect; reports the reason for a failure through messlog2, without ending the
  * process. */
 MYSQL* db_connect(void);
 
-/* Whether the sessions of this process run in UTF-8 mode: 1 or 0, or -1 as long as no connection
- * has been set up. */
+/* Whether the sessions of this process run in UTF-8 mode: 1 or 0, or -1 until a session has been
+ * set up. */
 int tolva_db_mysql41_compatible_raw(void);
 
-/* The same; if it is not known yet it makes a connection to find out. That connection is not handed
- * out and stays open until the process ends. */
+/* The same; if it is not known yet, opens a connection to find out. That connection is not returned
+ * and stays open until the process ends. */
 int db_is_mysql41_compatible(void);
 
 #ifdef __cplusplus

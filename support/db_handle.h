@@ -2,12 +2,18 @@
 
 #include <mysql.h>
 
+#include <cerrno>
 #include <memory>
 
 namespace tolva::db {
 
+/// Keeps errno, which may be the reason for giving the connection up.
 struct ConnectionDeleter {
-    void operator()(MYSQL* connection) const { mysql_close(connection); }
+    void operator()(MYSQL* connection) const {
+        const int error = errno;
+        mysql_close(connection);
+        errno = error;
+    }
 };
 
 struct ResultDeleter {
@@ -16,5 +22,14 @@ struct ResultDeleter {
 
 using ConnectionHandle = std::unique_ptr<MYSQL, ConnectionDeleter>;
 using ResultHandle = std::unique_ptr<MYSQL_RES, ResultDeleter>;
+
+/// mysql_store_result(3), owned: the rows of the statement just sent, or null, with an error number
+/// at the handle unless it was one without rows.
+///
+/// If the client itself stopped reading, for lack of memory, say, the rest of the rows is still to
+/// come, and would be taken for the answer to the next statement. The connection is cut off then:
+/// every further statement fails at once, and closing it does not wait. An error that the server
+/// sent ends the rows and leaves the connection usable.
+ResultHandle store_result(MYSQL* connection);
 
 }  // namespace tolva::db

@@ -21,7 +21,7 @@ namespace {
 constexpr size_t kParameterSize = 4096;
 char parameter[kParameterSize];
 
-// The caller's connection or, where there is none, one that lasts as long as this object.
+// The caller's connection or, if there is none, one that lasts as long as this object.
 class BorrowedOrOwn {
   public:
     explicit BorrowedOrOwn(MYSQL* borrowed)
@@ -35,7 +35,7 @@ class BorrowedOrOwn {
     MYSQL* connection_;
 };
 
-// What the server says is the whole reason: no error of the system is added to the message.
+// The reason is the server's alone: no error of the system is to be added to the message.
 const char* reason_of(MYSQL* connection) {
     errno = 0;
     return mysql_error(connection);
@@ -52,7 +52,7 @@ char* get_param_query(const char* query, MYSQL* connection) {
     ResultHandle result;
     const bool sent = mysql_query(database.get(), query) == 0;
     if (sent) {
-        result.reset(mysql_store_result(database.get()));
+        result = tolva::db::store_result(database.get());
     }
     if (!sent || mysql_errno(database.get()) != 0) {
         const char* reason = reason_of(database.get());
@@ -91,7 +91,7 @@ char* escape_mysql_param(MYSQL* connection, const char* text) {
 
 namespace {
 
-// What a write or delete helper reports: without a connection, and when it fails (name, reason).
+// What a write or delete helper reports: when it fails (name, reason), and without a connection.
 struct Messages {
     const char* failed;
     const char* unconnected = "Unable to connect to mysql database\n";
@@ -105,7 +105,7 @@ int report_failure(const char* format, const char* name, const char* reason) {
     return -1;
 }
 
-// The value as it stands between the quotes of a string literal of SQL.
+// The value as it is written between the quotes of a string literal of SQL.
 std::string escaped(MYSQL* connection, const char* value) {
     const tolva::CPointer<char> text(escape_mysql_param(connection, value));
     if (text == nullptr) {
@@ -114,7 +114,7 @@ std::string escaped(MYSQL* connection, const char* value) {
     return text.get();
 }
 
-// Sends the statement that compose(connection) gives.
+// Sends the statement that compose(connection) returns.
 template <typename Compose>
 int send(MYSQL* connection, const char* name, const Messages& messages, Compose compose) {
     const BorrowedOrOwn database(connection);

@@ -1,12 +1,13 @@
 /* Single parameters of the panel's key/value tables.
  *
- * Each function takes an open connection, or null: then it makes one of its own with db_connect()
+ * Each function takes an open connection, or null: then it opens one of its own with db_connect()
  * and closes it before it returns. Failures are reported through messlog2, without ending the
- * process; errno is 0 behind a reason of the database, so that no error of the system is added, and
- * ENOMEM where there was no memory.
+ * process; errno is 0 when the reason came from the database, so that no error of the system is
+ * added, and ENOMEM when there was no memory. None of the functions throws.
  *
- * Values are escaped for SQL where they are written. Names, ids, keys, tables and columns are not:
- * they have to come from the program, never from a message or a form.
+ * Texts are C strings: they end at the first zero byte. Values are escaped for SQL when they are
+ * written. Names, ids, keys, tables and columns are not: they have to come from the program, never
+ * from a message or a form.
  */
 #ifndef SUPPORT_DB_PARAMS_H
 #define SUPPORT_DB_PARAMS_H
@@ -18,11 +19,13 @@ extern "C" {
 #endif
 
 /* The get family. The result is the first column of the first row, cut to 4095 bytes, in a buffer
- * of the process that the next call of any of them writes over. It is "" where there is no row or
- * the column is NULL, and null where there is no connection or the query fails, with one of
+ * of the process that the next call of any of them overwrites. It is "" if there is no row or the
+ * column is NULL, and null if there is no connection or the query fails, with one of
  *     Unable to connect to the mysql database
  *     Unable to query parameter by query <query>: <error of the database>
- * Queries are formatted into 4096 bytes; a longer one is cut, and so fails. */
+ * The query of get_param_simple and get_param is cut to 4095 bytes, and so fails, if it is longer.
+ * After a result that there is no memory for, nothing more can be asked of the connection: see
+ * store_result in support/db_handle.h. */
 char* get_param_query(const char* query, MYSQL* connection);
 
 /* "select <value_column> from <table> where <key_column>='<key>'" */
@@ -32,9 +35,9 @@ char* get_param_simple(const char* key, const char* table, const char* key_colum
 /* The panel's setting of that name, from table misc. */
 char* get_param(const char* name, MYSQL* connection);
 
-/* A copy of text for use between single quotes in a statement sent over that connection, which
- * must not be null. The caller frees it with free(3). Null for null text, and null with errno
- * ENOMEM when there is no memory. */
+/* A copy of text, up to its first zero byte, for use between single quotes in a statement sent over
+ * that connection, which must not be null. The caller frees it with free(3). Null for null text,
+ * and null with errno ENOMEM when there is no memory. */
 char* escape_mysql_param(MYSQL* connection, const char* text);
 
 /* These return 0, or -1 after reporting

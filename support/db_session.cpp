@@ -45,7 +45,7 @@ bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) 
     if (mysql_query(connection, "SHOW VARIABLES LIKE 'version'") != 0) {
         return fail(connection, "query version", err, size);
     }
-    const ResultHandle variables(mysql_store_result(connection));
+    const ResultHandle variables = store_result(connection);
     if (variables == nullptr) {
         return fail(connection, "store query result", err, size);
     }
@@ -64,10 +64,12 @@ bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) 
     if (mysql_query(connection, kSetting) != 0) {
         return fail(connection, "mysql41 compatible query", err, size);
     }
-    const ResultHandle settings(mysql_store_result(connection));
+    const ResultHandle settings = store_result(connection);
     if (settings == nullptr) {
         return fail(connection, "store query result", err, size);
     }
+    // The query has one column, so the setting is always null and the mode binary; only a result of
+    // two columns, which no server sends for this query, would lead to "SET NAMES utf8".
     utf8_mode =
         is_utf8_wanted(compatibility_setting(settings.get(), mysql_fetch_row(settings.get())));
     if (mysql_query(connection, utf8_mode ? "SET NAMES utf8" : "SET NAMES binary") != 0) {

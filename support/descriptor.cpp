@@ -11,7 +11,7 @@ namespace tolva {
 
 namespace {
 
-// Gives the descriptor another number where it has that of a standard stream.
+// Moves the descriptor if it has the number of a standard stream.
 bool move_above_standard_streams(Descriptor& descriptor) {
     if (descriptor.get() <= STDERR_FILENO) {
         descriptor = Descriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));

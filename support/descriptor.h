@@ -8,7 +8,7 @@ namespace tolva {
 class Descriptor {
   public:
     Descriptor() = default;
-    /// Takes over `fd`; a negative value stands for none, so the result of open(2) fits as it is.
+    /// Takes over `fd`; a negative value means none, so the result of open(2) can be passed on.
     explicit Descriptor(int fd) : fd_(fd) {}
     Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
     Descriptor& operator=(Descriptor&& other) noexcept;
@@ -19,10 +19,10 @@ class Descriptor {
     explicit operator bool() const { return fd_ >= 0; }
     [[nodiscard]] int get() const { return fd_; }
 
-    /// Gives the descriptor to the caller.
+    /// Hands the descriptor over to the caller.
     [[nodiscard]] int release();
 
-    /// Closes now; errno stays what it was.
+    /// Closes it now; keeps errno.
     void close() noexcept;
 
   private:
@@ -35,7 +35,7 @@ struct Pipe {
 };
 
 /// A pipe whose ends are closed on execv(2), or nothing with errno. The ends have numbers above 2
-/// also where a standard stream is closed: a child that is given one of them must not take it for a
+/// even if a standard stream is closed: a child that is given one of them must not take it for a
 /// stream to inherit.
 [[nodiscard]] std::optional<Pipe> make_pipe();
 

@@ -22,8 +22,17 @@ using tolva::Pipe;
 
 namespace {
 
+constexpr char kNoCommand[] =
+    "popen_exec: failed to execute command: fork or pipe calls failed, or cannon allocate memory\n";
+
 void report_failed_exec(const char* path, int error) {
     child::say("Cannot exec ", path, ":\n", child::reason(error), "\n");
+}
+
+void set_null(char** text) {
+    if (text != nullptr) {
+        *text = nullptr;
+    }
 }
 
 // As the shell puts it in $?.
@@ -80,6 +89,21 @@ int getoutput(char** output, const char* path, char* const argv[]) {
     return status;
 }
 
+// Collects what a command of the shell writes, as far as there is memory for it; false with errno
+// when it cannot be read.
+bool collect_command(OutputBuffer& text, int fd) {
+    const OutputBuffer::Outcome outcome = text.read_from(fd);
+    if (outcome == OutputBuffer::Outcome::no_memory) {
+        messlog2(0, 0,
+                 "popen_exec: warning: failed to allocate memory for command output buffer\n");
+        OutputBuffer::drain(fd);
+    } else if (outcome == OutputBuffer::Outcome::failed) {
+        tolva::report_failed_read();
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 int popen_exec_getoutput(char** output, const char* command) {
@@ -91,17 +115,16 @@ int popen_exec_getoutput(char** output, const char* command) {
     }
     FILE* pipe = popen(command, "r");
     if (pipe == nullptr) {
-        messlog2(0, 0,
-                 "popen_exec: failed to execute command: fork or pipe calls failed, or cannon "
-                 "allocate memory\n");
+        messlog2(0, 0, kNoCommand);
         return -1;
     }
-    if (text.read_from(fileno(pipe)) == OutputBuffer::Outcome::no_memory) {
-        messlog2(0, 0,
-                 "popen_exec: warning: failed to allocate memory for command output buffer\n");
-        OutputBuffer::drain(fileno(pipe));
-    }
+    const bool collected = collect_command(text, fileno(pipe));
+    const int error = errno;
     const int status = pclose(pipe);
+    if (!collected) {
+        errno = error;
+        return -1;
+    }
     if (status != -1) {
         *output = text.release();
     }
@@ -132,10 +155,11 @@ int fork_execv_getoutput(char** output, const char* path, ...) {
     return getoutput(output, path, argv.get());
 }
 
-int read_to_buf(int fd, char** buf, size_t* length) {
-    OutputBuffer buffer(*buf, *length);
+int read_to_buf(int fd, char** buf, size_t* length, size_t* capacity) {
+    OutputBuffer buffer(*buf, *length, *capacity);
     const OutputBuffer::Outcome outcome = tolva::read_and_report(buffer, fd);
     *length = buffer.length();
+    *capacity = buffer.capacity();
     *buf = buffer.release();
     switch (outcome) {
         case OutputBuffer::Outcome::ended:
@@ -150,14 +174,12 @@ int read_to_buf(int fd, char** buf, size_t* length) {
 int fork_execv_getouterr(char** out, char** err, const char* path, char* const argv[]) {
     CapturedStream output(out);
     CapturedStream errors(err);
-    if (!output.open() || !errors.open()) {
-        return -1;
-    }
-    return tolva::run_captured({0, output.child_end(), errors.child_end()}, {&output, &errors},
-                               path, argv);
+    return tolva::run_captured(output, &errors, path, argv);
 }
 
 int fork_execl_getouterr(char** out, char** err, const char* path, ...) {
+    set_null(out);
+    set_null(err);
     va_list arguments;
     va_start(arguments, path);
     const int result = child::with_arguments(
@@ -168,14 +190,11 @@ int fork_execl_getouterr(char** out, char** err, const char* path, ...) {
 
 int fork_execv_getout(char** out, const char* path, char* const argv[]) {
     CapturedStream output(out);
-    CapturedStream none(nullptr);
-    if (!output.open()) {
-        return -1;
-    }
-    return tolva::run_captured({0, output.child_end(), 2}, {&output, &none}, path, argv);
+    return tolva::run_captured(output, nullptr, path, argv);
 }
 
 int fork_execl_getout(char** out, const char* path, ...) {
+    set_null(out);
     va_list arguments;
     va_start(arguments, path);
     const int result = child::with_arguments(

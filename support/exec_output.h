@@ -1,13 +1,14 @@
 /* Running another program to its end and collecting what it writes.
  *
- * The text collected is all that was written, whatever bytes, with a NUL behind it; the caller
- * frees it with free(3). It is null after a failure (result -1). The pointers to it
- * must not be null but where it says so. Collecting ends when every process
- * that holds the stream has closed it or ended, as with popen(3).
+ * The text collected is all that was written, whatever bytes, followed by a NUL; the caller frees
+ * it with free(3). After a failure (result -1) it is null. The pointers that take it must not be
+ * null unless it says so. Collecting ends when every process that holds the stream has closed it or
+ * ended, as with popen(3).
  *
- * Results are those of system(3) and pclose(3): the status of the program as waitpid(2) gives it
+ * Results are those of system(3) and pclose(3): the status of the program as from waitpid(2)
  * (WIFEXITED, WEXITSTATUS, WIFSIGNALED, ...), or -1 with errno. Only that program is waited for,
- * also after a failure. Reports go through messlog2 and never end the process.
+ * even after a failure. Reports go through messlog2 and never end the process. None of the
+ * functions throws.
  *
  * Arguments are a whole argument vector as for execv(3), argv[0] included, or the same as a list of
  * const char* that a null pointer ends. What exec.h says about the child holds here (but not for
@@ -27,7 +28,9 @@ extern "C" {
  *     popen_exec: failed to allocate memory
  *     popen_exec: failed to execute command: fork or pipe calls failed, or cannon allocate memory
  *     popen_exec: warning: failed to allocate memory for command output buffer
- * After the last one the command runs on and the output is what was collected until then. */
+ *     fork_exec*: read(pipe) failed: <reason>
+ * After the warning the command runs on, and the output is what was collected until then; after a
+ * failed read the result is -1. */
 int popen_exec_getoutput(char** output, const char* command);
 
 /* Runs a command of the shell and does not keep its output. Reports, each followed by a line feed:
@@ -39,7 +42,7 @@ int popen_exec(const char* command);
 
 /* Runs path with the caller's standard input and error and collects its standard output. Reports
  *     Cannot fork():\n<reason>
- *     Cannot allocate buffer:\n<reason>          also for the argument vector and the pipe
+ *     Cannot allocate buffer:\n<reason>          the argument vector and the pipe included
  *     Cannot read child output:\n<reason>
  *     utility <path> failed (result=<exit status>):\n<output>
  *     utility <path> killed (signal <number>):\n<output>
@@ -49,14 +52,16 @@ int popen_exec(const char* command);
  * error and ends with status 255. */
 int fork_execv_getoutput(char** output, const char* path, ...) __attribute__((sentinel));
 
-/* Reads a descriptor into a buffer that grows as needed. *buf and *length are null and 0 at first,
- * and then what the last call left there; the text may hold zero bytes and has a NUL behind it.
- * Gives 0 at end of file and 1 when a non-blocking descriptor has nothing more for now. On failure
- * gives -1 with errno and reports one of
+/* Reads a descriptor to the end of a text, which grows as needed: *buf is a block of *capacity
+ * bytes from malloc(3) whose first *length bytes are used, or null to begin with. All three are
+ * updated, also on failure, and the caller frees *buf with free(3). The text may hold zero bytes
+ * and is followed by a NUL.
+ *
+ * Returns 0 at end of file and 1 when a non-blocking descriptor has nothing more for now. On
+ * failure keeps what was read before, returns -1 with errno and reports one of
  *     Cannot allocate memory
- *     fork_exec*: read(pipe) failed: <reason>
- * what was read before stays in *buf. */
-int read_to_buf(int fd, char** buf, size_t* length);
+ *     fork_exec*: read(pipe) failed: <reason> */
+int read_to_buf(int fd, char** buf, size_t* length, size_t* capacity);
 
 /* Run path with the caller's standard input and collect its standard output and standard error, for
  * as long as both last, through two non-blocking pipes; a null pointer for out or err connects that
@@ -64,7 +69,7 @@ int read_to_buf(int fd, char** buf, size_t* length);
  *     fork_execv_getouterr: pipe() failed
  *     fork_execv_getouterr: fcntl(O_NONBLOCK) failed
  *     fork_execv_pipes: fork() failed
- *     fork_exec*: read(pipe) failed: <reason>    also when poll(2) fails
+ *     fork_exec*: read(pipe) failed: <reason>    or poll(2) failed
  *     malloc() failed: <reason>                  no memory for the arguments of the list
  * and what read_to_buf reports. */
 int fork_execv_getouterr(char** out, char** err, const char* path, char* const argv[]);

@@ -13,10 +13,11 @@ namespace child = tolva::child;
 
 namespace {
 
+constexpr char kPossibleReason[] =
+    ", possible reason - NULL parameter is absent in util_exec(path, arg1, arg2, NULL) call.\n";
+
 void report_failed_util_exec(const char* /*path*/, int error) {
-    child::say("Error occured during execv():\n", child::reason(error),
-               ", possible reason - NULL parameter is absent in util_exec(path, arg1, arg2, NULL) "
-               "call.\n");
+    child::say("Error occured during execv():\n", child::reason(error), kPossibleReason);
 }
 
 // The standard streams are not among what the caller may give away.
@@ -24,7 +25,7 @@ bool is_standard(int fd) {
     return fd >= 0 && fd <= 2;
 }
 
-// Waits for the end of the child and reports what does not belong to an orderly one.
+// Waits for the end of the child and reports anything but a normal exit.
 int watch(pid_t pid) {
     while (true) {
         int status = 0;

@@ -9,6 +9,7 @@
 #include "support/c_pointer.h"
 #include "support/child_process.h"
 #include "support/conf.h"
+#include "support/conf_variables.h"
 #include "support/exec_output.h"
 #include "support/exec_run.h"
 #include "support/log.h"

@@ -53,13 +53,13 @@ __attribute__((format(printf, 2, 0))) void write_log(std::FILE* stream, const ch
     std::fflush(stream);
 }
 
-// A message in a buffer with whatever room is behind it.
+// A message in a buffer with whatever room is left after it.
 struct Message {
     tolva::CPointer<char> text;
     std::size_t capacity;
 };
 
-// Formats with errno as it was at the call, for the sake of %m.
+// Formats with errno as it was at the call, for %m.
 __attribute__((format(printf, 2, 0))) Message format_message(int error, const char* format,
                                                              va_list args) {
     Message message{tolva::CPointer<char>(static_cast<char*>(std::malloc(kMessageBuffer))),
@@ -74,9 +74,7 @@ __attribute__((format(printf, 2, 0))) Message format_message(int error, const ch
     const int length = std::vsnprintf(message.text.get(), message.capacity, format, args);
     if (length >= 0 && static_cast<std::size_t>(length) >= message.capacity) {
         const std::size_t needed = static_cast<std::size_t>(length) + 1;
-        if (void* grown = std::realloc(message.text.get(), needed)) {
-            static_cast<void>(message.text.release());
-            message.text.reset(static_cast<char*>(grown));
+        if (tolva::resize(message.text, needed)) {
             message.capacity = needed;
             errno = error;
             std::vsnprintf(message.text.get(), message.capacity, format, again);

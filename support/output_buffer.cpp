@@ -2,24 +2,15 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 
 namespace tolva {
 
 namespace {
 
 constexpr std::size_t kSmallestCapacity = 4096;
-
-// The capacity that a buffer holding that much text has grown to by doubling.
-std::size_t grown_capacity(std::size_t length) {
-    std::size_t capacity = kSmallestCapacity;
-    while (capacity <= length) {
-        capacity *= 2;
-    }
-    return capacity;
-}
 
 ssize_t read_some(int descriptor, char* into, std::size_t size) {
     ssize_t count = 0;
@@ -31,22 +22,20 @@ ssize_t read_some(int descriptor, char* into, std::size_t size) {
 
 }  // namespace
 
-OutputBuffer::OutputBuffer(char* text, std::size_t length)
-    : text_(text), length_(length), capacity_(text != nullptr ? grown_capacity(length) : 0) {}
+OutputBuffer::OutputBuffer(char* text, std::size_t length, std::size_t capacity)
+    : text_(text),
+      length_(text != nullptr ? length : 0),
+      capacity_(text != nullptr ? capacity : 0) {}
 
 bool OutputBuffer::reserve() {
-    if (length_ + 1 < capacity_) {
-        return true;
+    if (length_ + 1 >= capacity_) {
+        const std::size_t capacity = std::max(kSmallestCapacity, 2 * capacity_);
+        if (!resize(text_, capacity)) {
+            return false;
+        }
+        capacity_ = capacity;
     }
-    const std::size_t capacity = capacity_ == 0 ? kSmallestCapacity : 2 * capacity_;
-    auto* grown = static_cast<char*>(std::realloc(text_.get(), capacity));
-    if (grown == nullptr) {
-        return false;
-    }
-    static_cast<void>(text_.release());
-    text_.reset(grown);
     text_.get()[length_] = '\0';
-    capacity_ = capacity;
     return true;
 }
 

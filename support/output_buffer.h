@@ -6,28 +6,30 @@
 
 namespace tolva {
 
-/// Text that is read from a descriptor: any bytes, with a NUL behind them.
+/// Text that is read from a descriptor: any bytes, followed by a NUL.
 class OutputBuffer {
   public:
     enum class Outcome { ended, pending, no_memory, failed };
 
     OutputBuffer() = default;
-    /// Goes on with a text and length that came from release(), or begins with null and 0.
-    OutputBuffer(char* text, std::size_t length);
+    /// Continues a text: takes over a block of `capacity` bytes from malloc(3) of which the first
+    /// `length` are used, or null.
+    OutputBuffer(char* text, std::size_t length, std::size_t capacity);
 
     /// Makes room for more text and the NUL; false with errno ENOMEM.
     bool reserve();
 
     /// Reads until end of file (ended) or until a non-blocking descriptor has nothing more for now
-    /// (pending). no_memory and failed leave errno. What was read so far is kept.
+    /// (pending). no_memory and failed set errno. What was read so far is kept.
     Outcome read_from(int descriptor);
 
-    /// Reads to the end of file and keeps nothing of it.
+    /// Reads to the end of file and keeps nothing.
     static void drain(int descriptor);
 
     /// Never null.
     const char* text() const { return text_ != nullptr ? text_.get() : ""; }
     std::size_t length() const { return length_; }
+    std::size_t capacity() const { return capacity_; }
 
     /// Hands the text over, to be freed with free(3); null if nothing was ever reserved.
     char* release() { return text_.release(); }

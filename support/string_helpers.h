@@ -1,6 +1,6 @@
 /* Small helpers for C strings, memory and command lines. What goes wrong is reported through
  * messlog2 (support/log.h). White space and letter case are those of isspace(3) and tolower(3).
- * Strings given must not be null unless it says so.
+ * Strings passed must not be null unless it says so. None of the functions throws.
  */
 #ifndef SUPPORT_STRING_HELPERS_H
 #define SUPPORT_STRING_HELPERS_H
@@ -13,8 +13,8 @@
 extern "C" {
 #endif
 
-/* Replaces every byte from by to, in place, or, when out is not null, in a copy that is written to
- * out (strlen(str) + 1 bytes; str is left as it is). The terminating zero is never replaced.
+/* Replaces every byte from by to, in place, or, if out is not null, in a copy that is written to
+ * out (strlen(str) + 1 bytes; str does not change). The terminating zero is never replaced.
  * Returns the string written: out or str. */
 char* tolva_chch(char* str, char* out, int from, int to);
 
@@ -51,14 +51,14 @@ int vasprintf_safe(char** out, const char* format, va_list args)
     __attribute__((format(printf, 2, 0)));
 int asprintf_safe(char** out, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-/* malloc(3) and realloc(3) for programs that cannot go on without memory: on failure they report
- * "alloc(%d)" with the size and end the process with status 1, in any case: also when the function
- * set by messlog_set_end returns. They never return null, not for size 0 either (a block that
- * realloc_safe is to shrink to 0 is kept). */
+/* malloc(3) and realloc(3) for programs that cannot continue without memory: on failure they report
+ * "alloc(%d)" with the size and end the process with status 1, even if the function set by
+ * messlog_set_end returns. They never return null, not even for size 0 (a block that realloc_safe
+ * is to shrink to 0 is kept). */
 void* malloc_safe(size_t size);
 void* realloc_safe(void* block, size_t size);
 
-/* If given command line parameters are not as many as were used, reports "Some parameters in
+/* If not as many command line parameters were given as were used, reports "Some parameters in
  * command string leave unprocessed. Check parameters please." and ends the process with status 1
  * (returns only if the function set by messlog_set_end does). */
 void check_unprocessed_parameters(int used, int given);

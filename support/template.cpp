@@ -33,7 +33,7 @@ const par_templ* find(const char* name, const par_templ* table, std::size_t coun
     return nullptr;
 }
 
-// The bytes behind an opening character that were looked at, and the length of the name among them:
+// The bytes after an opening character that were looked at, and the length of the name among them:
 // 0 if they form no placeholder.
 struct Lookahead {
     std::size_t length;
@@ -100,7 +100,7 @@ class Output {
     std::size_t consumed_ = 0;
 };
 
-// What to do with a name: a value (perhaps null), or nothing known of it.
+// What is known of a name: its value, which may be null, or nothing.
 struct Lookup {
     bool known;
     const char* value;
@@ -113,8 +113,8 @@ Lookup look_up(const char* text, std::size_t length, const par_templ* table, std
     return entry != nullptr ? Lookup{true, entry->value} : Lookup{false, nullptr};
 }
 
-// Puts out the literal text up to a placeholder and the placeholder's value. False if that is the
-// end of the output.
+// Writes the literal text up to a placeholder and the placeholder's value. False if the output ends
+// there.
 bool substitute(Output& output, std::string_view literal, const char* value,
                 std::size_t placeholder_length, repl_ctl* control) {
     if (!output.add_literal(literal.data(), literal.size())) {

@@ -30,6 +30,12 @@ class Capture {
         }
     }
 
+    void add(std::string_view text) const {
+        if (write(fd_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+            _exit(127);
+        }
+    }
+
     std::string text() const {
         std::string text;
         std::array<char, 4096> piece{};
@@ -45,11 +51,15 @@ class Capture {
     int fd_;
 };
 
+// The notes of this child; null in a process that is none.
+const Capture* notes = nullptr;
+
 }  // namespace
 
 ChildRun run_in_child(const std::function<void()>& body) {
     const Capture out;
     const Capture err;
+    const Capture noted;
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child < 0) {
@@ -58,6 +68,7 @@ ChildRun run_in_child(const std::function<void()>& body) {
     if (child == 0) {
         out.take(STDOUT_FILENO);
         err.take(STDERR_FILENO);
+        notes = &noted;
         errno = 0;
         body();
         std::exit(0);
@@ -67,9 +78,9 @@ ChildRun run_in_child(const std::function<void()>& body) {
         throw std::system_error(errno, std::generic_category(), "waitpid");
     }
     const int status = WIFEXITED(state) ? WEXITSTATUS(state) : -WTERMSIG(state);
-    return {status, out.text(), err.text()};
+    return {status, out.text(), err.text(), noted.text()};
 }
 
-ChildRun status_in_child(const std::function<int()>& body) {
-    return run_in_child([&body] { std::exit(body()); });
+void add_note(std::string_view text) {
+    notes->add(text);
 }

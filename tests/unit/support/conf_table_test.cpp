@@ -16,6 +16,7 @@
 #include "support/log.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
+#include "tests/unit/support/process_state.h"
 
 namespace {
 
@@ -57,7 +58,7 @@ std::string read(const std::string& text) {
     return contents(*table);
 }
 
-// What reading that file reports, behind its result and errno.
+// What reading that file reports, followed by its result and errno.
 std::string report(const char* path) {
     const ChildRun run = run_in_child([path] {
         tolva_log_init("console", 12, LOG_USER, 0, "test");
@@ -77,7 +78,7 @@ std::string report_on_text(const std::string& text) {
     return report(file.path());
 }
 
-TEST(ConfReadFile, CommentBehindAValueIsCutOff) {
+TEST(ConfReadFile, CommentAfterAValueIsCutOff) {
     EXPECT_EQ(read("TOLVA_MAILNAMES_D /srv/mail # comment\n"), "TOLVA_MAILNAMES_D=/srv/mail;");
     EXPECT_EQ(read("A b#c\n"), "A=b;");
     EXPECT_EQ(read("A \"b#c\" \\# d\n"), "A=\"b;");
@@ -107,7 +108,7 @@ TEST(ConfReadFile, CarriageReturnsAreWhiteSpace) {
     EXPECT_EQ(read("A b\r\nC d\r\n"), "A=b;C=d;");
 }
 
-TEST(ConfReadFile, NameWithoutSpaceBehindItIsRejected) {
+TEST(ConfReadFile, NameWithoutSpaceAfterItIsRejected) {
     EXPECT_EQ(report_on_text("TOLVA_MAILNAMES_D=/srv/mail\nA b\n"),
               "Invalid variable definition TOLVA_MAILNAMES_D=/srv/mail\n\n"
               "Expected a space after variable name\n\n"
@@ -190,9 +191,9 @@ TEST(ConfReadFile, NothingIsReportedBelowLevelTwelve) {
     const ChildRun run = run_in_child([] {
         tolva_log_init("console", 11, LOG_USER, 0, "test");
         const Table table = new_conf_table();
-        std::exit(conf_read_file_r("", table.get()) == -1 ? 0 : 1);
+        note(testing_support::outcome(conf_read_file_r("", table.get())));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1 ENOENT\n");
     EXPECT_EQ(run.err, "");
 }
 
@@ -229,6 +230,21 @@ TEST(ConfReadFile, LackOfMemoryIsReportedWhereverItOccurs) {
     EXPECT_EQ(report_without_memory(4), form + "-1 12 A=b;\n");
     EXPECT_EQ(report_without_memory(5), form + "-1 12 A=b;\n");
     EXPECT_EQ(report_without_memory(6), "0 0 A=b;C=d;\n");
+}
+
+TEST(ConfReadFile, ClosesTheFileHoweverReadingEnds) {
+    const ConfFile file("A b\n");
+    const long before = testing_support::open_descriptors();
+    const Table table = new_conf_table();
+    EXPECT_EQ(conf_read_file_r(file.path(), table.get()), 0);
+    EXPECT_EQ(testing_support::open_descriptors(), before);
+    EXPECT_EQ(conf_read_file_r(testing::TempDir().c_str(), table.get()), -1);
+    EXPECT_EQ(testing_support::open_descriptors(), before);
+    {
+        const FailingAllocation failing(1);
+        EXPECT_EQ(conf_read_file_r(file.path(), table.get()), -1);
+    }
+    EXPECT_EQ(testing_support::open_descriptors(), before);
 }
 
 TEST(ConfInit, NewTableHasRoomForTwentyAndIsSorted) {

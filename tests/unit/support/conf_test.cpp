@@ -13,10 +13,12 @@
 
 #include <gtest/gtest.h>
 
+#include "support/conf_variables.h"
 #include "support/log.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/private_directory.h"
+#include "tests/unit/support/process_state.h"
 
 namespace {
 
@@ -238,9 +240,9 @@ TEST_F(ConfInPrivateEtc, FileThatCannotBeReadIsAFailure) {
 TEST(Autoprepend, ReportsThatThereIsNoMemoryForTheTable) {
     const ChildRun run = run_in_child([] {
         const FailingAllocation failing(1);
-        std::exit(autoprepend() == -1 && errno == ENOMEM ? 0 : 1);
+        note(testing_support::outcome(autoprepend()));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1 ENOMEM\n");
     EXPECT_EQ(run.err,
               "Not enough memory to allocate Tolva runtime configuration structure\n"
               "\nSystem error 12: Cannot allocate memory\n");
@@ -249,9 +251,11 @@ TEST(Autoprepend, ReportsThatThereIsNoMemoryForTheTable) {
 
 TEST(TvaConfGetDefault, ReportsANameWithoutADefault) {
     for (const std::string name : {"NO_SUCH_NAME", "", "_MAX_POSSIBLE_TVA_CONF_VAR_NAME"}) {
-        const ChildRun run =
-            run_in_child([&] { std::exit(tvaConfGetDefault(name.c_str()) == nullptr ? 0 : 1); });
-        EXPECT_EQ(run.status, 0);
+        const ChildRun run = run_in_child([&] {
+            const char* value = tvaConfGetDefault(name.c_str());
+            note(value != nullptr ? value : "(null)");
+        });
+        EXPECT_EQ(run.noted, "(null)\n");
         EXPECT_EQ(run.err, "variable '" + name +
                                "' isn't found neither in /etc/tva/tva.conf nor in compile-time "
                                "defaults\n");

@@ -1,5 +1,5 @@
-// Coverage counters are written at exit(3). Children that leave through execv(2) or _exit(2) have
-// theirs written here, in place of those calls (the linker's --wrap).
+// Coverage counters are written at exit(3). Forked children that leave through _exit(2) have theirs
+// written here, in place of that call (the linker's --wrap).
 
 #include <sys/resource.h>
 
@@ -9,7 +9,6 @@ extern "C" {
 
 void __gcov_dump(void);
 void __gcov_reset(void);
-int __real_execv(const char* path, char* const argv[]);
 [[noreturn]] void __real__exit(int status);
 }
 
@@ -30,11 +29,6 @@ void write_counters() {
 }  // namespace
 
 extern "C" {
-
-int __wrap_execv(const char* path, char* const argv[]) {
-    write_counters();
-    return __real_execv(path, argv);
-}
 
 void __wrap__exit(int status) {
     write_counters();

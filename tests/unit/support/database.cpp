@@ -4,11 +4,13 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -21,16 +23,22 @@ using testing_support::LibraryFault;
 
 LibraryFault fault = LibraryFault::none;
 int until_fault = 0;
+int faults_left = 0;
 MYSQL* last_connection = nullptr;  // of which a result was stored
+testing_support::ConnectWatch* watch = nullptr;
 
 // Whether this call has the fault.
 bool is_due(LibraryFault wanted) {
-    return fault == wanted && --until_fault <= 0;
+    return fault == wanted && --until_fault <= 0 && faults_left-- > 0;
 }
 
 std::string content_of_password_file() {
     std::ifstream file(kPasswordFile);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string socket_path() {
+    return std::getenv("MYSQL_UNIX_PORT");
 }
 
 void write_password_file(const std::string& content) {
@@ -77,6 +85,9 @@ MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char
                                  const char* socket, unsigned long flags) {
     MYSQL* connected =
         __real_mysql_real_connect(connection, host, user, password, database, port, socket, flags);
+    if (watch != nullptr && user == std::string_view("admin")) {
+        watch->note({host, user, database, port, socket, flags}, connected != nullptr);
+    }
     if (connected != nullptr && is_due(LibraryFault::connected_with_error)) {
         set_error(connected);
     }
@@ -84,6 +95,10 @@ MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char
 }
 
 int __wrap_mysql_query(MYSQL* connection, const char* statement) {
+    if (std::string_view(statement).starts_with("SHOW VARIABLES") &&
+        is_due(LibraryFault::lost_session)) {
+        testing_support::execute_as_root("kill " + std::to_string(mysql_thread_id(connection)));
+    }
     const bool setting = std::string_view(statement).starts_with("SELECT val FROM misc");
     const bool two = setting && is_due(LibraryFault::two_columns);
     return __real_mysql_query(connection, two ? "select 'mysql41_compatible', 'true'" : statement);
@@ -127,22 +142,22 @@ MYSQL_ROW __wrap_mysql_fetch_row(MYSQL_RES* result) {
 
 namespace testing_support {
 
-FaultyLibrary::FaultyLibrary(LibraryFault wanted, int nth) {
+FaultyLibrary::FaultyLibrary(LibraryFault wanted, int nth, int times) {
     fault = wanted;
     until_fault = nth;
+    faults_left = times;
 }
 
 FaultyLibrary::~FaultyLibrary() {
     fault = LibraryFault::none;
 }
 
-ChildRun status_beside_world(const std::function<int()>& body) {
-    return run_in_child([&body] { end_child(body()); });
-}
-
-void end_child(int status) {
-    std::fflush(nullptr);
-    _exit(status);
+ChildRun run_beside_world(const std::function<void()>& body) {
+    return run_in_child([&body] {
+        body();
+        std::fflush(nullptr);
+        _exit(0);
+    });
 }
 
 ConnectionHandle connect_as_root() {
@@ -191,6 +206,35 @@ MissingPasswordFile::MissingPasswordFile() {
 
 MissingPasswordFile::~MissingPasswordFile() {
     std::filesystem::rename(kElsewhere, kPasswordFile);
+}
+
+HiddenSocket::HiddenSocket() {
+    std::filesystem::rename(socket_path(), socket_path() + ".hidden");
+}
+
+HiddenSocket::~HiddenSocket() {
+    show();
+}
+
+void HiddenSocket::show() const {
+    if (std::filesystem::exists(socket_path() + ".hidden")) {
+        std::filesystem::rename(socket_path() + ".hidden", socket_path());
+    }
+}
+
+ConnectWatch::ConnectWatch(std::function<void()> refused) : refused_(std::move(refused)) {
+    watch = this;
+}
+
+ConnectWatch::~ConnectWatch() {
+    watch = nullptr;
+}
+
+void ConnectWatch::note(const ConnectCall& call, bool connected) {
+    calls_.push_back(call);
+    if (!connected && !std::exchange(was_refused_, true)) {
+        refused_();
+    }
 }
 
 AdminPassword::AdminPassword(const std::string& password) {

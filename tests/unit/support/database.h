@@ -3,7 +3,9 @@
 #include <mysql.h>
 
 #include <functional>
+#include <limits>
 #include <string>
+#include <vector>
 
 #include "support/db_handle.h"
 #include "tests/unit/support/child_run.h"
@@ -44,6 +46,46 @@ class MissingPasswordFile {
     ~MissingPasswordFile();
 };
 
+/// While it lives, nothing is at the server's socket; put back by its end or by show().
+class HiddenSocket {
+  public:
+    HiddenSocket();
+    HiddenSocket(const HiddenSocket&) = delete;
+    HiddenSocket& operator=(const HiddenSocket&) = delete;
+    ~HiddenSocket();
+
+    void show() const;
+};
+
+/// What mysql_real_connect was called with.
+struct ConnectCall {
+    std::string host;
+    std::string user;
+    std::string database;
+    unsigned port;
+    const char* socket;
+    unsigned long flags;
+};
+
+/// While it lives, notes the calls of mysql_real_connect, and calls `refused` after the first that
+/// fails.
+class ConnectWatch {
+  public:
+    explicit ConnectWatch(std::function<void()> refused = [] {});
+    ConnectWatch(const ConnectWatch&) = delete;
+    ConnectWatch& operator=(const ConnectWatch&) = delete;
+    ~ConnectWatch();
+
+    const std::vector<ConnectCall>& calls() const { return calls_; }
+
+    void note(const ConnectCall& call, bool connected);
+
+  private:
+    std::function<void()> refused_;
+    std::vector<ConnectCall> calls_;
+    bool was_refused_ = false;
+};
+
 /// Gives the administrator another password, and at the end the one of the password file again.
 class AdminPassword {
   public:
@@ -53,31 +95,30 @@ class AdminPassword {
     ~AdminPassword();
 };
 
-/// status_in_child() without exit(3): the world's own connection, which its end would close, is the
+/// run_in_child() without exit(3): the world's own connection, which its end would close, is the
 /// parent's.
-ChildRun status_beside_world(const std::function<int()>& body);
-
-/// Ends such a child.
-[[noreturn]] void end_child(int status);
+ChildRun run_beside_world(const std::function<void()>& body);
 
 /// What the client library and a real server do not do on demand.
 enum class LibraryFault {
     none,
-    initialisation,        ///< mysql_init gives null
+    initialisation,        ///< mysql_init returns null
     connected_with_error,  ///< mysql_real_connect succeeds, the handle reports an error number
-    no_result,             ///< mysql_store_result gives null, without an error number
+    no_result,             ///< mysql_store_result returns null, without an error number
     failed_result,         ///< the same with an error number
-    no_row,                ///< mysql_fetch_row gives null, without an error number
+    no_row,                ///< mysql_fetch_row returns null, without an error number
     failed_row,            ///< the same with an error number
-    version_4_0,           ///< mysql_fetch_row gives "version" and "4.0.27"
+    version_4_0,           ///< mysql_fetch_row returns "version" and "4.0.27"
     null_version,          ///< the same with NULL for the version
     two_columns,           ///< the setting mysql41_compatible comes as the second of two columns
+    lost_session,          ///< the connection is killed before the query of the version
 };
 
-/// While it lives, the nth call concerned and those after it behave that way.
+/// While it lives, calls concerned behave that way: from the nth one on, `times` of them.
 class FaultyLibrary {
   public:
-    explicit FaultyLibrary(LibraryFault fault, int nth = 1);
+    explicit FaultyLibrary(LibraryFault fault, int nth = 1,
+                           int times = std::numeric_limits<int>::max());
     FaultyLibrary(const FaultyLibrary&) = delete;
     FaultyLibrary& operator=(const FaultyLibrary&) = delete;
     ~FaultyLibrary();

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/c_pointer.h"
@@ -25,7 +26,7 @@ using testing_support::MissingPasswordFile;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query_as_root;
-using testing_support::status_beside_world;
+using testing_support::run_beside_world;
 using tolva::db::ConnectionHandle;
 
 constexpr char kRefused[] =
@@ -50,6 +51,10 @@ using GetParam = DbParams;
 using PutParam = DbParams;
 using DelParam = DbParams;
 using EscapeMysqlParam = DbParams;
+
+void note_value(const char* value) {
+    note(value != nullptr ? value : "(null)");
+}
 
 TEST_F(GetParam, GivesTheValueOfThatName) {
     execute_as_root("insert into misc values('admin_email', 'admin@example.com')");
@@ -95,23 +100,23 @@ TEST_F(GetParam, MakesAConnectionOfItsOwnAndClosesIt) {
 }
 
 TEST_F(GetParam, AFailedConnectionGivesNull) {
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const PasswordFile file("wrong\n");
-        return get_param("name", nullptr) == nullptr ? 0 : 1;
+        note_value(get_param("name", nullptr));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "(null)\n");
     EXPECT_EQ(run.err, std::string(kRefused) + "Unable to connect to the mysql database\n");
     EXPECT_EQ(run.out, run.err);
 }
 
 TEST_F(GetParam, AFailedQueryGivesNull) {
     lose_table("misc");
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         errno = EIO;
-        return get_param("name", own.get()) == nullptr ? 0 : 1;
+        note_value(get_param("name", own.get()));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "(null)\n");
     EXPECT_EQ(run.err,
               "Unable to query parameter by query select val from misc where param='name': "
               "Table 'tva.misc' doesn't exist\n");
@@ -119,12 +124,12 @@ TEST_F(GetParam, AFailedQueryGivesNull) {
 }
 
 TEST_F(GetParam, ALostConnectionGivesNull) {
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         execute_as_root("kill " + testing_support::query(own.get(), "select connection_id()"));
-        return get_param("name", own.get()) == nullptr ? 0 : 1;
+        note_value(get_param("name", own.get()));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "(null)\n");
     EXPECT_EQ(run.err.find("Unable to query parameter by query select val from misc where "
                            "param='name': "),
               0U);
@@ -132,11 +137,11 @@ TEST_F(GetParam, ALostConnectionGivesNull) {
 
 TEST_F(GetParam, AQueryThatHasToBeCutFails) {
     const std::string name(5000, 'x');
-    const ChildRun run = status_beside_world([&name] {
+    const ChildRun run = run_beside_world([&name] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
-        return get_param(name.c_str(), own.get()) == nullptr ? 0 : 1;
+        note_value(get_param(name.c_str(), own.get()));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "(null)\n");
     const std::string query = ("select val from misc where param='" + name).substr(0, 4095);
     EXPECT_EQ(run.err.find("Unable to query parameter by query " + query + ": "), 0U);
 }
@@ -156,12 +161,12 @@ TEST_F(GetParam, QueryTakesTheFirstColumnOfTheFirstRow) {
 }
 
 TEST_F(GetParam, AResultThatFailsToBeStoredGivesNull) {
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         const FaultyLibrary library(LibraryFault::failed_result);
-        return get_param("name", own.get()) == nullptr ? 0 : 1;
+        note_value(get_param("name", own.get()));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "(null)\n");
     EXPECT_TRUE(
         run.err.starts_with("Unable to query parameter by query select val from misc where "
                             "param='name': You have an error"))
@@ -235,51 +240,56 @@ TEST_F(PutParam, MakesAConnectionOfItsOwnAndClosesIt) {
     EXPECT_EQ(value_of("name"), "value");
 }
 
+TEST_F(PutParam, TheNameIsNotEscaped) {
+    EXPECT_EQ(put_param("one'), ('two", nullptr, connection()), 0);
+    EXPECT_EQ(put_param("three', 'value'), ('four", "", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(param order by param) from misc"),
+              "four,one,three,two");
+}
+
 TEST_F(PutParam, AFailedConnectionIsReported) {
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const PasswordFile file("wrong\n");
-        return put_param("name", "value", nullptr) == -1 ? 0 : 1;
+        note(put_param("name", "value", nullptr));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1\n");
     EXPECT_EQ(run.err, std::string(kRefused) + "Unable to connect to mysql database\n");
 }
 
 TEST_F(PutParam, AFailedStatementIsReported) {
     lose_table("misc");
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         errno = EIO;
-        return put_param("name", "value", own.get()) == -1 ? 0 : 1;
+        note(put_param("name", "value", own.get()));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1\n");
     EXPECT_EQ(run.err, "Unable to put parameter name into misc: Table 'tva.misc' doesn't exist\n");
     EXPECT_EQ(run.out, run.err);
 }
 
-// Whether a call whose allocation of that number fails says so and gives -1. False behind the last
-// allocation of a call.
-bool reports_no_memory(int allocation, const char* table, const std::function<int(MYSQL*)>& call) {
-    const ChildRun run = status_beside_world([&] {
+// A call whose allocation of that number fails: returns -1 with ENOMEM and says so.
+void expect_no_memory(int allocation, const char* table, const std::function<int(MYSQL*)>& call) {
+    const ChildRun run = run_beside_world([&] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         errno = EIO;
         const FailingAllocation memory(allocation);
-        return call(own.get()) == -1 && errno == ENOMEM ? 1 : 0;
+        note(testing_support::outcome(call(own.get())));
     });
-    EXPECT_GE(run.status, 0) << "ended by a signal";
+    EXPECT_EQ(run.noted, "-1 ENOMEM\n");
     const std::string expected =
         std::string(" parameter some-parameter ") + table +
         ": Cannot allocate memory\nSystem error 12: Cannot allocate memory\n";
-    EXPECT_EQ(run.status == 1, run.err.ends_with(expected)) << run.err;
-    return run.status == 1;
+    EXPECT_THAT(run.err, testing::EndsWith(expected));
 }
 
 TEST_F(PutParam, NoMemoryForTheStatementIsReported) {
     const std::string name = "some-parameter";
     const auto put = [&](MYSQL* own) { return put_param(name.c_str(), "some-value", own); };
     const auto put_null = [&](MYSQL* own) { return put_param(name.c_str(), nullptr, own); };
-    EXPECT_TRUE(reports_no_memory(1, "into misc", put));
-    EXPECT_TRUE(reports_no_memory(2, "into misc", put));
-    EXPECT_TRUE(reports_no_memory(1, "into misc", put_null));
+    expect_no_memory(1, "into misc", put);
+    expect_no_memory(2, "into misc", put);
+    expect_no_memory(1, "into misc", put_null);
 }
 
 TEST_F(DelParam, NoMemoryForTheStatementIsReported) {
@@ -287,10 +297,10 @@ TEST_F(DelParam, NoMemoryForTheStatementIsReported) {
     const auto del = [&](MYSQL* own) { return del_param(name, own); };
     const auto del_dom = [&](MYSQL* own) { return del_dom_param("1", name, own); };
     const auto del_value = [&](MYSQL* own) { return del_Parameter("1", name, "value", own); };
-    EXPECT_TRUE(reports_no_memory(1, "from misc", del));
-    EXPECT_TRUE(reports_no_memory(1, "from dom_param", del_dom));
-    EXPECT_TRUE(reports_no_memory(1, "from Parameters", del_value));
-    EXPECT_TRUE(reports_no_memory(2, "from Parameters", del_value));
+    expect_no_memory(1, "from misc", del);
+    expect_no_memory(1, "from dom_param", del_dom);
+    expect_no_memory(1, "from Parameters", del_value);
+    expect_no_memory(2, "from Parameters", del_value);
 }
 
 TEST_F(DelParam, DeletesTheParameterOfThatName) {
@@ -333,15 +343,32 @@ TEST_F(DelParam, MakesAConnectionOfItsOwnAndClosesIt) {
     EXPECT_EQ(value_of("name"), "(none)");
 }
 
+TEST_F(DelParam, NamesAndIdsAreNotEscaped) {
+    execute_as_root("insert into misc values('name', ''), ('other', '')");
+    EXPECT_EQ(del_param("' or param='name", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(param) from misc"), "other");
+
+    execute_as_root("insert into dom_param values(1, 'a', ''), (2, 'b', ''), (3, 'c', '')");
+    EXPECT_EQ(del_dom_param("0' or dom_id='1", "a", connection()), 0);
+    EXPECT_EQ(del_dom_param("0", "' or param='b", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(param) from dom_param"), "c");
+
+    execute_as_root(
+        "insert into Parameters values(1, 'a', 'x'), (2, 'b', 'x'), (3, 'c', 'x'), (4, 'd', 'x')");
+    EXPECT_EQ(del_Parameter("0' or id='1", "a", nullptr, connection()), 0);
+    EXPECT_EQ(del_Parameter("0", "' or parameter='b", nullptr, connection()), 0);
+    EXPECT_EQ(del_Parameter("3", "' or parameter='c", "x", connection()), 0);
+    EXPECT_EQ(query_as_root("select group_concat(parameter) from Parameters"), "d");
+}
+
 TEST_F(DelParam, AFailedConnectionIsReported) {
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const PasswordFile file("wrong\n");
-        return del_param("name", nullptr) == -1 && del_dom_param("1", "name", nullptr) == -1 &&
-                       del_Parameter("1", "name", nullptr, nullptr) == -1
-                   ? 0
-                   : 1;
+        note(del_param("name", nullptr));
+        note(del_dom_param("1", "name", nullptr));
+        note(del_Parameter("1", "name", nullptr, nullptr));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1\n-1\n-1\n");
     const std::string once = std::string(kRefused) + "Unable to connect to mysql database\n";
     EXPECT_EQ(run.err, once + once + once);
 }
@@ -350,14 +377,13 @@ TEST_F(DelParam, AFailedStatementIsReported) {
     lose_table("misc");
     lose_table("dom_param");
     lose_table("Parameters");
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
-        return del_param("name", own.get()) == -1 && del_dom_param("1", "name", own.get()) == -1 &&
-                       del_Parameter("1", "name", "value", own.get()) == -1
-                   ? 0
-                   : 1;
+        note(del_param("name", own.get()));
+        note(del_dom_param("1", "name", own.get()));
+        note(del_Parameter("1", "name", "value", own.get()));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1\n-1\n-1\n");
     EXPECT_EQ(run.err,
               "Unable to delete parameter name from misc: Table 'tva.misc' doesn't exist\n"
               "Unable to delete parameter name from dom_param: "
@@ -366,13 +392,23 @@ TEST_F(DelParam, AFailedStatementIsReported) {
               "Table 'tva.Parameters' doesn't exist\n");
 }
 
+TEST_F(DbParams, AConnectionOfItsOwnIsClosedAfterAFailedStatement) {
+    const ChildRun run = run_beside_world([] {
+        const char* quote = "'";
+        const long before = open_descriptors();
+        note_value(get_param(quote, nullptr));
+        note(put_param(quote, "value", nullptr), del_param(quote, nullptr));
+        note(del_dom_param("1", quote, nullptr), del_Parameter("1", quote, "value", nullptr));
+        note("descriptors:", open_descriptors() - before);
+    });
+    EXPECT_EQ(run.noted, "(null)\n-1 -1\n-1 -1\ndescriptors: 0\n");
+}
+
 // A pending error of the system shows it.
 TEST_F(PutParam, TheTextWithoutAConnectionHasNoLineFeedOfItsOwn) {
     const MissingPasswordFile missing;
-    const ChildRun put =
-        status_beside_world([] { return put_param("name", "value", nullptr) == -1 ? 0 : 1; });
-    const ChildRun deleted =
-        status_beside_world([] { return del_param("name", nullptr) == -1 ? 0 : 1; });
+    const ChildRun put = run_beside_world([] { put_param("name", "value", nullptr); });
+    const ChildRun deleted = run_beside_world([] { del_param("name", nullptr); });
     const std::string error = "\nSystem error 2: No such file or directory\n";
     const std::string reason =
         "Unable to open admin password file: No such file or directory" + error;

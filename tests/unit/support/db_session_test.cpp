@@ -60,7 +60,7 @@ class OneResult {
 };
 
 // The slot's content is compared as a pointer here and never read.
-TEST(DbSession, TheSecondSlotOfAOneColumnRowPointsBehindTheValue) {
+TEST(DbSession, TheSecondSlotOfAOneColumnRowPointsPastTheValue) {
     for (const char* statement :
          {"select 'true'", "select ''", "select repeat('x', 300)", "select repeat('x', 70000)"}) {
         const OneResult value(statement);
@@ -68,7 +68,7 @@ TEST(DbSession, TheSecondSlotOfAOneColumnRowPointsBehindTheValue) {
     }
 }
 
-TEST(DbSession, TheSecondSlotOfAOneColumnNullRowPointsBehindTheSlots) {
+TEST(DbSession, TheSecondSlotOfAOneColumnNullRowPointsPastTheSlots) {
     const OneResult value("select null");
     EXPECT_EQ(value.row()[0], nullptr);
     EXPECT_EQ(value.row()[1], reinterpret_cast<char*>(value.row() + 2));

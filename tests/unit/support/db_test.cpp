@@ -2,14 +2,18 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/db_handle.h"
@@ -22,19 +26,28 @@
 namespace {
 
 using testing_support::AdminPassword;
+using testing_support::ConnectCall;
+using testing_support::ConnectWatch;
+using testing_support::error_name;
+using testing_support::execute_as_root;
 using testing_support::FaultyLibrary;
+using testing_support::HiddenSocket;
 using testing_support::LibraryFault;
 using testing_support::MissingPasswordFile;
 using testing_support::open_descriptors;
 using testing_support::PasswordFile;
 using testing_support::query;
-using testing_support::status_beside_world;
+using testing_support::query_as_root;
+using testing_support::run_beside_world;
 using tolva::db::ConnectionHandle;
 
 using DbConnect = World;
 using DbSessionSetUp = World;
 
 using ConnectFunction = MYSQL* (*)(char* err, size_t size);
+
+// The errno before an attempt: no reason may take it for its own.
+constexpr int kOlderError = EXDEV;
 
 struct Attempt {
     bool connected = false;
@@ -44,7 +57,7 @@ struct Attempt {
 
 Attempt try_connect(ConnectFunction connect = tolva_db_connect) {
     std::array<char, 4097> reason{};
-    errno = 0;
+    errno = kOlderError;
     const ConnectionHandle connection(connect(reason.data(), reason.size()));
     const int error = errno;
     return {connection != nullptr, reason.data(), error};
@@ -58,7 +71,7 @@ ConnectionHandle connect() {
 }
 
 std::string random_password() {
-    return testing_support::query_as_root("select md5(rand())");
+    return query_as_root("select md5(rand())");
 }
 
 TEST_F(DbConnect, ConnectsAsAdminToThePanelsDatabase) {
@@ -99,7 +112,6 @@ TEST_F(DbConnect, ReportsAPasswordFileThatCannotBeRead) {
 
 TEST_F(DbConnect, ReportsAnEmptyPasswordFileWithoutAnErrorOfTheSystem) {
     const PasswordFile empty("");
-    errno = EIO;
     const Attempt failed = try_connect();
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, "Unable to read admin password file: Success");
@@ -206,7 +218,7 @@ TEST_F(DbConnect, WaitsALimitedTime) {
 
 TEST_F(DbConnect, DoesNotConnectAgainByItself) {
     const ConnectionHandle connection = connect();
-    testing_support::execute_as_root("kill " + query(connection.get(), "select connection_id()"));
+    execute_as_root("kill " + query(connection.get(), "select connection_id()"));
     EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
     EXPECT_NE(mysql_query(connection.get(), "do 1"), 0);
 }
@@ -226,8 +238,8 @@ TEST_F(DbSessionSetUp, LeavesForeignKeysUnchecked) {
 TEST_F(DbSessionSetUp, IsInBinaryModeWithAndWithoutTheSetting) {
     EXPECT_EQ(query(connect().get(), "select @@character_set_client"), "binary");
     for (const char* value : {"''", "'false'", "'true'", "null"}) {
-        testing_support::execute_as_root(
-            std::string("replace into misc values('mysql41_compatible', ") + value + ")");
+        execute_as_root(std::string("replace into misc values('mysql41_compatible', ") + value +
+                        ")");
         const ConnectionHandle connection = connect();
         EXPECT_EQ(query(connection.get(), "select @@character_set_client"), "binary") << value;
         EXPECT_EQ(query(connection.get(), "select @@character_set_results"), "binary") << value;
@@ -249,7 +261,7 @@ void expect_failed_step(const std::string& reason) {
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason, reason);
     EXPECT_EQ(failed.error, 0);
-    testing_support::execute_as_root("flush user_resources");
+    execute_as_root("flush user_resources");
     const Attempt kept = try_connect(tolva_db_connect_ex);
     EXPECT_TRUE(kept.connected);
     EXPECT_EQ(kept.reason, reason);
@@ -350,19 +362,126 @@ TEST_F(DbSessionSetUp, AServerBefore41IsSentNoCharset) {
 TEST_F(DbConnect, RawGivesNoConnectionThatReportsAnErrorNumber) {
     const FaultyLibrary library(LibraryFault::connected_with_error);
     const long before = open_descriptors();
-    EXPECT_FALSE(try_connect(tolva_db_connect_raw).connected);
-    EXPECT_FALSE(try_connect(tolva_db_connect_ex).connected);
+    for (ConnectFunction function : {tolva_db_connect_raw, tolva_db_connect_ex}) {
+        const Attempt failed = try_connect(function);
+        EXPECT_FALSE(failed.connected);
+        EXPECT_THAT(failed.reason, testing::StartsWith("Unable to connect to Tolva Database: You "
+                                                       "have an error in your SQL syntax"));
+        EXPECT_EQ(failed.error, 0);
+    }
     EXPECT_EQ(open_descriptors(), before);
     EXPECT_TRUE(try_connect(tolva_db_connect_raw_ex).connected);
 }
 
+TEST_F(DbConnect, PassesNoPortSocketOrFlags) {
+    const ConnectWatch watch;
+    EXPECT_TRUE(try_connect().connected);
+    ASSERT_EQ(watch.calls().size(), 1U);
+    const ConnectCall& call = watch.calls()[0];
+    EXPECT_EQ(call.host, "localhost");
+    EXPECT_EQ(call.user, "admin");
+    EXPECT_EQ(call.database, "tva");
+    EXPECT_EQ(call.port, 0U);
+    EXPECT_EQ(call.socket, nullptr);
+    EXPECT_EQ(call.flags, 0U);
+}
+
+// A limit of the server, lifted at the end.
+class SessionLimit {
+  public:
+    SessionLimit(const std::string& limit, std::string lift) : lift_(std::move(lift)) {
+        execute_as_root(limit);
+    }
+    SessionLimit(const SessionLimit&) = delete;
+    SessionLimit& operator=(const SessionLimit&) = delete;
+    ~SessionLimit() { execute_as_root(lift_); }
+
+  private:
+    std::string lift_;
+};
+
+TEST_F(DbConnect, TriesAgainWhileTheUserHasTooManySessions) {
+    const std::string grant = "grant usage on *.* to admin@localhost with max_user_connections ";
+    const SessionLimit limit(grant + "1", grant + "0");
+    ConnectionHandle held = connect();
+    const ConnectWatch watch([&held] { held.reset(); });
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_GT(watch.calls().size(), 1U);
+}
+
+TEST_F(DbConnect, TriesAgainWhileTheServerHasTooManySessions) {
+    const SessionLimit limit(
+        "set global max_connections = 10",
+        "set global max_connections = " + query_as_root("select @@max_connections"));
+    // The world's own session is one of them.
+    const auto sessions = [] {
+        return database().sql("show status like 'Threads_connected'")[0][1];
+    };
+    ASSERT_TRUE(soon([&sessions] { return sessions() == "1"; })) << sessions().value();
+    std::vector<ConnectionHandle> held;
+    std::generate_n(std::back_inserter(held), 9, testing_support::connect_as_root);
+    const ConnectWatch watch([&held] { held.clear(); });
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_GT(watch.calls().size(), 1U);
+}
+
+TEST_F(DbConnect, TriesAgainWhileThereIsNoServer) {
+    const HiddenSocket hidden;
+    const ConnectWatch watch([&hidden] { hidden.show(); });
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_EQ(watch.calls().size(), 2U);
+}
+
+TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
+    {
+        const PasswordFile file("wrong\n");
+        const ConnectWatch watch;
+        EXPECT_FALSE(try_connect().connected);
+        EXPECT_EQ(watch.calls().size(), 1U);
+    }
+    const SessionLimit limit("revoke all on tva.* from admin@localhost",
+                             "grant all on tva.* to admin@localhost");
+    const ConnectWatch watch;
+    EXPECT_EQ(try_connect().reason,
+              "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' to "
+              "database 'tva'");
+    EXPECT_EQ(watch.calls().size(), 1U);
+}
+
+TEST_F(DbSessionSetUp, IsMadeAnewWhereTheSessionIsLost) {
+    const FaultyLibrary library(LibraryFault::lost_session, 1, 2);
+    const ConnectWatch watch;
+    const long before = open_descriptors();
+    const Attempt made = try_connect();
+    EXPECT_TRUE(made.connected);
+    EXPECT_EQ(made.reason, "");
+    EXPECT_EQ(watch.calls().size(), 3U);
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST_F(DbSessionSetUp, ASessionThatIsAlwaysLostIsReported) {
+    const FaultyLibrary library(LibraryFault::lost_session);
+    const ConnectWatch watch;
+    const Attempt failed = try_connect();
+    EXPECT_FALSE(failed.connected);
+    EXPECT_THAT(failed.reason, testing::StartsWith("DB error (query version) "));
+    EXPECT_EQ(failed.error, 0);
+    EXPECT_GT(watch.calls().size(), 3U);
+}
+
 TEST_F(DbConnect, LogsTheReasonOfAFailure) {
-    const ChildRun run = status_beside_world([] {
+    const ChildRun run = run_beside_world([] {
         PROGNAME = "/usr/bin/tool";
         const PasswordFile file("wrong\n");
-        return db_connect() == nullptr ? 0 : 1;
+        note("connected:", db_connect() != nullptr);
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "connected: false\n");
     EXPECT_EQ(run.err,
               "tool: Unable to connect to Tolva Database: Access denied for user "
               "'admin'@'localhost' (using password: YES)\n");
@@ -371,56 +490,54 @@ TEST_F(DbConnect, LogsTheReasonOfAFailure) {
 
 TEST_F(DbConnect, LogsAFailureOfTheSystemWithItsNumber) {
     const MissingPasswordFile missing;
-    const ChildRun run =
-        status_beside_world([] { return db_connect() == nullptr && errno == ENOENT ? 0 : 1; });
-    EXPECT_EQ(run.status, 0);
+    const ChildRun run = run_beside_world([] {
+        const bool connected = db_connect() != nullptr;
+        note("connected:", connected, error_name());
+    });
+    EXPECT_EQ(run.noted, "connected: false ENOENT\n");
     EXPECT_EQ(run.err,
               "Unable to open admin password file: No such file or directory\n"
               "System error 2: No such file or directory\n");
 }
 
-// These begin in a process where nothing of the database has been called yet.
+// These begin in a process where nothing of the database has been called yet, and tell on its
+// standard error what they saw there.
 template <class Fixture>
 class FreshProcess : public Fixture {
   protected:
     FreshProcess() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
     // At once: a connection is lost on purpose, which a sanitizer would find at exit(3).
-    [[noreturn]] static void end(bool passed) { testing_support::end_child(passed ? 0 : 1); }
+    [[noreturn]] static void end(const std::string& seen) {
+        std::fputs(seen.c_str(), stderr);
+        _exit(0);
+    }
 };
 
 using DbFreshProcess = FreshProcess<World>;
 using DbFreshLibrary = FreshProcess<testing::Test>;
 
-bool finds_out_mode_once() {
-    const bool unknown = tolva_db_mysql41_compatible_raw() == -1;
+std::string modes_of_a_new_process() {
+    std::string seen = std::to_string(tolva_db_mysql41_compatible_raw());
     const long before = open_descriptors();
-    const bool known = db_is_mysql41_compatible() == 0 && db_is_mysql41_compatible() == 0 &&
-                       tolva_db_mysql41_compatible_raw() == 0;
-    const bool one_connection_left = open_descriptors() == before + 1;
-    return unknown && known && one_connection_left;
+    for (const int mode : {db_is_mysql41_compatible(), db_is_mysql41_compatible(),
+                           tolva_db_mysql41_compatible_raw()}) {
+        seen += " " + std::to_string(mode);
+    }
+    return seen + ", connections left open: " + std::to_string(open_descriptors() - before);
 }
 
 TEST_F(DbFreshProcess, TheModeIsUnknownUntilASessionIsSetUp) {
-    EXPECT_EXIT(end(finds_out_mode_once()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(end(modes_of_a_new_process()), ::testing::ExitedWithCode(0),
+                testing::Eq("-1 0 0 0, connections left open: 1"));
 }
 
 TEST_F(DbFreshProcess, TheModeStaysUnknownAfterAFailedSetUp) {
     database().allow_statements(2);
-    EXPECT_EXIT(end(db_is_mysql41_compatible() == -1), ::testing::ExitedWithCode(0),
-                "DB error \\(mysql41 compatible query\\) 1226");
-}
-
-bool escapes_without_connection() {
-    db_library_init();
-    db_library_init();
-    std::array<char, 20> escaped{};
-    return mysql_escape_string(escaped.data(), "it's", 4) == 5 &&
-           std::strcmp(escaped.data(), "it\\'s") == 0;
-}
-
-TEST_F(DbFreshLibrary, EscapesWithoutAConnection) {
-    EXPECT_EXIT(end(escapes_without_connection()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(end("mode: " + std::to_string(db_is_mysql41_compatible())),
+                ::testing::ExitedWithCode(0),
+                testing::AllOf(testing::StartsWith("DB error (mysql41 compatible query) 1226"),
+                               testing::EndsWith("mode: -1")));
 }
 
 std::string reason_without_server() {
@@ -429,10 +546,9 @@ std::string reason_without_server() {
 }
 
 TEST_F(DbFreshLibrary, AMissingServerIsReported) {
-    EXPECT_EXIT(end(reason_without_server() ==
-                    "Unable to connect to Tolva Database: Can't connect to local server through "
-                    "socket '/no/such/socket' (2)"),
-                ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(end(reason_without_server()), ::testing::ExitedWithCode(0),
+                testing::Eq("Unable to connect to Tolva Database: Can't connect to local server "
+                            "through socket '/no/such/socket' (2)"));
 }
 
 }  // namespace

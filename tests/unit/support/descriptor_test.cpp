@@ -5,7 +5,9 @@
 
 #include <cerrno>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -86,17 +88,28 @@ TEST(MakePipe, GivesBothEndsOfAPipeThatNoProgramInherits) {
 }
 
 TEST(MakePipe, LeavesTheNumbersOfTheStandardStreamsAlone) {
-    const ChildRun run = status_in_child([] {
-        close(0);
-        close(1);
-        close(2);
-        const std::optional<Pipe> pipe = make_pipe();
-        const bool apart = pipe && pipe->read_end.get() > 2 && pipe->write_end.get() > 2 &&
-                           fcntl(pipe->read_end.get(), F_GETFD) == FD_CLOEXEC &&
-                           fcntl(pipe->write_end.get(), F_GETFD) == FD_CLOEXEC;
-        return apart && !is_open(0) && !is_open(1) && !is_open(2) ? 0 : 1;
-    });
-    EXPECT_EQ(run.status, 0);
+    // Either end would get the number of the last one closed.
+    for (const std::vector<int>& closed :
+         std::vector<std::vector<int>>{{0, 1, 2}, {0}, {1}, {2}, {1, 2}}) {
+        const ChildRun run = run_in_child([&closed] {
+            for (const int fd : closed) {
+                close(fd);
+            }
+            const std::optional<Pipe> pipe = make_pipe();
+            for (const Descriptor* end : {&pipe.value().read_end, &pipe.value().write_end}) {
+                note("above:", end->get() > 2, "flags:", fcntl(end->get(), F_GETFD));
+            }
+            for (const int fd : closed) {
+                note(fd, is_open(fd) ? "open" : "closed");
+            }
+        });
+        const std::string apart = "above: true flags: " + std::to_string(FD_CLOEXEC) + "\n";
+        std::string expected = apart + apart;
+        for (const int fd : closed) {
+            expected += std::to_string(fd) + " closed\n";
+        }
+        EXPECT_EQ(run.noted, expected);
+    }
 }
 
 TEST(MakePipe, GivesNothingWithoutDescriptors) {
@@ -107,14 +120,17 @@ TEST(MakePipe, GivesNothingWithoutDescriptors) {
 
 // Descriptors may be had for the pipe but not for moving its ends.
 TEST(MakePipe, GivesNothingWhereAnEndCannotBeMoved) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         close(0);
         close(1);
-        const NoMoreDescriptors limit;
-        const bool failed = !make_pipe() && (errno == EMFILE || errno == EINVAL);
-        return failed && !is_open(0) && !is_open(1) ? 0 : 1;
+        std::string result;
+        {
+            const NoMoreDescriptors limit;
+            result = make_pipe() ? "a pipe" : testing_support::error_name();
+        }
+        note(result, "open:", is_open(0), is_open(1));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "EINVAL open: false false\n");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "support/conf.h"
+#include "support/conf_variables.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"
@@ -20,49 +21,50 @@
 
 namespace {
 
-using testing_support::exited_with;
+using testing_support::outcome;
 
 TEST(ForkExeclLog, ASuccessIsNotReported) {
-    const ChildRun run = status_in_child(
-        [] { return fork_execl_log("/bin/sh", "sh", "-c", "echo out; echo err >&2", nullptr); });
-    EXPECT_EQ(run.status, 0);
+    const ChildRun run = run_in_child([] {
+        note(outcome(fork_execl_log("/bin/sh", "sh", "-c", "echo out; echo err >&2", nullptr)));
+    });
+    EXPECT_EQ(run.noted, "exit 0\n");
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "");
 }
 
 TEST(ForkExeclLog, AFailureIsReportedWithTheOutput) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         errno = EIO;
-        return WEXITSTATUS(
-            fork_execl_log("/bin/sh", "sh", "-c", "echo err >&2; echo out; exit 3", nullptr));
+        note(outcome(
+            fork_execl_log("/bin/sh", "sh", "-c", "echo err >&2; echo out; exit 3", nullptr)));
     });
-    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.noted, "exit 3\n");
     EXPECT_EQ(run.err, "/bin/sh execution failed:\nout\nerr\n");
     EXPECT_EQ(run.out, run.err);
 }
 
 TEST(ForkExeclLog, AFailureWithoutOutputIsReported) {
-    const ChildRun run = status_in_child(
-        [] { return WEXITSTATUS(fork_execl_log("/bin/sh", "sh", "-c", "exit 3", nullptr)); });
-    EXPECT_EQ(run.status, 3);
+    const ChildRun run = run_in_child(
+        [] { note(outcome(fork_execl_log("/bin/sh", "sh", "-c", "exit 3", nullptr))); });
+    EXPECT_EQ(run.noted, "exit 3\n");
     EXPECT_EQ(run.err, "/bin/sh execution failed (no output)\n");
 }
 
 TEST(ForkExeclLog, AProgramThatCannotBeRunIsReportedInItsOwnWords) {
-    const ChildRun run = status_in_child(
-        [] { return WEXITSTATUS(fork_execl_log("/no/such/program", "program", nullptr)); });
-    EXPECT_EQ(run.status, 255);
+    const ChildRun run =
+        run_in_child([] { note(outcome(fork_execl_log("/no/such/program", "program", nullptr))); });
+    EXPECT_EQ(run.noted, "exit 255\n");
     EXPECT_EQ(run.err,
               "/no/such/program execution failed:\n"
               "fork_execv: execv(\"/no/such/program\") failed: No such file or directory\n");
 }
 
 TEST(ForkExeclLog, AFailedForkIsReported) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         testing_support::fail_fork(EAGAIN);
-        return fork_execl_log("/bin/sh", "sh", nullptr) == -1 && errno == EAGAIN ? 0 : 1;
+        note(outcome(fork_execl_log("/bin/sh", "sh", nullptr)));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1 EAGAIN\n");
     EXPECT_EQ(run.err,
               "fork_execv_pipes: fork() failed\n"
               "System error 11: Resource temporarily unavailable\n"
@@ -70,24 +72,25 @@ TEST(ForkExeclLog, AFailedForkIsReported) {
 }
 
 TEST(ForkExeclLog, NoMemoryForTheArgumentsIsReported) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         const FailingAllocation memory(1);
-        return fork_execl_log("/bin/sh", "sh", nullptr) == -1 && errno == ENOMEM ? 0 : 1;
+        note(outcome(fork_execl_log("/bin/sh", "sh", nullptr)));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "-1 ENOMEM\n");
     EXPECT_EQ(run.err,
               "malloc() failed: Cannot allocate memory\nSystem error 12: Cannot allocate memory\n");
 }
 
 TEST(ForkExeclLog, NoMemoryForTheReportLeavesTheStatus) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         // the arguments, a buffer for either stream, then the report
         const FailingAllocation memory(4);
-        return WEXITSTATUS(
+        const int status =
             fork_execl_log("/bin/sh", "sh", "-c",
-                           "echo a text of some length; echo another one >&2; exit 3", nullptr));
+                           "echo a text of some length; echo another one >&2; exit 3", nullptr);
+        note(outcome(status));
     });
-    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.noted, "exit 3\n");
     EXPECT_EQ(run.err, "Can't allocate memory for error message\n");
 }
 
@@ -95,26 +98,27 @@ TEST(UtilExec, RunsTheUtilityBelowThePanelsDirectory) {
     if (!can_make_private("/etc")) {
         GTEST_SKIP() << "needs root or user namespaces";
     }
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         if (!make_private("/etc")) {
-            return 1;
+            note("no private directory");
+            return;
         }
         std::filesystem::create_directories("/etc/tva");
         std::filesystem::create_directories("/etc/panel/admin/bin");
         std::filesystem::create_symlink("/bin/sh", "/etc/panel/admin/bin/utility");
         std::ofstream("/etc/tva/tva.conf") << "PRODUCT_ROOT_D /etc/panel\n";
-        return WEXITSTATUS(
-            util_exec("utility", "name", "-c", "echo \"$0 $1\"; exit 6", "zero", "one", nullptr));
+        note(outcome(
+            util_exec("utility", "name", "-c", "echo \"$0 $1\"; exit 6", "zero", "one", nullptr)));
     });
-    EXPECT_EQ(run.status, 6);
+    EXPECT_EQ(run.noted, "exit 6\n");
     EXPECT_EQ(run.out, "zero one\n");
     EXPECT_EQ(run.err, "");
 }
 
 TEST(UtilExec, AUtilityThatIsMissingIsSaidByTheChild) {
-    const ChildRun run = status_in_child(
-        [] { return WEXITSTATUS(util_exec("no-such-utility", "utility", "argument", nullptr)); });
-    EXPECT_EQ(run.status, 255);
+    const ChildRun run = run_in_child(
+        [] { note(outcome(util_exec("no-such-utility", "utility", "argument", nullptr))); });
+    EXPECT_EQ(run.noted, "exit 255\n");
     EXPECT_EQ(run.err, std::string("fork_execv: execv(\"") +
                            tvaConfGetDefaultByIndex(PRODUCT_ROOT_D) +
                            "/admin/bin/no-such-utility\") failed: No such file or directory\n");
@@ -122,12 +126,12 @@ TEST(UtilExec, AUtilityThatIsMissingIsSaidByTheChild) {
 
 TEST(UtilExecArgs, RefusesANameThatIsNoneOrHasAPath) {
     for (const char* name : {"", ".", "..", "a/b", "/bin/sh", "../sh"}) {
-        const ChildRun run = status_in_child([name] {
+        const ChildRun run = run_in_child([name] {
             const std::array<char*, 1> argv = {nullptr};
             errno = EIO;
-            return util_exec_args(name, argv.data()) == -1 && errno == EINVAL ? 0 : 1;
+            note(outcome(util_exec_args(name, argv.data())));
         });
-        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.noted, "-1 EINVAL\n");
         EXPECT_EQ(run.err, std::string("Utility name '") + name +
                                "' is invalid. Use only utility name without path.\n");
         EXPECT_EQ(run.out, run.err);
@@ -135,37 +139,38 @@ TEST(UtilExecArgs, RefusesANameThatIsNoneOrHasAPath) {
 }
 
 TEST(UtilExec, RefusesANullName) {
-    const ChildRun run = status_in_child(
-        [] { return util_exec(nullptr, "sh", nullptr) == -1 && errno == EINVAL ? 0 : 1; });
-    EXPECT_EQ(run.status, 0);
+    const ChildRun run = run_in_child([] { note(outcome(util_exec(nullptr, "sh", nullptr))); });
+    EXPECT_EQ(run.noted, "-1 EINVAL\n");
     EXPECT_EQ(run.err, "Utility name '(null)' is invalid. Use only utility name without path.\n");
 }
 
 TEST(UtilLibexec, RunsTheProgramBelowTheLibraryDirectory) {
-    const ChildRun run = status_in_child(
-        [] { return WEXITSTATUS(util_libexec("some/no-such-program", "program", nullptr)); });
-    EXPECT_EQ(run.status, 255);
+    const ChildRun run = run_in_child(
+        [] { note(outcome(util_libexec("some/no-such-program", "program", nullptr))); });
+    EXPECT_EQ(run.noted, "exit 255\n");
     EXPECT_EQ(run.err,
               "fork_execv: execv(\"/usr/lib/tolva-9.0/some/no-such-program\") failed: "
               "No such file or directory\n");
 }
 
-// How often a call that fails at each of its allocations in turn gave -1 with ENOMEM and said so.
+// How often a call that fails at each of its allocations in turn returned -1 with ENOMEM and said
+// so; otherwise it must have run.
 int times_without_memory(const std::function<int()>& call) {
     int times = 0;
     for (int allocation = 1; allocation <= 12; ++allocation) {
-        const ChildRun run = status_in_child([&] {
-            errno = 0;
-            const FailingAllocation memory(allocation);
-            const int result = call();
-            return result == -1 && errno == ENOMEM ? 1 : 0;
+        const ChildRun run = run_in_child([&] {
+            std::string result;
+            {
+                const FailingAllocation memory(allocation);
+                result = outcome(call());
+            }
+            note(result);
         });
-        EXPECT_GE(run.status, 0) << "ended by a signal, allocation " << allocation;
         const bool said = run.err.find(
                               "malloc() failed: Cannot allocate memory\n"
                               "System error 12: Cannot allocate memory\n") != std::string::npos;
-        EXPECT_EQ(run.status == 1, said) << run.err;
-        times += run.status == 1 ? 1 : 0;
+        EXPECT_EQ(run.noted, said ? "-1 ENOMEM\n" : "exit 255\n") << allocation << run.err;
+        times += said ? 1 : 0;
     }
     return times;
 }
@@ -189,9 +194,9 @@ TEST(UtilLibexec, NoMemoryIsReportedForTheArgumentsAndThePath) {
 }
 
 TEST(UtilLibexec, RefusesANullName) {
-    const ChildRun run = status_in_child(
-        [] { return util_libexec(nullptr, "program", nullptr) == -1 && errno == EINVAL ? 0 : 1; });
-    EXPECT_EQ(run.status, 0);
+    const ChildRun run =
+        run_in_child([] { note(outcome(util_libexec(nullptr, "program", nullptr))); });
+    EXPECT_EQ(run.noted, "-1 EINVAL\n");
     EXPECT_EQ(run.err, "");
 }
 

@@ -58,11 +58,23 @@ void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept 
     return std::malloc(size);
 }
 
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
 void operator delete(void* block) noexcept {
     std::free(block);
 }
 
 void operator delete(void* block, std::size_t /*size*/) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
     std::free(block);
 }
 

@@ -67,10 +67,13 @@ void forbid_system_call_with(long number, unsigned char first_argument) {
 }
 
 // The first argument of clone(2) has the signal for the parent in its lowest byte. The threads of a
-// sanitizer have none there, and go on.
+// sanitizer have none there, and are not concerned.
 void fail_fork(int error) {
     fail_system_call_with(SYS_clone, SIGCHLD, error);
     fail_system_call(SYS_clone3, error);
+#ifdef SYS_vfork
+    fail_system_call(SYS_vfork, error);
+#endif
 }
 
 }  // namespace testing_support

@@ -10,7 +10,7 @@ void fail_system_call(long number, int error);
 /// The same where the lowest byte of the call's first argument has that value.
 void fail_system_call_with(long number, unsigned char first_argument, int error);
 
-/// From now on fork(2) fails with error.
+/// From now on fork(2) and vfork(2) fail with error.
 void fail_fork(int error);
 
 /// From now on the system call of that number with that lowest byte in its first argument ends the

@@ -11,13 +11,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/private_directory.h"
+#include "tests/unit/support/process_state.h"
 
 namespace {
 
@@ -50,6 +53,35 @@ TEST(Messlog, WritesToBothStreamsAndReturnsOnStatusZero) {
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "it has 3 parts\n");
     EXPECT_EQ(run.out, "it has 3 parts\nreturned\n");
+}
+
+// A stream that is written to when it is flushed, and notes it then.
+FILE* noting_stream(const char* name) {
+    const cookie_io_functions_t functions = {nullptr,
+                                             [](void* cookie, const char* text, std::size_t size) {
+                                                 note(static_cast<const char*>(cookie),
+                                                      std::string_view(text, size));
+                                                 return static_cast<ssize_t>(size);
+                                             },
+                                             nullptr, nullptr};
+    return fopencookie(const_cast<char*>(name), "w", functions);
+}
+
+// What body writes to the streams, in the order in which it leaves them.
+std::string writes_of(const std::function<void()>& body) {
+    return run_in_child([&body] {
+               stderr = noting_stream("standard error:");
+               stdout = noting_stream("standard output:");
+               body();
+               note("returned");
+               _exit(0);
+           })
+        .noted;
+}
+
+TEST(Messlog, WritesAndFlushesStandardErrorFirst) {
+    EXPECT_EQ(writes_of([] { messlog2(0, 0, "text"); }),
+              "standard error: text\n\nstandard output: text\n\nreturned\n");
 }
 
 TEST(Messlog, EndsTheProcessWithTheStatusAfterWritingToBothStreams) {
@@ -143,9 +175,9 @@ TEST(Messlog, ErrnoIsKept) {
     const ChildRun run = run_in_child([] {
         errno = ENOENT;
         messlog2(0, 0, "%s", std::string(5000, 'x').c_str());
-        std::exit(errno == ENOENT ? 0 : 1);
+        note(testing_support::error_name());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "ENOENT\n");
 }
 
 TEST(Messlog, FormattingSeesTheErrnoOfTheCall) {
@@ -173,9 +205,10 @@ TEST(Messlog, FixedTextIsReportedWithoutMemoryForTheMessage) {
             errno = ENOENT;
             const FailingAllocation failing(1);
             messlog2(status, 0, "text");
-            std::exit(errno == ENOENT ? 0 : 2);
+            note(testing_support::error_name());
         });
         EXPECT_EQ(run.status, status);
+        EXPECT_EQ(run.noted, status == 0 ? "ENOENT\n" : "");
         EXPECT_EQ(run.err, expected);
         EXPECT_EQ(run.out, expected);
     }
@@ -230,12 +263,12 @@ TEST(MesslogSetEnd, FunctionThatReturnsLetsTheReporterReturn) {
 
 TEST(MesslogSetEnd, GivesTheFunctionBeforeAndNullSetsExitAgain) {
     const ChildRun run = run_in_child([] {
-        if (messlog_set_end(note_end) != std::exit || messlog_set_end(nullptr) != note_end ||
-            messlog_set_end(nullptr) != std::exit) {
-            std::exit(1);
-        }
+        note("exit:", messlog_set_end(note_end) == std::exit);
+        note("set:", messlog_set_end(nullptr) == note_end);
+        note("exit:", messlog_set_end(nullptr) == std::exit);
         messlog2(9, 0, "text");
     });
+    EXPECT_EQ(run.noted, "exit: true\nset: true\nexit: true\n");
     EXPECT_EQ(run.status, 9);
 }
 
@@ -261,6 +294,14 @@ TEST(TolvaLog, ConsoleInAnyLetterCaseAndAsABeginningEnablesTheConsole) {
         EXPECT_EQ(run.err, "text 5\n") << target;
         EXPECT_EQ(run.out, "text 5\n") << target;
     }
+}
+
+TEST(TolvaLog, WritesAndFlushesStandardErrorFirst) {
+    EXPECT_EQ(writes_of([] {
+                  tolva_log_init("console", 1, LOG_USER, 0, "ident");
+                  tolva_log(1, "text");
+              }),
+              "standard error: text\n\nstandard output: text\n\nreturned\n");
 }
 
 TEST(TolvaLog, AnotherTargetLeavesItDisabled) {

@@ -73,7 +73,8 @@ TEST(OutputBuffer, GoesOnWithWhatItHandedOver) {
         const std::string end(5000, 'b');
         const int second = file_with(end);
         const std::size_t length = buffer.length();
-        OutputBuffer further(buffer.release(), length);
+        const std::size_t capacity = buffer.capacity();
+        OutputBuffer further(buffer.release(), length, capacity);
         EXPECT_EQ(further.read_from(second), Outcome::ended);
         EXPECT_EQ(view(further), begin + end);
         close(second);
@@ -131,10 +132,11 @@ TEST(OutputBuffer, DrainingReadsToTheEnd) {
 }
 
 TEST(OutputBuffer, SignalsDoNotEndReading) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         std::array<int, 2> ends{};
         if (pipe(ends.data()) != 0) {
-            return 2;
+            note("no pipe");
+            return;
         }
         const pid_t writer = fork();
         if (writer == 0) {
@@ -144,9 +146,10 @@ TEST(OutputBuffer, SignalsDoNotEndReading) {
         close(ends[1]);
         testing_support::interrupt_every_20_milliseconds();
         OutputBuffer buffer;
-        return buffer.read_from(ends[0]) == Outcome::ended && view(buffer) == "late" ? 0 : 1;
+        const Outcome outcome = buffer.read_from(ends[0]);
+        note(outcome == Outcome::ended ? "ended" : "not ended", view(buffer));
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "ended late\n");
 }
 
 }  // namespace

@@ -9,6 +9,11 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cwchar>
+#include <exception>
+#include <locale>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -17,13 +22,15 @@
 
 #include "support/exec.h"
 #include "tests/unit/support/child_run.h"
+#include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/process_state.h"
 #include "tests/unit/support/test_pipe.h"
 
 namespace {
 
-using testing_support::exited_with;
+using testing_support::has_children;
 using testing_support::open_descriptors;
+using testing_support::outcome;
 using testing_support::TestPipe;
 
 using PopenStream = basic_handlestream<PipeCloseStrategy, OutputStreamStrategy>;
@@ -105,7 +112,7 @@ TEST(OfdPipestream, FeedsAProgramThatIsWaitedFor) {
     }
     int status = -1;
     EXPECT_EQ(waitpid(pid, &status, WUNTRACED), pid);
-    EXPECT_TRUE(exited_with(status, 0));
+    EXPECT_EQ(outcome(status), "exit 0");
     EXPECT_EQ(out.text(), "100000\n");
 }
 
@@ -119,7 +126,7 @@ TEST(OfdPipestream, OverABareDescriptorDoesNotWaitForAProcess) {
     ends.close_read_end();
     int status = -1;
     EXPECT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(exited_with(status, 3));
+    EXPECT_EQ(outcome(status), "exit 3");
 }
 
 TEST(OfdPipestream, CannotBeUsedOverADescriptorThatIsNotOpen) {
@@ -141,19 +148,19 @@ TEST(OfdPipestream, ClosesADescriptorThatItCannotUse) {
 }
 
 TEST(OfdPipestream, AReaderThatHasGoneShowsInTheStreamWhereSigpipeIsIgnored) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         signal(SIGPIPE, SIG_IGN);
         TestPipe ends;
         ends.close_read_end();
         ofd_pipestream stream(ends.release_write_end());
         stream << "text" << std::flush;
-        return stream.bad() ? 0 : 1;
+        note("bad:", stream.bad());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "bad: true\n");
 }
 
 TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         signal(SIGPIPE, SIG_IGN);
         TestPipe ends;
         ends.close_read_end();
@@ -162,37 +169,64 @@ TEST(OfdPipestream, ItsDestructionSurvivesAReaderThatHasGone) {
             ofd_pipestream stream(ends.release_write_end());
             stream << "text";
         }
-        return open_descriptors() == before - 1 ? 0 : 1;
+        note("closed:", before - open_descriptors());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "closed: 1\n");
+}
+
+// A conversion that throws when what is pending is written.
+class ThrowingConversion : public std::codecvt<char, char, std::mbstate_t> {
+  protected:
+    bool do_always_noconv() const noexcept override { return false; }
+    result do_out(std::mbstate_t& /*state*/, const char* /*from*/, const char* /*from_end*/,
+                  const char*& /*from_next*/, char* /*to*/, char* /*to_end*/,
+                  char*& /*to_next*/) const override {
+        throw std::runtime_error("no conversion");
+    }
+};
+
+TEST(OfdPipestream, AnExceptionFromClosingEndsTheProgram) {
+    const ChildRun run = run_in_child([] {
+        std::set_terminate([] {
+            note("terminated");
+            _exit(0);
+        });
+        TestPipe ends;
+        {
+            ofd_pipestream stream(ends.release_write_end());
+            stream.imbue(std::locale(std::locale::classic(), new ThrowingConversion));
+            stream << "text";
+        }
+        note("went on");
+    });
+    EXPECT_EQ(run.noted, "terminated\n");
 }
 
 TEST(Handlestream, OverAPopenStreamSendsAllAndWaits) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         const long before = open_descriptors();
         {
             PopenStream stream(popen("sleep 0.1; cat; echo end", "w"));
             stream << "first\n" << std::string(20000, 'x') << "\nlast\n";
         }
-        return testing_support::has_children() || open_descriptors() != before ? 1 : 0;
+        note("children:", has_children(), "descriptors:", open_descriptors() - before);
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "children: false descriptors: 0\n");
     EXPECT_EQ(run.out, "first\n" + std::string(20000, 'x') + "\nlast\nend\n");
 }
 
 TEST(Handlestream, KeepsTheOrderWithWhatTheStdioStreamHadBefore) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         FILE* process = popen("cat", "w");
         std::fputs("before ", process);
         PopenStream stream(process);
         stream << "after\n";
-        return 0;
     });
     EXPECT_EQ(run.out, "before after\n");
 }
 
 TEST(Handlestream, SurvivesAProcessThatEndsWithoutReading) {
-    const ChildRun run = status_in_child([] {
+    const ChildRun run = run_in_child([] {
         signal(SIGPIPE, SIG_IGN);
         FILE* process = popen("exit 0", "w");
         siginfo_t ended{};
@@ -201,9 +235,9 @@ TEST(Handlestream, SurvivesAProcessThatEndsWithoutReading) {
             PopenStream stream(process);
             stream << "nobody reads this";
         }
-        return testing_support::has_children() ? 1 : 0;
+        note("children:", has_children());
     });
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.noted, "children: false\n");
 }
 
 TEST(Handlestream, OverNoStdioStreamCannotBeUsed) {
@@ -221,24 +255,37 @@ struct RecordingClose {
     }
 };
 
+using RecordingStream = basic_handlestream<RecordingClose, OutputStreamStrategy>;
+
 TEST(Handlestream, ClosesAHandleByItsStrategyAndADescriptorWithoutIt) {
+    RecordingClose::closed = 0;
     TestPipe ends;
-    {
-        const basic_handlestream<RecordingClose, OutputStreamStrategy> stream(
-            ends.release_write_end());
-    }
+    { const RecordingStream stream(ends.release_write_end()); }
     EXPECT_EQ(RecordingClose::closed, 0);
     EXPECT_EQ(ends.text(), "");
 
     std::FILE* file = std::tmpfile();
     const int kept = dup(fileno(file));
     {
-        basic_handlestream<RecordingClose, OutputStreamStrategy> stream(file);
+        RecordingStream stream(file);
         stream << "text";
     }
     EXPECT_EQ(RecordingClose::closed, 1);
     EXPECT_EQ(content_of(kept), "text");
     close(kept);
+}
+
+TEST(Handlestream, ClosesWhatItIsBuiltOverWithoutMemoryForTheBuffer) {
+    const auto make_stream = [](auto over) {
+        const FailingAllocation memory(1);
+        const RecordingStream stream(over);
+    };
+    const long before = open_descriptors();
+    RecordingClose::closed = 0;
+    EXPECT_THROW(make_stream(std::tmpfile()), std::bad_alloc);
+    EXPECT_EQ(RecordingClose::closed, 1);
+    EXPECT_THROW(make_stream(dup(STDOUT_FILENO)), std::bad_alloc);
+    EXPECT_EQ(open_descriptors(), before);
 }
 
 }  // namespace

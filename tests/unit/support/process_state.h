@@ -2,17 +2,34 @@
 
 #include <dirent.h>
 #include <signal.h>
+#include <string.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <string>
 
 namespace testing_support {
 
-/// Whether a status of waitpid(2) is that of a process that exited with that code.
-inline bool exited_with(int status, int code) {
-    return WIFEXITED(status) && WEXITSTATUS(status) == code;
+/// errno as its macro is named, "0" where there is no error.
+inline std::string error_name() {
+    const char* name = strerrorname_np(errno);
+    return name != nullptr ? name : std::to_string(errno);
+}
+
+/// A status of waitpid(2) in words: "exit 3", "signal 15", "signal 6, core dumped"; and the -1 of a
+/// function that has none to return, with its errno: "-1 ECHILD".
+inline std::string outcome(int status) {
+    if (status == -1) {
+        return "-1 " + error_name();
+    }
+    if (WIFSIGNALED(status)) {
+        return "signal " + std::to_string(WTERMSIG(status)) +
+               (WCOREDUMP(status) ? ", core dumped" : "");
+    }
+    return WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status)) : "not ended";
 }
 
 /// How many descriptors the process has: to be compared before and after.
@@ -24,6 +41,13 @@ inline long open_descriptors() {
     }
     closedir(directory);
     return count;
+}
+
+/// The number that the next descriptor will have.
+inline int next_descriptor() {
+    const int next = dup(STDERR_FILENO);
+    close(next);
+    return next;
 }
 
 /// While it lives, no descriptor can be opened: EMFILE.

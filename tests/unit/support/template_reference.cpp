@@ -21,19 +21,19 @@ std::vector<Piece> pieces_of(char opening, char closing, const std::vector<par_t
     std::vector<Piece> pieces;
     std::string literal;
     while (!source.empty()) {
-        const std::string_view behind = source.substr(1, TEMPL_MAX_NAME + 1);
-        const std::size_t name_length = behind.find(closing);
+        const std::string_view following = source.substr(1, TEMPL_MAX_NAME + 1);
+        const std::size_t name_length = following.find(closing);
         if (source.front() != opening || name_length == 0 ||
             name_length == std::string_view::npos) {
             std::size_t taken = 1;
             if (source.front() == opening) {
-                taken += name_length == 0 ? 1 : behind.size();
+                taken += name_length == 0 ? 1 : following.size();
             }
             literal += source.substr(0, taken);
             source.remove_prefix(taken);
             continue;
         }
-        const std::string_view name = behind.substr(0, name_length);
+        const std::string_view name = following.substr(0, name_length);
         const std::string_view whole = source.substr(0, name_length + 2);
         source.remove_prefix(whole.size());
         const auto entry = std::find_if(table.begin(), table.end(),

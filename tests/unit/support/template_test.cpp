@@ -11,7 +11,23 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/template_reference.h"
+
+namespace {
+
+int comparisons = 0;
+
+}  // namespace
+
+extern "C" {
+int __real_strcmp(const char* left, const char* right);
+
+int __wrap_strcmp(const char* left, const char* right) {
+    ++comparisons;
+    return __real_strcmp(left, right);
+}
+}
 
 namespace {
 
@@ -34,7 +50,7 @@ const std::vector<par_templ>& table() {
     return entries;
 }
 
-// The output of templ_replace with "<" and ">", and its counters behind it: consumed, written,
+// The output of templ_replace with "<" and ">", followed by its counters: consumed, written,
 // result flags; then whether the output is terminated.
 std::string replace(std::string_view source, std::size_t size = kRoomy, int flags = 0) {
     const TemplateResult result = actual_replace('<', '>', table(), source, size, flags);
@@ -106,8 +122,8 @@ TEST(TemplReplace, NothingThatWasLookedAtOpensAPlaceholder) {
     EXPECT_EQ(replace("<<name>"), "opened|7 6 0");
     const std::string inside = "<" + std::string(20, 'x') + "<" + std::string(12, 'y') + "name>";
     EXPECT_EQ(replace(inside), inside + "|39 39 0");
-    const std::string behind = "<" + std::string(33, 'x');
-    EXPECT_EQ(replace(behind + "<name>"), behind + "value|40 39 0");
+    const std::string longer = "<" + std::string(33, 'x');
+    EXPECT_EQ(replace(longer + "<name>"), longer + "value|40 39 0");
     const std::string last = "<" + std::string(32, 'x') + "<";
     EXPECT_EQ(replace(last + "name>"), last + "name>|39 39 0");
 }
@@ -141,7 +157,7 @@ TEST(TemplReplace, OutputExactlyAsLongAsSizeIsCompleteButNotTerminated) {
     EXPECT_EQ(replace("text", 5), "text|4 4 0");
 }
 
-TEST(TemplReplace, ValueThatEndsOnSizeIsTerminatedBehindIt) {
+TEST(TemplReplace, ValueThatEndsOnSizeIsTerminatedAfterIt) {
     EXPECT_EQ(replace("a<name>", 6), "avalue|7 6 0");
     EXPECT_EQ(replace("a<name>", 6, kStop), "avalue|7 6 0");
 }
@@ -258,6 +274,23 @@ TEST(TemplReplace, AgreesWithTheReferenceOnRandomTexts) {
     }
 }
 
+TEST(Template, UsesNoHeap) {
+    const std::string source = "<other><name><" + kName32 + ">";
+    std::array<par_templ, 3> entries{{{kName32.c_str(), "longest"}, {"name", "value"}, {"a", "b"}}};
+    std::array<char, kRoomy + 1> destination{};
+    repl_ctl control{0, 0, 0, 0};
+    int found = -1;
+    {
+        const FailingAllocation memory(1);
+        templ_quick_sort(entries.data(), 3);
+        templ_replace('<', '>', entries.data(), 3, source.c_str(), destination.data(), kRoomy,
+                      &control);
+        found = templ_found(kName32.c_str(), entries.data(), 3);
+    }
+    EXPECT_STREQ(destination.data(), "valuelongest");
+    EXPECT_EQ(found, 2);
+}
+
 TEST(TemplFound, FindsEveryEntryOfASortedTable) {
     for (std::size_t count = 1; count <= table().size(); ++count) {
         for (std::size_t i = 0; i < table().size(); ++i) {
@@ -354,6 +387,21 @@ TEST(TemplQuickSort, SortsManyEntriesInAnyArrangement) {
                                        return std::strcmp(left.name, right.name) < 0;
                                    }));
     }
+}
+
+// With its first or last element as the pivot, a sorted table takes a comparison for each pair.
+TEST(TemplQuickSort, TakesFewComparisonsOfASortedTable) {
+    constexpr int kCount = 1024;
+    std::vector<std::string> names(kCount);
+    std::vector<par_templ> entries(kCount);
+    for (std::size_t i = 0; i < kCount; ++i) {
+        names[i] = std::to_string(1000 + i);
+        entries[i] = {names[i].c_str(), nullptr};
+    }
+    comparisons = 0;
+    templ_quick_sort(entries.data(), kCount);
+    EXPECT_GT(comparisons, kCount);
+    EXPECT_LT(comparisons, 20 * kCount);
 }
 
 TEST(Qs, SortsOnlyTheRangeGiven) {

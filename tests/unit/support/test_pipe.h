@@ -26,7 +26,7 @@ class TestPipe {
     int read_end() const { return ends_[0]; }
     int write_end() const { return ends_[1]; }
 
-    /// Gives the end to the caller.
+    /// Hands the end over to the caller.
     int release_read_end() { return std::exchange(ends_[0], -1); }
     int release_write_end() { return std::exchange(ends_[1], -1); }
 
