@@ -5,19 +5,14 @@
 
 #include "support/db.h"
 
-// OpenSSL is not linked: it is in the process only if the client library has brought it along.
-#pragma weak OPENSSL_init_crypto
-
 namespace {
 
 // The client library makes OpenSSL ready for TLS, which a local socket does without. Its
 // configuration file and its tables of all ciphers and digests would take most of the time.
 void keep_openssl_small() {
-    if (OPENSSL_init_crypto != nullptr) {
-        OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS |
-                                OPENSSL_INIT_NO_ADD_ALL_DIGESTS,
-                            nullptr);
-    }
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS |
+                            OPENSSL_INIT_NO_ADD_ALL_DIGESTS,
+                        nullptr);
 }
 
 // The client library looks up the port of the service "mysql", which a local socket does without,
