@@ -15,18 +15,23 @@ void keep_openssl_small() {
                         nullptr);
 }
 
-// The client library looks up the port of the service "mysql", which a local socket does without,
-// too. As nsswitch.conf has it, that may ask a daemon or search for plugins all over the disk.
-void look_services_up_in_their_file() {
-    __nss_configure_lookup("services", "files");
-}
+// While it lives, a service is looked up nowhere: the client library asks for the port of "mysql",
+// which a local socket does without, too. As nsswitch.conf has it, that may ask a daemon, search
+// for plugins all over the disk, or read a file line by line.
+class NoServices {
+  public:
+    NoServices() { __nss_configure_lookup("services", "dns"); }  // which knows hosts only
+    NoServices(const NoServices&) = delete;
+    NoServices& operator=(const NoServices&) = delete;
+    ~NoServices() { __nss_configure_lookup("services", "files"); }
+};
 
 }  // namespace
 
 void db_library_init(void) {
     [[maybe_unused]] static const int result = [] {
         keep_openssl_small();
-        look_services_up_in_their_file();
+        const NoServices no_services;
         return mysql_library_init(0, nullptr, nullptr);
     }();
 }
