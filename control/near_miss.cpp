@@ -33,6 +33,10 @@ class Utf8Locale {
     locale_t before_ = nullptr;
 };
 
+wchar_t lower_case(wchar_t character) {
+    return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(character)));
+}
+
 // Each run of white space as one blank.
 std::string on_one_line(std::string_view text) {
     std::string line;
@@ -97,8 +101,7 @@ std::string in_lower_case(const std::string& text) {
         std::mbstate_t out{};
         const bool valid = length != 0 && length <= text.size() - position;
         const std::size_t written =
-            valid ? std::wcrtomb(bytes, static_cast<wchar_t>(std::towlower(character)), &out)
-                  : static_cast<std::size_t>(-1);
+            valid ? std::wcrtomb(bytes, lower_case(character), &out) : static_cast<std::size_t>(-1);
         if (written == static_cast<std::size_t>(-1)) {
             folded += text[position++];
             state = {};

@@ -1,10 +1,17 @@
 #include "core/database.h"
 
+#include <errmsg.h>
+#include <mysqld_error.h>
+
+#include <array>
 #include <new>
+#include <utility>
 
 #include "core/run_end.h"
 #include "support/c_pointer.h"
 #include "support/db_params.h"
+#include "support/db_retry.h"
+#include "support/db_session.h"
 
 bool QueryResult::fetch() {
     row_ = rows_ ? mysql_fetch_row(rows_.get()) : nullptr;
@@ -23,15 +30,79 @@ std::string QueryResult::text(unsigned int index, std::string_view when_null) co
     return std::string(column(index).value_or(when_null));
 }
 
-QueryResult send_statement(MYSQL* connection, const std::string& statement) {
+namespace {
+
+constexpr int kRepetitions = 3;
+
+// Whether the server has undone the statement that has just failed, and nothing else, so that it
+// may be sent again. Without autocommit it has undone earlier statements, too. A lock wait that ran
+// into its limit is not repeated: the server has waited as long as its administrator lets it, and
+// others may have been waiting for this connection meanwhile.
+bool was_rolled_back(MYSQL* connection) {
+    return mysql_errno(connection) == ER_LOCK_DEADLOCK &&
+           (connection->server_status & SERVER_STATUS_AUTOCOMMIT) != 0;
+}
+
+// Whether the statement has just failed because the connection is of no more use, and may be sent
+// again by another. Where nobody knows what became of it, only an insertion does harm when it is
+// repeated.
+bool was_cut_off(MYSQL* connection, const std::string& statement) {
+    switch (mysql_errno(connection)) {
+        case CR_SERVER_GONE_ERROR:  // before it was sent
+        case ER_UNKNOWN_COM_ERROR:  // refused by a node that has lost its cluster
+        case ER_SERVER_SHUTDOWN:    // undone
+        case ER_CONNECTION_KILLED:
+            return true;
+        case CR_SERVER_LOST:  // before it was answered
+            return !statement.starts_with("insert ");
+        default:
+            return false;
+    }
+}
+
+// Takes the place of a connection that broke, with a session set up in the same way. False when
+// that is not to be had within a few seconds, which are all there are in a run.
+bool connect_again(MYSQL* connection) {
+    static tolva::db::Patience patience;
+    const my_bool on = 1;
+    const my_bool off = 0;
+    std::array<char, 256> ignored{};
+    bool utf8_mode = false;
+    bool connected = false;
+    mysql_options(connection, MYSQL_OPT_RECONNECT, &on);
+    do {
+        connected =
+            mariadb_reconnect(connection) == 0 &&
+            tolva::db::set_up_session(connection, utf8_mode, ignored.data(), ignored.size());
+    } while (!connected && tolva::db::is_passing(connection) && patience.wait());
+    mysql_options(connection, MYSQL_OPT_RECONNECT, &off);
+    return connected;
+}
+
+QueryResult send_once(MYSQL* connection, const std::string& statement) {
     if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
         return {QueryResult::Outcome::kRefused, mysql_error(connection)};
     }
-    MYSQL_RES* rows = mysql_store_result(connection);
+    tolva::db::ResultHandle rows = tolva::db::store_result(connection);
     if (rows == nullptr && mysql_errno(connection) != 0) {
         return {QueryResult::Outcome::kUnreadable, mysql_error(connection)};
     }
-    return QueryResult(rows);
+    return QueryResult(std::move(rows));
+}
+
+}  // namespace
+
+QueryResult send_statement(MYSQL* connection, const std::string& statement) {
+    QueryResult result = send_once(connection, statement);
+    for (int left = kRepetitions; left > 0 && !result.answered(); --left) {
+        const bool repeatable = was_rolled_back(connection) ||
+                                (was_cut_off(connection, statement) && connect_again(connection));
+        if (!repeatable) {
+            break;
+        }
+        result = send_once(connection, statement);
+    }
+    return result;
 }
 
 QueryResult rows_or_end_run(MYSQL* connection, const std::string& statement,

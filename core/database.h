@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "support/db.h"
 #include "support/db_handle.h"
@@ -18,11 +19,11 @@ class QueryResult {
     enum class Outcome {
         kAnswered,    ///< carried out; a statement that yields no rows counts as one without any
         kRefused,     ///< refused by the server, or the server could not be reached
-        kUnreadable,  ///< carried out, but its rows could not be read
+        kUnreadable,  ///< carried out, but its rows could not be read (see store_result)
     };
 
-    /// An answered statement; takes over `rows`, null stands for a result without rows.
-    explicit QueryResult(MYSQL_RES* rows) : rows_(rows) {}
+    /// An answered statement; null stands for a result without rows.
+    explicit QueryResult(tolva::db::ResultHandle rows) : rows_(std::move(rows)) {}
 
     /// A statement that failed; `reason` is the client library's text.
     QueryResult(Outcome outcome, std::string_view reason) : outcome_(outcome), reason_(reason) {}
@@ -55,6 +56,15 @@ class QueryResult {
 inline constexpr std::string_view kStatementFailed = "autoresponder: Unable to exec query :";
 
 /// Sends `statement` and reads its rows. The one way by which the core asks the database anything.
+///
+/// A statement that the server undid because of a deadlock, or because another node of its cluster
+/// changed the same rows first, is sent again, at most three times. This is for sessions with
+/// autocommit, where nothing else is undone with it; without, the deadlock is a failure like
+/// others.
+///
+/// Where the connection breaks, because the server is restarted or a node of the cluster is lost,
+/// `connection` is made anew in place, within 5 seconds, and the statement sent again; but not an
+/// insertion that may have been carried out.
 QueryResult send_statement(MYSQL* connection, const std::string& statement);
 
 /// The same; throws EndOfRun with `failure` and the reason unless the statement was answered.

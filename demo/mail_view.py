@@ -3,8 +3,17 @@
 import email
 import email.errors
 import email.header
+import email.parser
 import re
 
+HEADERS_THAT_MATTER = {
+    "reply-to",
+    "from",
+    "subject",
+    "date",
+    "content-type",
+    "content-transfer-encoding",
+}
 LONGEST_LINE = 110
 BASE64_LINE = re.compile(rb"[A-Za-z0-9+/]{56,}={0,2}")
 
@@ -14,8 +23,15 @@ def printable(text):
     return "".join(c if c.isprintable() else ascii(c)[1:-1] for c in text)
 
 
+def shortened(line, whole):
+    """The line, or its beginning and how long the whole is."""
+    if len(line) <= LONGEST_LINE:
+        return line
+    return f"{line[: LONGEST_LINE - 20]} [... {whole}]"
+
+
 def printable_lines(data):
-    return [printable(line) for line in data.decode("utf-8", "backslashreplace").splitlines()]
+    return [printable(line.decode("utf-8", "backslashreplace")) for line in data.splitlines()]
 
 
 def decoded(value):
@@ -25,6 +41,17 @@ def decoded(value):
     except (LookupError, ValueError, email.errors.MessageError):
         text = str(value)
     return printable(re.sub(r"[\r\n]+\s*", " ", text))
+
+
+def headers_that_matter(data):
+    """The headers of an incoming message that decide what becomes of it, as they stand."""
+    lines = []
+    for name, value in email.parser.BytesHeaderParser().parsebytes(data).raw_items():
+        if name.lower() in HEADERS_THAT_MATTER:
+            field = f"{name}: {value}".encode("ascii", "surrogateescape")
+            for line in printable_lines(field):
+                lines.append(shortened(line, f"{len(line)} characters"))
+    return lines
 
 
 def headers(message, names):
@@ -50,14 +77,6 @@ def first_lines(text, limit):
     return ["  | " + line for line in lines]
 
 
-def incoming(data):
-    """The message that came in: who, what about, and how its text begins."""
-    message = email.message_from_bytes(data)
-    lines = headers(message, ["From", "Reply-To", "To", "Subject", "Date"])
-    texts = [part for part in message.walk() if part.get_content_maintype() == "text"]
-    return lines + (first_lines(text_of(texts[0]), 8) if texts else ["(no text)"])
-
-
 def outgoing(data):
     """A mail read back: the headers a correspondent sees, its text and its attachments."""
     message = email.message_from_bytes(data)
@@ -80,9 +99,7 @@ def wire_line(line):
         chr(byte) if 32 <= byte < 127 else {9: "\\t", 13: "\\r"}.get(byte, f"\\x{byte:02x}")
         for byte in line
     )
-    if len(shown) > LONGEST_LINE:
-        shown = f"{shown[: LONGEST_LINE - 20]} [... {len(line)} bytes]"
-    return "  | " + shown
+    return "  | " + shortened(shown, f"{len(line)} bytes")
 
 
 def on_the_wire(data):

@@ -49,3 +49,14 @@ insert into resp_attach (rn_id, filename) values
 insert into resp_forward (rn_id, address) values
     (22, 'clerk@example.org'),
     (22, 'archive@example.com');
+
+-- Each mailbox with its other addresses.
+select concat(m.mail_name, '@', d.name, coalesce((
+    select concat(', also ', group_concat(l.name, '@', n.name order by l.name, n.name separator ', '))
+    from (select id mn_id, mail_name name from mail
+          union select mn_id, alias from mail_aliases) l,
+         (select id dom_id, name from domains
+          union select dom_id, name from domainaliases where mail = 'true') n
+    where l.mn_id = m.id and n.dom_id = d.id
+      and not (l.name = m.mail_name and n.name = d.name)), ''))
+from mail m join domains d on d.id = m.dom_id order by m.id;

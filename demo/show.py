@@ -1,12 +1,13 @@
-"""show.py PROGRAM [--message [RECIPIENT]]
+"""show.py PROGRAMS sample|dump [RECIPIENT]
 
-Shows in the private world what the autoresponder PROGRAM does: with --message for the message on
-standard input, otherwise for a few scenes, one after the other.
+Shows in the private world what autoresponderctl says of a message and what the autoresponder then
+does, both from the directory PROGRAMS. The panel is the sample or, with "dump", the one in the dump
+that descriptor 3 reads. The message to RECIPIENT is on standard input; without RECIPIENT there are
+a few scenes instead. The exit status is that of demo/run.
 """
 
 import os
 import pathlib
-import re
 import shlex
 import signal
 import subprocess
@@ -17,9 +18,16 @@ import mail_view
 import panel
 
 MESSAGES = panel.HERE / "messages"
-DEFAULT_RECIPIENT = "accounts@example.org"
-PLACES = {"subj": "subject", "body": "text"}  # where a key word is looked for
+DUMP = 3
+CANNOT, DIFFERENT = 2, 3  # exit statuses
 TITLE_WIDTH = 80
+
+KINDS = {
+    "forward": "the incoming message forwarded",
+    "notice": "a notice to the domain's owner about missing files",
+    "reply": "a reply",
+    "size-notice": "a notice in place of a reply over the size limit",
+}
 
 
 @dataclass
@@ -38,8 +46,22 @@ SCENES = [
         "accounts@example.org",
     ),
     Scene("A reply larger than the size limit", "catalogue.eml", "catalogue@example.org"),
+    Scene("Counted, not sent", "hyphen.eml", "catalogue@example.org"),
     Scene("Mail that would go in circles", "bounce.eml", "info@example.com"),
 ]
+
+
+def fail(reason):
+    sys.stderr.write(f"demo: {reason}\n")
+    sys.exit(CANNOT)
+
+
+def say(text):
+    try:
+        print(text, flush=True)
+    except OSError as error:
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())  # for the flush at the end
+        fail(f"standard output cannot be written: {error.strerror}")
 
 
 def styled(text, code):
@@ -48,67 +70,79 @@ def styled(text, code):
 
 
 def title(text):
-    print("\n" + styled(f"== {text} ".ljust(TITLE_WIDTH, "="), "1;7"))
+    say("\n" + styled(f"== {text} ".ljust(TITLE_WIDTH, "="), "1;7"))
 
 
-def section(text, lines=()):
-    print("\n" + styled(text, "1"))
+def section(heading, lines=(), style="1"):
+    say("\n" + styled(heading, style))
     for line in lines:
-        print("  " + line)
+        say("  " + line)
 
 
-def condition(row):
-    if row["key_where"] not in PLACES:
-        return "every message"
-    return f'"{mail_view.printable(row["keystr"])}" in the {PLACES[row["key_where"]]}'
+def differences(explanation, run):
+    """Where the run was not what its explanation makes one expect."""
+    facts = explanation.facts
+    counted = {
+        responder["id"]
+        for responder in facts["responders"]
+        if (limit := responder["limit"]) and limit["replies_today"] < limit["replies_allowed"]
+    }
+    if run.counted != counted:
+        yield f"counted by: {listed(run.counted)}, explained: {listed(counted)}"
+    if run.mails != explanation.mails:
+        sent, explained = len(run.mails), len(explanation.mails)
+        yield f"mails: {sent}, explained: {explained}, not the same bytes for the same recipients"
+    if run.errors.decode("utf-8", "replace") != facts["diagnostics"]:
+        yield f"standard error, explained: {mail_view.printable(facts['diagnostics']) or 'nothing'}"
 
 
-def verdict(responder):
-    row = responder.row
-    if responder.answered_at is not None:
+def listed(ids):
+    return ", ".join(sorted(ids)) or "none"
+
+
+def outcome(responder, counted, facts):
+    if responder["verdict"] == "would answer":
         return styled("answered", "32")
-    if responder.reached_limit_check:
-        return f"not answered: the limit of {row['ans_freq']} a day for this sender is reached"
-    if row["resp_on"] == "false":
-        return "not answered: switched off"
-    if row["key_where"] not in PLACES:
-        return "not answered: the run ended before"
-    return f"not answered: no {condition(row)}"
+    sent = "counted, not sent" if responder["id"] in counted else "not answered"
+    return f"{sent}: {mail_view.printable(responder['reason'] or facts['reason'])}"
 
 
-def kind(mail, incoming):
+def show_outcome(explanation, run):
+    """Says what became of the message; returns whether that is what had been explained."""
+    if different := list(differences(explanation, run)):
+        section("The run differs from its explanation, which is a defect", different, "1;31")
+        return False
+    facts = explanation.facts
+    outcomes = [
+        f"responder {responder['id']}: {outcome(responder, run.counted, facts)}"
+        for responder in facts["responders"]
+    ]
+    nothing = f"not answered: {mail_view.printable(facts['reason'])}"
+    section("The run, as explained", outcomes or [nothing])
+    return True
+
+
+def show_mail(heading, mail, incoming):
+    section(heading, [mail_view.printable(shlex.join(map(os.fsdecode, mail.arguments)))])
     if mail.message == incoming + b"\n":
-        return "the incoming message forwarded"
-    if b"(files missing in attachments repository)" in mail.message:
-        joined = re.match(rb"Reply-To: .*From: ", mail.message)
-        return "a notice to the domain's owner" + (
-            " (its Reply-To: always runs into From:)" if joined else ""
-        )
-    if b"message size exceeds databytes limit" in mail.message:
-        return f"a notice in place of a reply over {panel.SIZE_LIMIT.read_text().strip()} bytes"
-    return "a reply"
-
-
-def show_mail(mail, heading, incoming):
-    what = kind(mail, incoming)
-    command = shlex.join(mail.arguments)
-    section(f"{heading}: {what}", [mail_view.printable(command)])
-    if mail.message == incoming + b"\n":
-        print("  byte for byte as it came, and one line feed at the end")
+        say("  byte for byte as it came, and one line feed at the end")
         return
-    print("  " + styled(f"on the wire, {len(mail.message)} bytes", "4"))
-    print("\n".join("  " + line for line in mail_view.on_the_wire(mail.message)))
-    print("  " + styled("as it is read", "4"))
-    print("\n".join("  " + line for line in mail_view.outgoing(mail.message)))
+    say("  " + styled(f"on the wire, {len(mail.message)} bytes", "4"))
+    say("\n".join("  " + line for line in mail_view.on_the_wire(mail.message)))
+    say("  " + styled("as it is read", "4"))
+    say("\n".join("  " + line for line in mail_view.outgoing(mail.message)))
 
 
-def show_mails(run, incoming):
+def show_mails(run, explained, incoming):
+    """Shows the mails sent, with what is explained of each, if that is true of them."""
     if not run.mails:
         section("Mail sent: none")
     for number, mail in enumerate(run.mails, 1):
-        senders = [r.row["id"] for r in run.responders if mail in r.mails]
-        by = f" by responder {senders[0]}" if senders else ""
-        show_mail(mail, f"Mail {number} of {len(run.mails)}{by}", incoming)
+        heading = f"Mail {number} of {len(run.mails)}"
+        if explained:
+            of_it = explained[number - 1]
+            heading += f" by responder {of_it['responder']}: {KINDS[of_it['kind']]}"
+        show_mail(heading, mail, incoming)
 
 
 def show_end(run):
@@ -120,58 +154,57 @@ def show_end(run):
     section(f"Exit status {run.status}, temporary files left: {left}")
 
 
-def answer(program, message, recipient):
-    """One run, told from the message that came in to what is left behind."""
-    section(f"The message to {mail_view.printable(recipient)}", mail_view.incoming(message))
-    run = panel.run(program, message, recipient)
-    if run.mailbox:
-        section(
-            f"The responders of {run.mailbox}",
-            [f"{r.row['id']}  {condition(r.row):<28}  {verdict(r)}" for r in run.responders],
-        )
-    else:
-        section("The responders: none was looked up")
-    show_mails(run, message)
+def answer(programs, message, recipient):
+    """One message, from what came in to what is left behind; returns whether it is as explained."""
+    headers = mail_view.headers_that_matter(message)
+    section("The headers that matter" if headers else "The headers that matter: none", headers)
+    explanation = panel.explain(programs, message, recipient)
+    section(f"autoresponderctl explain {mail_view.printable(recipient)}", explanation.text)
+    run = panel.run(programs, message, recipient)
+    as_explained = show_outcome(explanation, run)
+    show_mails(run, explanation.facts["mails"] if as_explained else None, message)
     show_end(run)
-    return run
+    return as_explained
 
 
-def show_panel():
-    title("The sample panel")
-    for mailbox, others in panel.addresses():
-        print(f"  {mailbox}" + (f", also {others}" if others else ""))
-
-
-def show_message(program, recipient):
-    message = sys.stdin.buffer.read()
+def show_message(programs, recipient):
+    try:
+        message = sys.stdin.buffer.read()
+    except OSError as error:
+        fail(f"the message cannot be read: {error.strerror}")
     title("A message")
-    run = answer(program, message, recipient)
-    if b"autoresponder: Mailname not found: " in run.errors:
-        sys.stdout.flush()
-        known = ", ".join(mailbox for mailbox, _ in panel.addresses())
-        sys.stderr.write(
-            f"demo: {mail_view.printable(recipient)} is not an address of the sample panel, "
-            f"which has the mailboxes {known}\n"
-        )
+    return answer(programs, message, recipient)
 
 
-def main(program, *arguments):
+def show_scenes(programs):
+    as_explained = True
+    for number, scene in enumerate(SCENES, 1):
+        title(f"{number} of {len(SCENES)}: {scene.title}")
+        message = (MESSAGES / scene.message).read_bytes()
+        as_explained &= answer(programs, message, scene.recipient)
+    return as_explained
+
+
+def main(programs, which_panel, recipient=None):
     # The end of a reader or of the person's patience is no event to report.
     for ending in (signal.SIGINT, signal.SIGPIPE):
         signal.signal(ending, signal.SIG_DFL)
-    sys.stdout.reconfigure(errors="backslashreplace", line_buffering=True)
-    program = pathlib.Path(program).resolve()
+    sys.stdout.reconfigure(errors="backslashreplace")
+    programs = pathlib.Path(programs).resolve()
     try:
-        panel.load()
+        about = panel.load(DUMP if which_panel == "dump" else None)
+        title("The sample panel" if which_panel == "sample" else "The panel in the dump")
+        for line in about:
+            say("  " + line)
+        if recipient is None:
+            as_explained = show_scenes(programs)
+        else:
+            as_explained = show_message(programs, recipient)
+    except panel.Unexplained as reason:
+        fail(f"autoresponderctl has no explanation: {reason}")
     except subprocess.CalledProcessError:
-        sys.exit("demo: the sample panel cannot be loaded")
-    show_panel()
-    if arguments:
-        show_message(program, arguments[1] if len(arguments) > 1 else DEFAULT_RECIPIENT)
-        return
-    for number, scene in enumerate(SCENES, 1):
-        title(f"{number} of {len(SCENES)}: {scene.title}")
-        answer(program, (MESSAGES / scene.message).read_bytes(), scene.recipient)
+        sys.exit(CANNOT)  # the command has said why
+    sys.exit(0 if as_explained else DIFFERENT)
 
 
 if __name__ == "__main__":

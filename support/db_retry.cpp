@@ -31,6 +31,7 @@ bool is_passing(MYSQL* connection) {
         case ER_SERVER_SHUTDOWN:
         case ER_CONNECTION_KILLED:
         case ER_CON_COUNT_ERROR:
+        case ER_UNKNOWN_COM_ERROR:
         case ER_TOO_MANY_USER_CONNECTIONS:
         case ER_OUT_OF_RESOURCES:
         case ER_CANT_CREATE_THREAD:

@@ -16,6 +16,7 @@ namespace tolva::db {
 ///   shuts down (1053, 1927);
 /// - there are too many sessions, in all (1040) or of this user (1203, and 1226 if it names
 ///   max_user_connections; the other limits that it reports count by the hour);
+/// - it is the node of a cluster and not, or not yet, in touch with the others (1047);
 /// - the server has no memory or thread for one more session (1041, 1135).
 ///
 /// Anything else lasts until somebody does something about it: a wrong password, a missing

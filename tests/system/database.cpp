@@ -1,6 +1,10 @@
 #include "tests/system/database.h"
 
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -8,11 +12,19 @@ constexpr const char* kTables[] = {"mail",      "domains",      "mail_aliases", 
                                    "mail_resp", "resp_freq",    "resp_attach",  "clients",
                                    "misc",      "resp_forward", "dom_param",    "Parameters"};
 
+// Removed by the server when it has closed its files.
+constexpr const char* kProcessFile = "/world/mariadb.pid";
+
 using Result = std::unique_ptr<MYSQL_RES, void (*)(MYSQL_RES*)>;
 
 }  // namespace
 
-Database::Database() : connection_(mysql_init(nullptr), mysql_close) {
+Database::Database() : connection_(nullptr, mysql_close) {
+    connect();
+}
+
+void Database::connect() {
+    connection_.reset(mysql_init(nullptr));
     if (connection_ == nullptr || mysql_real_connect(connection_.get(), "localhost", "root", "",
                                                      "tva", 0, nullptr, 0) == nullptr) {
         throw std::runtime_error("no private database server");
@@ -20,6 +32,19 @@ Database::Database() : connection_(mysql_init(nullptr), mysql_close) {
     sql("set names utf8mb4");
     sql("set global log_output = 'TABLE'");
     sql("set global general_log = on");
+}
+
+void Database::restart(const std::function<void()>& meanwhile) {
+    sql("shutdown");
+    while (std::filesystem::exists(kProcessFile)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    meanwhile();
+    const std::string launcher = std::getenv("PRIVATE_WORLD");
+    if (std::system((launcher + " --launch-server").c_str()) != 0) {
+        throw std::runtime_error("the private database server does not start again");
+    }
+    connect();
 }
 
 std::vector<Row> Database::sql(const std::string& statement) {

@@ -4,6 +4,7 @@
 
 #include <mysql.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,9 +36,14 @@ class Database {
     // The statements that "admin" has sent since the reset, without those that set up the session.
     std::vector<std::string> statements();
 
+    // Shuts the server down, calls `meanwhile`, and starts it again.
+    void restart(const std::function<void()>& meanwhile);
+
     // `text` as a literal of SQL, quotes included.
     std::string quoted(const std::string& text);
 
   private:
+    void connect();
+
     std::unique_ptr<MYSQL, void (*)(MYSQL*)> connection_;
 };

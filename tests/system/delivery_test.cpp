@@ -208,7 +208,11 @@ TEST_F(Delivery, AMailProgramThatIsNotExecutableIsReportedByTheChild) {
 
 TEST_F(Delivery, WithoutAMailProgramEveryMailIsTried) {
     add_forward(1, "copy@example.net");
-    add_attachment(1, "gone.txt");
+    // The notice is longer than a pipe holds, so that it cannot be written before the child that
+    // was to become the mail program has ended.
+    for (int i = 0; i < 300; ++i) {
+        add_attachment(1, std::to_string(i) + std::string(240, '.'));
+    }
     remove_mail_program();
     const std::string line =
         "fork_execv: execv(\"/usr/sbin/sendmail\") failed: No such file or directory\n";
@@ -302,6 +306,23 @@ TEST_F(Delivery, AfterASendErrorTheNextRowFollows) {
     ASSERT_THAT(outcome.mails, SizeIs(1));
     EXPECT_EQ(outcome.mails[0].arguments.back(), "copy@example.net");
     EXPECT_THAT(sql("select num from resp_freq"), SizeIs(2));
+}
+
+TEST_F(Delivery, TheFileIsOpenedBeforeTheAddressIsConverted) {
+    // Both fail: the forward's mail program takes the file away, and no label has 70 characters.
+    const std::string domain = std::string(70, 'a') + ".example";
+    sql("update domains set name='" + domain + "'");
+    add_attachment(1, "gone.txt");
+    replace_mail_program("rm -f /tmp/tva-response-uu-*; exec \"$CAPTURE\" \"$@\"\n");
+    const Outcome outcome = answer(plain_message(), "user@" + domain);
+    EXPECT_THAT(
+        outcome.err,
+        MatchesRegex("autoresponder: IDN conversion error: Invalid length\n"
+                     "autoresponder: Failed to open temporary file with response mail "
+                     "contents '/tmp/tva-response-uu-[A-Za-z0-9]+': No such file or "
+                     "directory .2.\n"
+                     "autoresponder: Send error: Failed to generate response mail contents\n"
+                     "System error 2: No such file or directory\n"));
 }
 
 TEST_F(Delivery, WithoutANewProcessTheReplyIsASendError) {

@@ -126,7 +126,7 @@ class ExplainedAndAnswered : public Explain {
         EXPECT_EQ(explanation["verdict"], answered ? "would answer" : "would not answer");
         EXPECT_EQ(answered, std::ranges::any_of(outcome.mails, [&](const Submission& mail) {
                       return explanation["message"].is_object() &&
-                             mail.arguments.back() == explanation["message"]["sender"];
+                             explanation["message"]["sender"] == mail.arguments.back();
                   }));
         EXPECT_EQ(explanation["diagnostics"], outcome.err);
         expect_same_mails(explanation, outcome);

@@ -145,6 +145,15 @@ TEST_F(Forward, ACopyThatIsCutShortIsNotMentionedUnlessItIsForwarded) {
     EXPECT_EQ(run({.message = message, .limits = {{RLIMIT_FSIZE, 4096}}}).err, "");
 }
 
+TEST_F(Forward, WithoutAddressesTheCopyIsNotOpened) {
+    // Opening it would fail: the first responder's mail program takes it away.
+    add_responder(2);
+    replace_mail_program("rm -f /tmp/tva-autoresponder-*; exec \"$CAPTURE\" \"$@\"\n");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.mails, SizeIs(2));
+}
+
 TEST_F(Forward, WithoutANewProcessTheRunGoesOn) {
     add_forward(1, "copy@example.net");
     const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});

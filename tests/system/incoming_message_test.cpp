@@ -1,5 +1,9 @@
 // What the program makes of the incoming message: sender, recipient, subject, body.
 
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -68,6 +72,24 @@ TEST_F(Incoming, AnInputThatCannotBeReadIsReported) {
                   kNoSender);
     EXPECT_THAT(outcome.mails, IsEmpty());
     EXPECT_THAT(statements(), IsEmpty());
+}
+
+TEST_F(Incoming, AnInputThatBreaksOffIsReportedAndAnsweredAsFarAsItCame) {
+    add_forward(1, "copy@example.net");
+    // A socket whose other end closes without having read what was sent to it breaks off.
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    const std::string part = "From: sender@example.org\nSubject: Hello\n\nAre you";
+    ASSERT_EQ(write(ends[0], part.data(), part.size()), static_cast<ssize_t>(part.size()));
+    ASSERT_EQ(write(ends[1], "x", 1), 1);
+    close(ends[0]);
+    const Outcome outcome = run({.input_fd = ends[1]});
+    close(ends[1]);
+    EXPECT_EQ(outcome.err,
+              "autoresponder: Failed to read the message: Connection reset by peer (104)\n");
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_EQ(outcome.mails[0].message, part + "\n");
+    EXPECT_EQ(outcome.mails[1].message, plain_reply());
 }
 
 TEST_F(Incoming, ReplyToComesBeforeFrom) {

@@ -158,7 +158,21 @@ TEST_F(Mailbox, OfSeveralMailboxesTheFirstCounts) {
                 testing::EndsWith("from mail_resp where mn_id=" + found[0][0].value()));
 }
 
-TEST_F(Mailbox, AttachmentsComeFromTheMailboxBehindTheAlias) {
+TEST_F(Mailbox, TheConnectionIsClosedInAnOrderlyWay) {
+    // The server counts those that just went away.
+    const auto gone_away = [] { return sql("show global status like 'Aborted_clients'"); };
+    const std::vector<Row> before = gone_away();
+    answer(plain_message());                        // a normal end
+    answer(plain_message(), "nobody@example.com");  // an early one
+    sql("delete from mail_resp");
+    answer(plain_message());
+    ASSERT_TRUE(soon([] {
+        return sql("select 1 from information_schema.processlist where user='admin'").empty();
+    }));
+    EXPECT_EQ(gone_away(), before);
+}
+
+TEST_F(Mailbox, AttachmentsComeFromTheMailboxOfAnAlias) {
     write_attachment("a.txt", "A");
     add_attachment(1, "a.txt");
     const Outcome outcome = answer(plain_message(), "info@example.net");

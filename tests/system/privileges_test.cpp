@@ -2,10 +2,12 @@
 
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -90,6 +92,57 @@ TEST_F(Privileges, AProgramStartedByRootHandsItsEnvironmentOn) {
     ASSERT_THAT(outcome.mails, SizeIs(1));
     EXPECT_THAT(outcome.mails[0].environment, Contains("QMAILINJECT=s"));
     EXPECT_THAT(outcome.mails[0].environment, Contains("RESP_RECIPIENT=user@example.com"));
+}
+
+TEST_F(Privileges, ASetUserIdProgramIsRootBeforeItReadsTheMessage) {
+    Invocation invocation = started_by_nobody_;
+    invocation.hold_input_open = true;
+    const std::vector<std::string> before = temporary_files();
+    const auto program = start(invocation);
+    ASSERT_TRUE(soon([&] { return temporary_files() != before; }));
+    std::string users;
+    for (const std::string& line :
+         lines_of("/proc/" + std::to_string(program->pid()) + "/status")) {
+        if (line.starts_with("Uid:")) {
+            users = line;
+        }
+    }
+    EXPECT_EQ(users, "Uid:\t0\t0\t0\t0");
+    program->end_input();
+    settle(*program, before);
+}
+
+TEST_F(Privileges, AProgramThatCannotBecomeRootKeepsItsIdentity) {
+    Invocation invocation = started_by_nobody_;
+    invocation.set_user_id = false;
+    invocation.as_nobody = true;
+    const Outcome outcome = run(invocation);
+    EXPECT_THAT(outcome.err, testing::StartsWith("autoresponder: Unable to open admin password "
+                                                 "file: Permission denied\n"));
+    EXPECT_THAT(outcome.mails, testing::IsEmpty());
+}
+
+// Which socket the client library asks at is what the environment says, unless it is dropped.
+class PrivilegesOfAGroup : public Privileges {
+  protected:
+    // The reason why a copy of the program with these permissions, of kNobody's group and started
+    // by kNobody with a password that is wrong, finds no database.
+    std::string reason_with(std::filesystem::perms permissions) {
+        const char* const copy = "/run/autoresponder";
+        std::filesystem::copy_file(program_path(), copy,
+                                   std::filesystem::copy_options::overwrite_existing);
+        EXPECT_EQ(chown(copy, 0, kNobody + 1), 0);
+        std::filesystem::permissions(copy, permissions);
+        write_file("/etc/tva/.tva.shadow", "wrong\n");
+        std::filesystem::permissions("/etc/tva/.tva.shadow", std::filesystem::perms(0644));
+        return run({.message = plain_message(), .as_nobody = true, .path = copy}).err;
+    }
+};
+
+TEST_F(PrivilegesOfAGroup, DropTheCallersEnvironmentToo) {
+    EXPECT_THAT(reason_with(std::filesystem::perms(0755)), testing::HasSubstr("Access denied"));
+    EXPECT_THAT(reason_with(std::filesystem::perms(02755)),
+                testing::HasSubstr("through socket '/run/"));
 }
 
 }  // namespace

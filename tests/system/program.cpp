@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <utility>
@@ -122,9 +123,11 @@ void set_environment(const Invocation& invocation) {
         ready = ready && setrlimit(static_cast<__rlimit_resource>(resource), &limit) == 0;
     }
     ready = ready && (!invocation.refuse_fork || refuse_fork());
-    ready = ready && (!invocation.set_user_id || become_nobody());
+    const bool by_nobody = invocation.set_user_id || invocation.as_nobody;
+    ready = ready && (!by_nobody || become_nobody());
     if (ready) {
-        std::vector<const char*> arguments = {path.c_str()};
+        std::vector<const char*> arguments = {invocation.name ? invocation.name->c_str()
+                                                              : path.c_str()};
         for (const std::string& argument : invocation.arguments) {
             arguments.push_back(argument.c_str());
         }
@@ -146,6 +149,8 @@ Program::Program(const std::string& path, const Invocation& invocation)
         input_ = ends[0];
         holder_ = ends[1];
         write_all(holder_, invocation.message);
+    } else if (invocation.input_fd >= 0) {
+        input_ = fcntl(invocation.input_fd, F_DUPFD_CLOEXEC, 0);
     } else if (!invocation.input_path.empty()) {
         input_ = open(invocation.input_path.c_str(), O_RDONLY | O_CLOEXEC);
     } else {

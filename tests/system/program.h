@@ -32,11 +32,15 @@ struct Invocation {
     std::vector<int> closed = {};                               // descriptors closed at the start
     std::vector<int> ignored = {};                              // signals ignored at the start
     mode_t umask = 022;
-    std::vector<gid_t> groups = {};  // supplementary groups; none: those of the tests
-    bool refuse_fork = false;        // the kernel refuses new processes with EAGAIN
-    bool hold_input_open = false;    // no end of input after the message until end_input()
-    std::string input_path = {};     // opened as standard input in place of the message
-    bool set_user_id = false;        // a set-user-ID copy of the program, started by kNobody
+    std::vector<gid_t> groups = {};        // supplementary groups; none: those of the tests
+    bool refuse_fork = false;              // the kernel refuses new processes with EAGAIN
+    bool hold_input_open = false;          // no end of input after the message until end_input()
+    std::string input_path = {};           // opened as standard input in place of the message
+    bool as_nobody = false;                // started by kNobody
+    std::string path = {};                 // of the program; empty: the one under test
+    std::optional<std::string> name = {};  // what the program is told to be its own; else its path
+    int input_fd = -1;         // a descriptor to be standard input in place of the message
+    bool set_user_id = false;  // a set-user-ID copy of the program, started by kNobody
     std::vector<std::string> arguments = {};  // after the name of the program
 };
 
@@ -60,6 +64,8 @@ class Program {
     ~Program();
 
     void signal(int number) const;
+
+    [[nodiscard]] pid_t pid() const { return pid_; }
 
     // Ends the input that was held open.
     void end_input();

@@ -62,6 +62,61 @@ TEST_F(Resources, WhatIsSaidOnAClosedStreamReachesNeitherTheDatabaseNorAnyMail) 
     }
 }
 
+TEST_F(Resources, AClosedStreamTakesWhatTheMailProgramSays) {
+    replace_mail_program(
+        "echo standard output || echo 'cannot be written to' >&2; exec \"$CAPTURE\" \"$@\"\n");
+    const Outcome outcome = run({.message = plain_message(), .closed = {1}});
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(outcome.mails, SizeIs(1));
+}
+
+TEST_F(Resources, ManyRespondersNeedNoMoreDescriptorsThanTwo) {
+    if (kSanitized) {
+        GTEST_SKIP() << "the sanitizers open pipes for their checks";
+    }
+    const auto mails_with = [&](rlim_t limit) {
+        sql("delete from resp_freq");
+        return run({.message = plain_message(), .limits = {{RLIMIT_NOFILE, limit}}}).mails.size();
+    };
+    add_responder(2);
+    for (int id = 1; id <= 2; ++id) {
+        add_forward(id, "copy@example.net");
+        add_attachment(id, "gone.txt");
+        add_attachment(id, "here.txt");
+    }
+    write_attachment("here.txt", "A");
+    rlim_t least = 4;
+    while (mails_with(least) < 6) {
+        ASSERT_LT(++least, 64U);
+    }
+    for (int id = 3; id <= 40; ++id) {
+        add_responder(id);
+        add_forward(id, "copy@example.net");
+        add_attachment(id, "gone.txt");
+        add_attachment(id, "here.txt");
+    }
+    EXPECT_EQ(mails_with(least), 120U);
+}
+
+TEST_F(Resources, AStackThatOverflowsLeavesALineAndNoFile) {
+    if (kSanitized) {
+        GTEST_SKIP() << "the address sanitizer has a handler and a stack of its own";
+    }
+    // From too little stack to be loaded to enough for everything.
+    bool overflowed = false;
+    for (rlim_t stack = 16U << 10U; stack <= 512U << 10U; stack += 4U << 10U) {
+        SCOPED_TRACE(stack);
+        const std::vector<std::string> before = temporary_files();
+        const auto program = start({.message = plain_message(), .limits = {{RLIMIT_STACK, stack}}});
+        const Finished finished = program->wait();
+        EXPECT_EQ(temporary_files(), before) << finished.err;
+        const bool handled =
+            finished.err == "autoresponder: Internal error, the message is not answered.\n";
+        overflowed |= handled && finished.status == 0;
+    }
+    EXPECT_TRUE(overflowed);
+}
+
 TEST_F(Resources, FewOpenFilesNeitherFailTheDeliveryNorLoseAMailInSilence) {
     if (kSanitized) {
         GTEST_SKIP() << "the sanitizers open pipes for their checks";

@@ -6,6 +6,7 @@
 #include <array>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -161,6 +162,33 @@ TEST_F(Run, ThePortOfAServerAtALocalSocketIsNotLookedUp) {
     std::array<char, 4096> event{};
     EXPECT_EQ(read(watch, event.data(), event.size()), -1) << services << " was opened";
     close(watch);
+}
+
+TEST_F(Run, TheConfigurationIsReadBeforeTheMessage) {
+    write_file("/etc/tva/tva.conf", "TOLVA_MAILNAMES_D /var/qmail/first\n");
+    write_file("/var/qmail/first/example.com/user/@attachments/a.txt", "first");
+    write_file("/var/qmail/second/example.com/user/@attachments/a.txt", "second");
+    add_attachment(1, "a.txt");
+    const std::vector<std::string> before = temporary_files();
+    const auto program = start({.message = plain_message(), .hold_input_open = true});
+    ASSERT_TRUE(soon([&] { return temporary_files() != before; }));
+    write_file("/etc/tva/tva.conf", "TOLVA_MAILNAMES_D /var/qmail/second\n");
+    program->end_input();
+    const Outcome outcome = settle(*program, before);
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_THAT(outcome.mails[0].message, testing::HasSubstr("\nZmlyc3Q=\n"));
+}
+
+TEST_F(Run, WithoutANameTheProgramIsCalledAutoresponderInTheLog) {
+    write_file("/etc/tva/.tva.shadow", "wrong\n");
+    EXPECT_THAT(run({.message = plain_message(), .name = ""}).err,
+                testing::StartsWith("autoresponder: Unable to connect to Tolva Database: "));
+}
+
+TEST_F(Run, TheLogGoesByTheLastPartOfTheProgramsName) {
+    write_file("/etc/tva/.tva.shadow", "wrong\n");
+    EXPECT_THAT(run({.message = plain_message(), .name = "/opt/reply-robot"}).err,
+                testing::StartsWith("reply-robot: Unable to connect to Tolva Database: "));
 }
 
 }  // namespace

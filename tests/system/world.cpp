@@ -99,22 +99,6 @@ std::vector<std::string> read_strings(const fs::path& path) {
     return strings;
 }
 
-std::vector<Submission> captured_mails() {
-    std::vector<Submission> mails;
-    for (int number = 1;; ++number) {
-        const std::string base = std::string(kMailDirectory) + "/" + std::to_string(number);
-        if (!fs::exists(base + ".arguments")) {
-            return mails;
-        }
-        Submission mail;
-        mail.arguments = read_strings(base + ".arguments");
-        mail.environment = read_strings(base + ".environment");
-        mail.message = read_file(base + ".message");
-        read_facts(base + ".facts", mail);
-        mails.push_back(std::move(mail));
-    }
-}
-
 }  // namespace
 
 void World::install(const std::string& program, const std::string& control_program,
@@ -152,6 +136,9 @@ void World::SetUp() {
 }
 
 std::unique_ptr<Program> World::start(const Invocation& invocation) {
+    if (!invocation.path.empty()) {
+        return std::make_unique<Program>(invocation.path, invocation);
+    }
     return std::make_unique<Program>(invocation.set_user_id ? kSetUserIdProgram : kProgram,
                                      invocation);
 }
@@ -182,6 +169,26 @@ Finished World::control(const Invocation& invocation) {
 
 Outcome World::answer(const std::string& message, const std::string& recipient) {
     return run({.message = message, .recipient = recipient});
+}
+
+std::vector<Submission> World::captured_mails() {
+    std::vector<Submission> mails;
+    for (int number = 1;; ++number) {
+        const std::string base = std::string(kMailDirectory) + "/" + std::to_string(number);
+        if (!fs::exists(base + ".arguments")) {
+            return mails;
+        }
+        Submission mail;
+        mail.arguments = read_strings(base + ".arguments");
+        mail.environment = read_strings(base + ".environment");
+        mail.message = read_file(base + ".message");
+        read_facts(base + ".facts", mail);
+        mails.push_back(std::move(mail));
+    }
+}
+
+const char* World::program_path() {
+    return kProgram;
 }
 
 std::vector<Row> World::sql(const std::string& statement) {

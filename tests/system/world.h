@@ -66,6 +66,12 @@ class World : public testing::Test {
     static Outcome settle(Program& program, const std::vector<std::string>& temporary_files);
     static std::unique_ptr<Program> start(const Invocation& invocation);
 
+    // What the mail programs have been given since the last run() or SetUp().
+    static std::vector<Submission> captured_mails();
+
+    // Of the program under test.
+    static const char* program_path();
+
     static std::vector<Row> sql(const std::string& statement);
     static std::vector<std::string> statements();
     static Database& database();

@@ -34,7 +34,8 @@ TEST(MailFiles, HoldEachMailAndItsEnvelope) {
     EXPECT_EQ(mail.file, directory.path("mails/1-forward.eml"));
     EXPECT_EQ(mail.size, 17U);
     EXPECT_EQ(content_of(mail.file), "Subject: x\n\ntext\n");
-    EXPECT_EQ(content_of(directory.path("mails/1-forward.envelope")), "a@b.org\nc@d.org\ne@f.org\n");
+    EXPECT_EQ(content_of(directory.path("mails/1-forward.envelope")),
+              "a@b.org\nc@d.org\ne@f.org\n");
 }
 
 TEST(MailFiles, AreNumbered) {

@@ -25,9 +25,10 @@ std::vector<std::string> visited(const std::string& text, std::size_t most = 200
 std::string nested(int depth) {
     std::string text = "Content-Type: text/plain\n\ndeep";
     for (int i = depth; i > 0; --i) {
-        const std::string boundary = "b" + std::to_string(i);
-        text = "Content-Type: multipart/mixed; boundary=" + boundary + "\n\n--" + boundary + "\n" +
-               text + "\n--" + boundary + "--\n";
+        const std::string delimiter = "--b" + std::to_string(i);
+        std::string outer = "Content-Type: multipart/mixed; boundary=" + delimiter.substr(2);
+        outer.append("\n\n").append(delimiter).append("\n").append(text);
+        text = outer.append("\n").append(delimiter).append("--\n");
     }
     return text;
 }

@@ -19,7 +19,7 @@ TEST(Printable, ControlCharactersAreSpeltOut) {
 TEST(Printable, BytesThatAreNoUtf8AreSpeltOut) {
     EXPECT_EQ(printable("caf\xE9"), "caf\\xe9");
     EXPECT_EQ(printable("\xC3"), "\\xc3");
-    EXPECT_EQ(printable("\xC0\xAF"), "\\xc0\\xaf");          // overlong
+    EXPECT_EQ(printable("\xC0\xAF"), "\\xc0\\xaf");           // overlong
     EXPECT_EQ(printable("\xE0\x80\xAF"), "\\xe0\\x80\\xaf");  // overlong
     EXPECT_EQ(printable("\xED\xA0\x80"), "\\xed\\xa0\\x80");  // a surrogate
     EXPECT_EQ(printable("\xF4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80");

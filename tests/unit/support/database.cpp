@@ -38,7 +38,8 @@ std::string content_of_password_file() {
 }
 
 std::string socket_path() {
-    return std::getenv("MYSQL_UNIX_PORT");
+    const char* path = std::getenv("MYSQL_UNIX_PORT");
+    return path != nullptr ? path : "";
 }
 
 void write_password_file(const std::string& content) {

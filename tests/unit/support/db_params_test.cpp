@@ -33,12 +33,27 @@ constexpr char kRefused[] =
     "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' (using "
     "password: YES)\n";
 
+// What the panel's other tools may do with its parameters; the autoresponder only reads those of
+// misc.
+constexpr const char* kFurtherRights[] = {
+    "insert (param, val), delete on tva.misc", "select (dom_id, param), delete on tva.dom_param",
+    "select (id, parameter, value), delete on tva.Parameters"};
+
 class DbParams : public World {
   protected:
     void SetUp() override {
         World::SetUp();
+        for (const std::string rights : kFurtherRights) {
+            execute_as_root("grant " + rights + " to admin@localhost");
+        }
         connection_.reset(db_connect());
         ASSERT_NE(connection_, nullptr);
+    }
+
+    void TearDown() override {
+        for (const std::string rights : kFurtherRights) {
+            execute_as_root("revoke " + rights + " from admin@localhost");
+        }
     }
 
     MYSQL* connection() const { return connection_.get(); }

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -80,13 +80,12 @@ class SecretFile {
         int copies = 0;
         std::ifstream maps("/proc/self/maps");
         for (std::string line; std::getline(maps, line);) {
-            std::uintptr_t begin = 0;
-            std::uintptr_t end = 0;
+            void* begin = nullptr;
+            void* end = nullptr;
             std::array<char, 5> access{};
-            if (std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, access.data()) == 3 &&
+            if (std::sscanf(line.c_str(), "%p-%p %4s", &begin, &end, access.data()) == 3 &&
                 std::string(access.data()) == "rw-p") {
-                copies += copies_in(reinterpret_cast<const char*>(begin),
-                                    reinterpret_cast<const char*>(end));
+                copies += copies_in(static_cast<const char*>(begin), static_cast<const char*>(end));
             }
         }
         return copies;

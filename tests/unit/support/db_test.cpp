@@ -438,6 +438,15 @@ TEST_F(DbConnect, TriesAgainWhileThereIsNoServer) {
     EXPECT_EQ(watch.calls().size(), 2U);
 }
 
+TEST_F(DbConnect, WaitsNoLongerThanPatienceLastsAfterARefusal) {
+    const HiddenSocket hidden;
+    const ConnectWatch watch([&hidden] { hidden.show(); });
+    const ConnectionHandle connection = connect();
+    unsigned int seconds = 0;
+    EXPECT_EQ(mysql_get_option(connection.get(), MYSQL_OPT_CONNECT_TIMEOUT, &seconds), 0);
+    EXPECT_LE(seconds, 5U);
+}
+
 TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
     {
         const PasswordFile file("wrong\n");
@@ -445,12 +454,11 @@ TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
         EXPECT_FALSE(try_connect().connected);
         EXPECT_EQ(watch.calls().size(), 1U);
     }
-    const SessionLimit limit("revoke all on tva.* from admin@localhost",
-                             "grant all on tva.* to admin@localhost");
+    const SessionLimit limit("alter user admin@localhost account lock",
+                             "alter user admin@localhost account unlock");
     const ConnectWatch watch;
     EXPECT_EQ(try_connect().reason,
-              "Unable to connect to Tolva Database: Access denied for user 'admin'@'localhost' to "
-              "database 'tva'");
+              "Unable to connect to Tolva Database: Access denied, this account is locked");
     EXPECT_EQ(watch.calls().size(), 1U);
 }
 

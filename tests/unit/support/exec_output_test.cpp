@@ -32,6 +32,7 @@ using testing_support::NoMoreDescriptors;
 using testing_support::open_descriptors;
 using testing_support::outcome;
 using testing_support::ShellCommand;
+using testing_support::take_descriptor;
 using testing_support::TestPipe;
 
 constexpr char kShell[] = "/bin/sh";
@@ -124,7 +125,7 @@ TEST(PopenExecGetoutput, AFailedReadIsReported) {
         GivenText output;
         const int result = popen_exec_getoutput(output.target(), "exit 0");
         note(outcome(result), output.text());
-        note("children:", has_children(), "pipe closed:", next_descriptor() == next);
+        note("children:", has_children(), "pipe closed:", take_descriptor() == next);
     });
     EXPECT_EQ(run.noted, "-1 EIO (null)\nchildren: false pipe closed: true\n");
     EXPECT_EQ(run.err,
@@ -321,7 +322,7 @@ TEST(ForkExecvGetoutput, AFailedReadIsReported) {
         const int result =
             fork_execv_getoutput(output.target(), "/no/such/program", "program", nullptr);
         note(outcome(result), output.text());
-        note("children:", has_children(), "pipe closed:", next_descriptor() == next);
+        note("children:", has_children(), "pipe closed:", take_descriptor() == next);
     });
     EXPECT_EQ(run.noted, "-1 EIO (null)\nchildren: false pipe closed: true\n");
     EXPECT_NE(run.err.find("Cannot read child output:\nInput/output error\nSystem error 5: "
@@ -437,7 +438,9 @@ TEST(ForkExeclGetouterr, CollectsBothStreams) {
 TEST(ForkExeclGetouterr, CollectsMoreThanThePipesHoldOnBothStreamsInEitherOrder) {
     const std::string to_out = "head -c 300000 /dev/zero | tr '\\0' o";
     const std::string to_err = "head -c 300000 /dev/zero | tr '\\0' e >&2";
-    for (const std::string& command : {to_out + " && " + to_err, to_err + " && " + to_out}) {
+    const std::string out_first = to_out + " && " + to_err;
+    const std::string err_first = to_err + " && " + to_out;
+    for (const std::string& command : {out_first, err_first}) {
         GivenText out;
         GivenText err;
         EXPECT_EQ(fork_execl_getouterr(out.target(), err.target(), kShell, "sh", "-c",
@@ -531,7 +534,7 @@ TEST(ForkExecvGetouterr, AFailedFcntlIsReported) {
         const int next = next_descriptor();  // the pipe's read end
         testing_support::fail_system_call_with(SYS_fcntl, static_cast<unsigned char>(next), EINVAL);
         note_call(getouterr_of_shell);
-        note("pipe closed:", next_descriptor() == next);
+        note("pipe closed:", take_descriptor() == next);
     });
     EXPECT_EQ(run.noted, clean_failure_of_both("EINVAL") + "pipe closed: true\n");
     EXPECT_EQ(
@@ -586,7 +589,7 @@ TEST(ForkExecvGetouterr, AFailedReadIsReportedWithItsOwnErrorWhereTheWaitIsInter
         const int status = fork_execl_getout(out.target(), kShell, "sh", "-c",
                                              "echo text; exec >&-; sleep 0.2", nullptr);
         note(outcome(status), out.text());
-        note("children:", has_children(), "pipe closed:", next_descriptor() == next);
+        note("children:", has_children(), "pipe closed:", take_descriptor() == next);
     });
     EXPECT_EQ(run.noted, "-1 EIO (null)\nchildren: false pipe closed: true\n");
     EXPECT_EQ(run.err,

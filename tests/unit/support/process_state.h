@@ -43,9 +43,15 @@ inline long open_descriptors() {
     return count;
 }
 
+/// Takes the next descriptor, to the end of the process: nothing that is opened later must get a
+/// number whose system calls have been made to fail.
+inline int take_descriptor() {
+    return dup(STDERR_FILENO);
+}
+
 /// The number that the next descriptor will have.
 inline int next_descriptor() {
-    const int next = dup(STDERR_FILENO);
+    const int next = take_descriptor();
     close(next);
     return next;
 }

@@ -11,6 +11,7 @@ class ShellCommand {
     explicit ShellCommand(const char* command)
         : words_{"sh", "-c", command},
           argv_{words_[0].data(), words_[1].data(), words_[2].data(), nullptr} {}
+    ~ShellCommand() = default;
     ShellCommand(const ShellCommand&) = delete;
     ShellCommand& operator=(const ShellCommand&) = delete;
 

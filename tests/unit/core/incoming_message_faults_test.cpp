@@ -1,0 +1,45 @@
+// What the analysis of a message makes of exhausted memory in a conversion.
+
+#include <iconv.h>
+
+#include <new>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "core/incoming_message.h"
+
+namespace {
+
+int conversions_until_exhaustion = -1;  // none
+
+}  // namespace
+
+extern "C" {
+
+size_t __real_iconv(iconv_t descriptor, char** in, size_t* in_left, char** out, size_t* out_left);
+
+size_t __wrap_iconv(iconv_t descriptor, char** in, size_t* in_left, char** out, size_t* out_left) {
+    if (conversions_until_exhaustion >= 0 && conversions_until_exhaustion-- == 0) {
+        throw std::bad_alloc();
+    }
+    return __real_iconv(descriptor, in, in_left, out, out_left);
+}
+}
+
+namespace {
+
+TEST(MessageAnalysisFaults, ExhaustedMemoryIsNoFailedConversion) {
+    const std::string message = "From: a@b.org\nSubject: =?utf-8?Q?subject?=\n\nbody\n";
+    for (const int conversion : {0, 1}) {  // of the body, of the subject
+        testing::internal::CaptureStderr();
+        conversions_until_exhaustion = conversion;
+        EXPECT_THROW(analyse_message(DwString(message.data(), message.size()), ""), std::bad_alloc)
+            << conversion;
+        EXPECT_EQ(conversions_until_exhaustion, -1) << conversion;
+        conversions_until_exhaustion = -1;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << conversion;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,69 @@
+// What composing makes of failures that only a replaced libidn can bring about.
+
+#include <idna.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/attachment_repository.h"
+#include "core/mail_content.h"
+#include "core/responder_row.h"
+#include "core/response.h"
+#include "support/log.h"
+
+namespace {
+
+bool out_of_memory = false;
+
+std::string written() {
+    Mail_content mail;
+    mail.from = "ann@correspondent.example";
+    mail.to = "info@client.example";
+    ResponderRow row;
+    row.text = "Thank you.";
+    row.charset = "UTF-8";
+    row.content_type = "text/plain";
+    std::ostringstream out;
+    write_response(out, mail, row, {AttachmentRepository("/", ""), {}, ""});
+    return out.str();
+}
+
+}  // namespace
+
+extern "C" {
+
+int __real_idna_to_ascii_8z(const char* input, char** output, int flags);
+
+// Succeeds without a text where there is no memory for one.
+int __wrap_idna_to_ascii_8z(const char* input, char** output, int flags) {
+    if (out_of_memory) {
+        *output = nullptr;
+        return IDNA_SUCCESS;
+    }
+    return __real_idna_to_ascii_8z(input, output, flags);
+}
+}
+
+namespace {
+
+TEST(ResponseFaults, ExhaustedMemoryLeavesOutTheFromHeaderAndIsRecorded) {
+    const auto go_on = messlog_set_end([](int) {});
+    out_of_memory = true;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const std::string reply = written();
+    const std::string out = testing::internal::GetCapturedStdout();
+    const std::string err = testing::internal::GetCapturedStderr();
+    out_of_memory = false;
+    messlog_set_end(go_on);
+    EXPECT_EQ(err, "Program failed due to exhausted memory\n");
+    EXPECT_EQ(out, err);
+    EXPECT_THAT(reply, testing::StartsWith("To: ann@correspondent.example\nMIME-Version: 1.0\n"));
+    EXPECT_THAT(reply, testing::EndsWith("\n\nThank you.\n\n\n"));
+}
+
+}  // namespace
