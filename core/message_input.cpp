@@ -2,8 +2,8 @@
 
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
+#include <memory>
 
 #include "core/message_copy.h"
 
@@ -15,12 +15,14 @@ MessageInput read_message(MessageCopy* copy) {
             copy->append({bytes, length});
         }
     };
-    std::array<char, 65536> buffer;  // NOLINT(*-member-init): filled by each read
+    // Not on the stack, whose protection touches each of its pages: most messages fill one or two.
+    constexpr std::size_t block = 65536;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(block);
     ssize_t count = 0;
     do {
-        count = read(STDIN_FILENO, buffer.data(), buffer.size());
+        count = read(STDIN_FILENO, buffer.get(), block);
         if (count > 0) {
-            keep(buffer.data(), static_cast<std::size_t>(count));
+            keep(buffer.get(), static_cast<std::size_t>(count));
         }
     } while (count > 0 || (count < 0 && errno == EINTR));
     input.error = count < 0 ? errno : 0;

@@ -1,7 +1,7 @@
 #include "encoding/complaints.h"
 
 #include <cstddef>
-#include <iostream>
+#include <cstdio>
 
 namespace tolva {
 
@@ -21,7 +21,8 @@ void Complaints::add(std::string_view what, std::string_view subject) {
 
 void Complaints::write() {
     if (!lines_.empty()) {
-        std::cerr.write(lines_.data(), static_cast<std::streamsize>(lines_.size()));
+        // Not to std::cerr: with <iostream> every run would begin with making eight streams.
+        std::fwrite(lines_.data(), 1, lines_.size(), stderr);
         lines_.clear();
     }
 }

@@ -27,7 +27,7 @@ extern "C" {
 
 /* Makes the client library ready; needed before mysql_escape_string() when no connection has been
  * made yet. Further calls do nothing. The process reads no configuration file of OpenSSL after
- * that, and looks services up in /etc/services only. */
+ * that, and looks services up in /etc/services only, whatever nsswitch.conf(5) says. */
 void db_library_init(void);
 
 /* Opens the connection and logs in. Returns null on failure, with one of

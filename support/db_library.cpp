@@ -5,33 +5,33 @@
 
 #include "support/db.h"
 
-// OpenSSL is not linked: it is in the process only if the client library has brought it along.
-#pragma weak OPENSSL_init_crypto
-
 namespace {
 
 // The client library makes OpenSSL ready for TLS, which a local socket does without. Its
 // configuration file and its tables of all ciphers and digests would take most of the time.
 void keep_openssl_small() {
-    if (OPENSSL_init_crypto != nullptr) {
-        OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS |
-                                OPENSSL_INIT_NO_ADD_ALL_DIGESTS,
-                            nullptr);
-    }
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS |
+                            OPENSSL_INIT_NO_ADD_ALL_DIGESTS,
+                        nullptr);
 }
 
-// The client library looks up the port of the service "mysql", which a local socket does without,
-// too. As nsswitch.conf has it, that may ask a daemon or search for plugins all over the disk.
-void look_services_up_in_their_file() {
-    __nss_configure_lookup("services", "files");
-}
+// While it lives, a service is looked up nowhere: the client library asks for the port of "mysql",
+// which a local socket does without, too. As nsswitch.conf has it, that may ask a daemon, search
+// for plugins all over the disk, or read a file line by line.
+class NoServices {
+  public:
+    NoServices() { __nss_configure_lookup("services", "dns"); }  // which knows hosts only
+    NoServices(const NoServices&) = delete;
+    NoServices& operator=(const NoServices&) = delete;
+    ~NoServices() { __nss_configure_lookup("services", "files"); }
+};
 
 }  // namespace
 
 void db_library_init(void) {
     [[maybe_unused]] static const int result = [] {
         keep_openssl_small();
-        look_services_up_in_their_file();
+        const NoServices no_services;
         return mysql_library_init(0, nullptr, nullptr);
     }();
 }

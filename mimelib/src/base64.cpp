@@ -1,8 +1,8 @@
 #include <array>
-#include <string>
 
 #include <mimelib/codec.h>
 
+#include "mimelib/src/decoded_text.h"
 #include "mimelib/src/view.h"
 
 namespace {
@@ -52,13 +52,13 @@ Group read_group(std::string_view text, std::size_t& position) {
     return group;
 }
 
-void append_bytes(const Group& group, std::size_t count, std::string& decoded) {
+void append_bytes(const Group& group, std::size_t count, mimelib::DecodedText& decoded) {
     const unsigned bits = (group.values[0] & 63U) << 18 | (group.values[1] & 63U) << 12 |
                           (group.values[2] & 63U) << 6 | (group.values[3] & 63U);
     const std::array<char, 3> bytes = {static_cast<char>(bits >> 16 & 0xFF),
                                        static_cast<char>(bits >> 8 & 0xFF),
                                        static_cast<char>(bits & 0xFF)};
-    decoded.append(bytes.data(), count);
+    decoded.add({bytes.data(), count});
 }
 
 }  // namespace
@@ -69,8 +69,7 @@ int DwDecodeBase64(const DwString& in, DwString& out) {
         out = DwString();
         return -1;
     }
-    std::string decoded;
-    decoded.reserve(text.size() / 4 * 3);
+    mimelib::DecodedText decoded;
     std::size_t position = 0;
     std::size_t count = 3;
     Group group{};
@@ -79,6 +78,6 @@ int DwDecodeBase64(const DwString& in, DwString& out) {
         count = group.bytes();
         append_bytes(group, count, decoded);
     }
-    out = DwString(decoded.data(), decoded.size());
+    out = decoded.take();
     return count == 0 && group.length != 0 ? -1 : 0;
 }

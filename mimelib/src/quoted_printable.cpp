@@ -1,7 +1,6 @@
-#include <string>
-
 #include <mimelib/codec.h>
 
+#include "mimelib/src/decoded_text.h"
 #include "mimelib/src/view.h"
 
 namespace {
@@ -29,8 +28,6 @@ unsigned hex_value(char c) {
 
 class Decoder {
   public:
-    explicit Decoder(std::size_t capacity) { decoded_.reserve(capacity); }
-
     // `line` has no line end.
     void add_line(std::string_view line, bool ended) {
         while (!line.empty() && mimelib::is_white(seven_bits(line.back()))) {
@@ -38,11 +35,11 @@ class Decoder {
         }
         const bool joined = add_characters(line);
         if (ended && !joined) {
-            decoded_ += '\n';
+            decoded_.add('\n');
         }
     }
 
-    const std::string& decoded() const { return decoded_; }
+    DwString take() { return decoded_.take(); }
     bool malformed() const { return malformed_; }
 
   private:
@@ -52,7 +49,7 @@ class Decoder {
             const char c = seven_bits(line[i]);
             const std::size_t left = line.size() - i - 1;
             if (c != '=') {
-                decoded_ += c;
+                decoded_.add(c);
             } else if (left == 0) {
                 return true;
             } else if (left == 1) {
@@ -67,10 +64,10 @@ class Decoder {
 
     void add_code(char high, char low) {
         malformed_ = malformed_ || !is_hex_digit(high) || !is_hex_digit(low);
-        decoded_ += static_cast<char>(hex_value(high) * 16 + hex_value(low));
+        decoded_.add(static_cast<char>(hex_value(high) * 16 + hex_value(low)));
     }
 
-    std::string decoded_;
+    mimelib::DecodedText decoded_;
     bool malformed_ = false;
 };
 
@@ -79,13 +76,13 @@ class Decoder {
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out) {
     std::string_view text = mimelib::view(in);
     text = text.substr(0, text.find('\0'));
-    Decoder decoder(text.size());
+    Decoder decoder;
     while (!text.empty()) {
         const std::size_t line_feed = text.find('\n');
         const bool ended = line_feed != std::string_view::npos;
         decoder.add_line(text.substr(0, line_feed), ended);
         text.remove_prefix(ended ? line_feed + 1 : text.size());
     }
-    out = DwString(decoder.decoded().data(), decoder.decoded().size());
+    out = decoder.take();
     return decoder.malformed() ? -1 : 0;
 }

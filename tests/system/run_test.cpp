@@ -1,5 +1,10 @@
 // A run from its start to its end: loop checks, status, cleaning up.
 
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -145,6 +150,18 @@ TEST_F(Run, AnUnusableConfigurationFileDoesNotStopTheRun) {
 TEST_F(Run, ADirectoryInPlaceOfTheConfigurationFileDoesNotStopTheRun) {
     write_file("/etc/tva/tva.conf/file", "");
     EXPECT_THAT(answer(plain_message()).mails, SizeIs(1));
+}
+
+TEST_F(Run, ThePortOfAServerAtALocalSocketIsNotLookedUp) {
+    const std::string services = "/etc/services";  // a link to that of the machine
+    std::filesystem::remove(services);
+    write_file(services, "mysql 3306/tcp\n");
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_NE(inotify_add_watch(watch, services.c_str(), IN_OPEN), -1);
+    EXPECT_THAT(answer(plain_message()).mails, SizeIs(1));
+    std::array<char, 4096> event{};
+    EXPECT_EQ(read(watch, event.data(), event.size()), -1) << services << " was opened";
+    close(watch);
 }
 
 TEST_F(Run, TheConfigurationIsReadBeforeTheMessage) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <mimelib/codec.h>
 
+#include "tests/unit/mimelib/heap_use.h"
 #include "tests/unit/mimelib/reading.h"
 
 namespace {
@@ -75,6 +76,22 @@ TEST(Base64, OutputMayBeTheInput) {
     DwString text("QUJD");
     DwDecodeBase64(text, text);
     EXPECT_EQ(text, DwString("ABC"));
+}
+
+TEST(Base64, ALargeTextIsInMemoryOnce) {
+    constexpr std::size_t pieces = 1000000;
+    std::string encoded;
+    std::string expected;
+    for (std::size_t i = 0; i < pieces; ++i) {
+        encoded += "QUJD";
+        expected += "ABC";
+    }
+    const DwString in = to_dw_string(encoded);
+    const HeapUse heap;
+    DwString out;
+    DwDecodeBase64(in, out);
+    EXPECT_LT(heap.peak(), expected.size() * 7 / 4) << "it was in memory twice";
+    EXPECT_TRUE(to_string(out) == expected);
 }
 
 }  // namespace
