@@ -53,6 +53,9 @@ class OnlyPeople : public World {
     // Without the setting the message is forwarded, answered and counted.
     void expect_answered_without(const std::string& message, const Environment& environment,
                                  const std::string& recipient) {
+        if (kSanitized) {
+            return;  // once for all is enough there: nothing is read that others do not read
+        }
         set("false");
         const Outcome outcome = run_afresh(message, environment, recipient);
         EXPECT_EQ(outcome.err, "");
