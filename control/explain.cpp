@@ -123,7 +123,7 @@ class ResponderExplainer {
     }
 
   private:
-    // Whether the message is no person's, as far as the panel can tell.
+    // Whether the panel can tell that the message is not a person's.
     void judge_person(MYSQL* connection) {
         const bool asked = header_ != nullptr &&
                            std::ranges::any_of(explanation_.responders,
@@ -308,7 +308,7 @@ void conclude(Explanation& explanation) {
     explanation.reason = (ids.find(',') == std::string::npos ? "responder " : "responders ") + ids;
 }
 
-// Goes the way of the autoresponder as far as it goes.
+// Follows the autoresponder as far as it goes.
 void go_the_way(Explanation& explanation, const DwString& source, MailFiles& files,
                 const CapturedOutput& captured) {
     const std::unique_ptr<DwMessage> message = parsed(source);

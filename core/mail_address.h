@@ -17,8 +17,8 @@ struct MailAddress {
     auto operator<=>(const MailAddress&) const = default;
 };
 
-/// The address that `text` is without any syntax, as mail systems hand it over in the environment
-/// or in a database: what stands before its last "@", and what follows it.
+/// Divides an address without any syntax, as mail systems hand it over in the environment or in a
+/// database: what stands before its last "@", and what follows it.
 MailAddress bare_address(std::string_view text);
 
 /// Reads the addresses of a field body such as To: (RFC 5322, 3.4 and 4.4) one by one, in time
