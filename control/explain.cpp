@@ -125,11 +125,11 @@ class ResponderExplainer {
   private:
     // Whether the panel can tell that the message is not a person's.
     void judge_person(MYSQL* connection) {
-        const bool asked = header_ != nullptr &&
-                           std::ranges::any_of(explanation_.responders,
-                                               [&](const ExplainedResponder& responder) {
-                                                   return applies_to(responder.row, mail_);
-                                               });
+        const bool asked =
+            header_ != nullptr &&
+            std::ranges::any_of(explanation_.responders, [&](const ExplainedResponder& responder) {
+                return applies_to(responder.row, mail_);
+            });
         if (!asked) {
             return;
         }
