@@ -6,7 +6,7 @@
 namespace tolva {
 
 /// A stream of a child that is collected through a pipe. The pipe's read end does not block, so
-/// that several can be read by turns.
+/// that several can be read in turn.
 class CapturedStream {
   public:
     /// The text goes to `target` at the end; `*target` is null until then. Without a target the
