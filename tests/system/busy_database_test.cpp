@@ -84,8 +84,8 @@ class BusyDatabase : public World {
 };
 
 TEST_F(BusyDatabase, WithoutRoomForAllAtOnceAnswersAll) {
-    // The sanitizers make a run many times as expensive, and what waits for a connection is the
-    // processor, not the server.
+    // The sanitizers make a run many times as expensive: then the processor is the bottleneck, not
+    // the server.
     constexpr int kMessages = kSanitized ? 50 : 200;
     sql("set global max_connections=20");
     for (int i = 0; i < kMessages; ++i) {

@@ -65,7 +65,7 @@ class Explain : public World {
     }
 };
 
-// The explanation of a message and what then happens to it, held together.
+// The explanation of a message compared with what then happens to it.
 class ExplainedAndAnswered : public Explain {
   protected:
     static std::vector<Row> counts() {

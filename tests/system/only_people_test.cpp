@@ -76,7 +76,7 @@ class OnlyPeople : public World {
         EXPECT_EQ(counted(), 0U);
     }
 
-    // The message is answered with the setting as well.
+    // The message is also answered with the setting.
     void expect_answered(const std::string& message, const Environment& environment = {},
                          const std::string& recipient = "user@example.com") {
         expect_answered_without(message, environment, recipient);

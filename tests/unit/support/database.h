@@ -86,7 +86,7 @@ class ConnectWatch {
     bool was_refused_ = false;
 };
 
-/// Gives the administrator another password, and at the end the one of the password file again.
+/// Sets another password for the administrator, and at the end the one of the password file again.
 class AdminPassword {
   public:
     explicit AdminPassword(const std::string& password);
