@@ -91,12 +91,12 @@ class BusyDatabase : public World {
 };
 
 TEST_F(BusyDatabase, WithoutRoomForAllAtOnceAnswersAll) {
-    // The sanitizers make a run many times as expensive: then the processor is the bottleneck, not
-    // the server.
+    // The sanitizers make a run many times as expensive, and what waits for a connection is the
+    // processor, not the server.
     constexpr int kMessages = kSanitized ? 50 : 200;
     constexpr int kConnections = 20;
     sql("set global max_connections=" + std::to_string(kConnections));
-    // Others have them all, with the fixture's own, until the first program has been refused one.
+    // Others have them all, with the fixture's own, until the first program was refused one.
     std::vector<Database> others(kConnections - 1);
     const int refused_before = refused();
     for (int i = 0; i < kMessages; ++i) {
