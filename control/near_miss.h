@@ -7,7 +7,7 @@
 #include "core/mail_content.h"
 #include "core/responder_row.h"
 
-/// `text`, UTF-8, in lower case. Bytes that are no UTF-8 stay as they are.
+/// `text`, UTF-8, in lower case. Bytes that are not UTF-8 stay as they are.
 std::string in_lower_case(const std::string& text);
 
 /// The one thing that keeps the key word of `responder`, which was not found, from being found in

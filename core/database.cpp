@@ -64,8 +64,8 @@ bool was_cut_off(MYSQL* connection, const std::string& statement) {
     }
 }
 
-// Replaces a connection that broke by one whose session is set up in the same way. False if there
-// is none to be had within a few seconds, which have to do for the whole run.
+// Replaces a broken connection by one whose session is set up in the same way. False if that cannot
+// be done within a few seconds, which have to do for the whole run.
 bool connect_again(MYSQL* connection) {
     if (connection == abandoned) {
         return false;

@@ -25,7 +25,7 @@ class CapturedStream {
     /// The descriptor to poll, -1 at end of file.
     int read_end() const { return read_end_.get(); }
 
-    /// Reads what there is; reports through messlog2 if that fails.
+    /// Reads what is available; reports through messlog2 if that fails.
     bool read();
 
     void close() { read_end_.close(); }

@@ -219,8 +219,9 @@ TEST_F(Attachments, AParserReadsBackNamesAndBytes) {
 }
 
 TEST_F(Attachments, AParserReadsBackAQuotationMarkFromTheEncodedNameAlone) {
-    // An encoded word within a quoted string is no encoded word to the letter of RFC 2047; a parser
-    // that decodes it all the same may take a decoded quotation mark for the end of the string.
+    // An encoded word within a quoted string is not an encoded word by the letter of RFC 2047; a
+    // parser that decodes it all the same may take a decoded quotation mark for the end of the
+    // string.
     attach("a \"quoted\" name", "A");
     const std::string message = reply();
     const std::size_t begin = message.find("filename=\"") + 10;

@@ -136,7 +136,7 @@ class SmallTmp {
 // ordinary user, who has but one id to give.
 bool nobody_exists();
 
-// What the server says when it comes to a spoilt row.
+// What the server says when it reaches a spoilt row.
 extern const std::string kRowFailure;
 
 // A message from sender@example.org with the header lines given and a short text.

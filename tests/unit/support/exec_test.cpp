@@ -358,7 +358,7 @@ TEST(ForkExecvPipes, TheProgramStartsWithSigpipeAtItsDefault) {
     EXPECT_EQ(run.out, "SigIgn:\t0000000000000200\n");
 }
 
-// Not asked by way of a shell, which may set a mask of its own.
+// Not asked through a shell, which may set a mask of its own.
 constexpr char kOwnStatus[] = "/proc/self/status";
 
 TEST(ForkExecvPipes, TheProgramHasTheSignalMaskOfTheCaller) {
