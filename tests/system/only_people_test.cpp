@@ -174,7 +174,7 @@ TEST_F(OnlyPeople, WithoutTheSettingNothingChanges) {
                     "select filename from resp_attach where rn_id=1"));
 }
 
-TEST_F(OnlyPeople, ALoopIsToldAsEver) {
+TEST_F(OnlyPeople, ALoopIsReportedAsAlways) {
     set("true");
     EXPECT_EQ(answer(from("user@example.com")).err, "Field From: equial field To:\n");
     EXPECT_EQ(answer(from("MAILER-DAEMON@example.org")).err,

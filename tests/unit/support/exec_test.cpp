@@ -395,7 +395,7 @@ void note_end(int status) {
     note("end", status);
 }
 
-TEST(ForkExecvPipes, AFailedForkGivesMinusOneAndItsErrnoWhereTheProcessGoesOn) {
+TEST(ForkExecvPipes, AFailedForkYieldsMinusOneAndItsErrnoWhereTheProcessGoesOn) {
     const ChildRun run = run_in_child([] {
         PROGNAME = "/usr/local/bin/tool";
         messlog_set_end(note_end);
@@ -441,7 +441,7 @@ TEST(ForkExeclPipes, NoMemoryForTheArgumentsEndsTheProcessWithStatus1) {
     EXPECT_EQ(run.out, kMallocMessage);
 }
 
-TEST(ForkExeclPipes, NoMemoryForTheArgumentsGivesMinusOneWhereTheProcessGoesOn) {
+TEST(ForkExeclPipes, NoMemoryForTheArgumentsYieldsMinusOneWhereTheProcessGoesOn) {
     const ChildRun run = run_in_child([] {
         messlog_set_end(note_end);
         const FailingAllocation memory(1);
