@@ -103,31 +103,31 @@ TEST_F(Attachments, WithoutRowsNothingIsAttachedAndNoNoticeSent) {
     EXPECT_EQ(reply(), plain_reply());
 }
 
-TEST_F(Attachments, AnEmptyFileGivesNoLines) {
+TEST_F(Attachments, AnEmptyFileYieldsNoLines) {
     attach("empty", "");
     EXPECT_EQ(reply(), reply_of(part("empty", "")));
 }
 
-TEST_F(Attachments, OneByteGivesFourCharacters) {
+TEST_F(Attachments, OneByteYieldsFourCharacters) {
     attach("one", "A");
     EXPECT_EQ(reply(), reply_of(part("one", "QQ==\n")));
 }
 
-TEST_F(Attachments, FortyFourBytesGiveOneLineWithPadding) {
+TEST_F(Attachments, FortyFourBytesYieldOneLineWithPadding) {
     attach("f44", std::string(44, 'A'));
     EXPECT_EQ(
         reply(),
         reply_of(part("f44", "QUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUE=\n")));
 }
 
-TEST_F(Attachments, FortyFiveBytesGiveOneFullLine) {
+TEST_F(Attachments, FortyFiveBytesYieldOneFullLine) {
     attach("f45", std::string(45, 'A'));
     EXPECT_EQ(
         reply(),
         reply_of(part("f45", "QUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFBQUFB\n")));
 }
 
-TEST_F(Attachments, FortySixBytesGiveASecondLineWithTwoPaddingCharacters) {
+TEST_F(Attachments, FortySixBytesYieldASecondLineWithTwoPaddingCharacters) {
     attach("f46", std::string(46, 'A'));
     EXPECT_EQ(reply(),
               reply_of(part("f46",
@@ -219,8 +219,9 @@ TEST_F(Attachments, AParserReadsBackNamesAndBytes) {
 }
 
 TEST_F(Attachments, AParserReadsBackAQuotationMarkFromTheEncodedNameAlone) {
-    // An encoded word within a quoted string is no encoded word to the letter of RFC 2047; a parser
-    // that decodes it all the same may take a decoded quotation mark for the end of the string.
+    // An encoded word within a quoted string is not an encoded word by the letter of RFC 2047; a
+    // parser that decodes it all the same may take a decoded quotation mark for the end of the
+    // string.
     attach("a \"quoted\" name", "A");
     const std::string message = reply();
     const std::size_t begin = message.find("filename=\"") + 10;

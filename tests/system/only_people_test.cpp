@@ -79,7 +79,7 @@ class OnlyPeople : public World {
         EXPECT_EQ(counted(), 0U);
     }
 
-    // The message is answered with the setting as well.
+    // The message is also answered with the setting.
     void expect_answered(const std::string& message, const Environment& environment = {},
                          const std::string& recipient = "user@example.com") {
         expect_answered_without(message, environment, recipient);
@@ -177,7 +177,7 @@ TEST_F(OnlyPeople, WithoutTheSettingNothingChanges) {
                     "select filename from resp_attach where rn_id=1"));
 }
 
-TEST_F(OnlyPeople, ALoopIsToldAsEver) {
+TEST_F(OnlyPeople, ALoopIsReportedAsAlways) {
     set("true");
     EXPECT_EQ(answer(from("user@example.com")).err, "Field From: equial field To:\n");
     EXPECT_EQ(answer(from("MAILER-DAEMON@example.org")).err,
