@@ -8,11 +8,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -20,12 +19,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr const char* kInjector = "/world/bin/inject";
 constexpr const char* kFailingAllocations = "/world/bin/failing_allocations.so";
 constexpr const char* kMailNames = "/var/qmail/boxes";
+constexpr const char* kMailbox = "/var/qmail/boxes/example.com/user";
 constexpr const char* kRepository = "/var/qmail/boxes/example.com/user/@attachments";
 
 bool every_fault_is_tried = false;
+Figures all_figures;
 
 // "цена" and "Берлин" in KOI8-R, in the encodings of mail.
 std::string message() {
@@ -46,7 +49,7 @@ std::string message() {
            std::string(20000, 'x') + "\n--b--\n";
 }
 
-// The reply in KOI8-R as it is sent where there is no memory for the conversion: in UTF-8.
+// The reply in KOI8-R as it is sent where there is no converter for it: in UTF-8.
 std::string in_utf8(std::string reply) {
     const std::string charset = "charset=\"koi8-r\"";
     reply.replace(reply.find(charset), charset.size(), "charset=\"UTF-8\"");
@@ -54,23 +57,34 @@ std::string in_utf8(std::string reply) {
     return reply.replace(reply.find(text), text.size(), "Спасибо.");
 }
 
-void wait_for_mail_programs() {
-    // Those that outlive their run have become children of this process.
-    while (waitpid(-1, nullptr, 0) > 0) {
+// Those that outlive the program have become children of this process. False when they go on.
+bool mail_programs_end() {
+    for (const auto begin = Clock::now(); Clock::now() - begin < std::chrono::seconds(20);) {
+        const pid_t ended = waitpid(-1, nullptr, WNOHANG);
+        if (ended < 0) {
+            return true;
+        }
+        if (ended == 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
+    return false;
 }
 
-// How often each value occurs.
-template <typename Range>
-std::map<typename Range::value_type, int> occurrences(const Range& range) {
-    std::map<typename Range::value_type, int> counts;
-    for (const auto& value : range) {
-        ++counts[value];
-    }
-    return counts;
+std::string path_of(const char* name, int number) {
+    return std::string(kRepository) + "/" + name + std::to_string(number) + ".txt";
 }
 
 }  // namespace
+
+// What there is to see of a run, and what is wrong with it.
+struct Faults::Run {
+    Outcome outcome;
+    std::vector<std::string> complaints;
+    bool stalled = false;
+    bool left_files = false;
+    bool silent = false;
+};
 
 void Faults::install(const std::string& injector, const std::string& failing_allocations,
                      bool every_fault) {
@@ -78,6 +92,10 @@ void Faults::install(const std::string& injector, const std::string& failing_all
     fs::copy_file(failing_allocations, kFailingAllocations, fs::copy_options::overwrite_existing);
     every_fault_is_tried = every_fault;
     prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
+}
+
+const Figures& Faults::figures() {
+    return all_figures;
 }
 
 bool Faults::every_fault() {
@@ -105,36 +123,46 @@ void Faults::SetUp() {
                   " ans_freq='100'");
     add_responder(3, "text=repeat('Too long. ', 1000), mem_limit='1', ans_freq='100'");
     for (int id = 1; id <= 2; ++id) {
-        const std::string number = std::to_string(id);
-        add_forward(id, "copy" + number + "@example.net");
-        add_attachment(id, "here" + number + ".txt");
-        add_attachment(id, "gone" + number + ".txt");
-        write_file(std::string(kRepository) + "/here" + number + ".txt", "File " + number + "\n");
+        add_forward(id, "copy" + std::to_string(id) + "@example.net");
+        add_attachment(id, "here" + std::to_string(id) + ".txt");
+        add_attachment(id, "gone" + std::to_string(id) + ".txt");
+        write_file(path_of("here", id), "File " + std::to_string(id) + "\n");
     }
     add_forward(1, "further@example.net");
     if (nobody_exists()) {
-        for (const char* path : {"/var/qmail/boxes/example.com/user", kRepository}) {
+        for (const char* path : {kMailbox, kRepository}) {
             ASSERT_EQ(chown(path, kNobody, kNobody), 0);
         }
     }
     sql("set global general_log = off");
-    restore_counts();
-    const Outcome whole = run(plain_start());
-    ASSERT_EQ(whole.err, "");
-    ASSERT_EQ(whole.mails.size(), 7U);
-    expected_ = whole.mails;
+
+    expected_ = undisturbed();
+    ASSERT_EQ(expected_.size(), 7U);
+    with_something_absent_ = {expected_};
+    with_something_absent_[0][5].message = in_utf8(expected_[5].message);
+    for (const std::string& file :
+         {std::string("/var/qmail/control/databytes"), path_of("here", 1), path_of("here", 2)}) {
+        fs::rename(file, file + ".away");
+        with_something_absent_.push_back(undisturbed());
+        fs::rename(file + ".away", file);
+    }
 }
 
 void Faults::TearDown() {
     sql("set global general_log = on");
-    std::printf("%d faults, %d survived, %d stalls, %d files left, %d mails cut without a word\n",
-                tried_, survived_, stalled_, files_left_, silent_);
 }
 
 void Faults::restore_counts() {
     sql("delete from resp_freq");
     sql("insert into resp_freq (rn_id, email, num) values (1, 'sender@example.org', 1),"
         " (3, 'other@example.org', 1)");
+}
+
+std::vector<Submission> Faults::undisturbed() {
+    restore_counts();
+    const Outcome outcome = run(plain_start());
+    EXPECT_EQ(outcome.err, "");
+    return outcome.mails;
 }
 
 Invocation Faults::plain_start() {
@@ -153,123 +181,123 @@ Invocation Faults::injected(const std::string& fault, const std::string& log) {
     return invocation;
 }
 
-Invocation Faults::failing_allocation(const std::string& which, const std::string& count_file) {
+Invocation Faults::failing_allocation(const std::string& which, const std::string& count) {
     Invocation invocation = plain_start();
     invocation.environment["LD_PRELOAD"] = kFailingAllocations;
     invocation.environment["FAILING_ALLOCATION"] = which;
-    if (!count_file.empty()) {
-        invocation.environment["ALLOCATION_COUNT"] = "/world/" + count_file;
+    if (!count.empty()) {
+        invocation.environment["ALLOCATION_COUNT"] = "/world/" + count;
     }
     return invocation;
 }
 
-std::string Faults::world_file(const std::string& name) {
-    std::ifstream file("/world/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+Faults::Run Faults::run_once(const Invocation& invocation,
+                             const std::function<void(const Program&)>& meanwhile, int seconds) {
+    forget_mails();
+    Run run;
+    const std::vector<std::string> before = temporary_files();
+    const auto begin = Clock::now();
+    auto program = start(invocation);
+    if (meanwhile) {
+        meanwhile(*program);
+    }
+    try {
+        Finished finished = program->wait(seconds);
+        run.outcome.out = std::move(finished.out);
+        run.outcome.err = std::move(finished.err);
+        run.outcome.usage = finished.usage;
+        if (finished.status != 0) {
+            run.complaints.push_back("status " + std::to_string(finished.status));
+        }
+    } catch (const std::runtime_error& error) {
+        run.complaints.emplace_back(error.what());
+        run.stalled = true;
+        program.reset();  // which kills it
+    }
+    run.stalled |= Clock::now() - begin > std::chrono::seconds(seconds);
+    if (run.stalled) {
+        run.complaints.emplace_back("it took too long");
+    }
+    if (!mail_programs_end()) {
+        run.complaints.emplace_back("a mail program does not end");
+    }
+    const std::vector<std::string> left = temporary_files();
+    run.left_files = left != before;
+    run.outcome.mails = captured_mails();
+    return run;
+}
+
+void Faults::count(const std::string& name, const Run& run) {
+    ++all_figures.tried;
+    all_figures.held += run.complaints.empty() ? 1 : 0;
+    all_figures.stalls += run.stalled ? 1 : 0;
+    all_figures.files_left += run.left_files ? 1 : 0;
+    all_figures.silent += run.silent ? 1 : 0;
+    if (!run.complaints.empty()) {
+        ADD_FAILURE() << name << ": " << testing::PrintToString(run.complaints)
+                      << "\nstandard error: " << run.outcome.err;
+    }
 }
 
 void Faults::endure(const Fault& fault) {
-    using Clock = std::chrono::steady_clock;
     restore_counts();
-    forget_mails();
-    const std::vector<std::string> before = temporary_files();
-    const auto begin = Clock::now();
-    const auto program = start(fault.invocation);
-    if (fault.meanwhile) {
-        fault.meanwhile(*program);
-    }
-    ++tried_;
-    std::vector<std::string> complaints;
-    Finished finished;
-    try {
-        finished = program->wait();
-        wait_for_mail_programs();
-    } catch (const std::runtime_error& error) {
-        complaints.emplace_back(error.what());
-    }
-    if (Clock::now() - begin > std::chrono::seconds(kMostSeconds)) {
-        ++stalled_;
-        complaints.emplace_back("it took too long");
-    }
-    const std::vector<std::string> left = temporary_files();
-    if (left != before) {
-        ++files_left_;
-        complaints.push_back("files in /tmp: " + testing::PrintToString(left));
-        for (const std::string& name : left) {
-            fs::remove("/tmp/" + name);
+    Run run = run_once(fault.invocation, fault.meanwhile, kMostSeconds);
+    if (run.left_files) {
+        if (fault.can_remove_files) {
+            run.complaints.push_back("files in /tmp: " + testing::PrintToString(temporary_files()));
+        }
+        run.left_files = fault.can_remove_files;
+        for (const std::string& name : temporary_files()) {
+            fs::remove_all("/tmp/" + name);
         }
     }
-    const auto mails = captured_mails();
-    for (std::string& complaint : complaints_about(fault, finished, mails)) {
-        complaints.push_back(std::move(complaint));
+    if (fault.mails_are_stored) {
+        hold_against_expected(fault, run);
     }
-    if (complaints.empty()) {
-        ++survived_;
-    } else {
-        ADD_FAILURE() << fault.name << ": " << testing::PrintToString(complaints)
-                      << "\nstandard error: " << finished.err;
-    }
-    if (const char* log = std::getenv("FAULTS_LOG")) {
-        std::ofstream out(log, std::ios::app);
-        out << fault.name << "\t" << complaints.size() << "\t";
-        for (const auto& mail : mails) {
-            bool found = false;
-            for (std::size_t i = 0; i < expected_.size(); ++i) {
-                if (mail.message == expected_[i].message && mail.arguments == expected_[i].arguments) {
-                    out << i; found = true;
-                }
-            }
-            if (!found) out << "?";
-        }
-        out << "\t" << std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin).count() << "\t";
-        std::string err = finished.err; std::replace(err.begin(), err.end(), '\n', '|');
-        out << err << "\n";
-    }
+    count(fault.name, run);
 }
 
-std::map<int, int> Faults::counted() {
-    std::map<int, int> counts;
-    for (const Row& row : sql("select rn_id, sum(num) from resp_freq"
-                              " where email='sender@example.org' group by rn_id")) {
-        counts[std::stoi(*row[0])] = std::stoi(*row[1]);
+Outcome Faults::outlive(const std::string& name, const Invocation& invocation, int seconds) {
+    Run run = run_once(invocation, {}, seconds);
+    if (run.left_files) {
+        run.complaints.push_back("files in /tmp: " + testing::PrintToString(temporary_files()));
     }
-    return counts;
+    count(name, run);
+    return std::move(run.outcome);
 }
 
-std::vector<std::string> Faults::complaints_about(const Fault& fault, const Finished& finished,
-                                                  const std::vector<Submission>& mails) {
-    std::vector<std::string> complaints;
-    if (finished.status != 0) {
-        complaints.push_back("status " + std::to_string(finished.status));
-    }
-    const bool spoke = !finished.err.empty();
-    bool all_whole = mails.size() == expected_.size();
-    std::map<std::vector<std::string>, int> allowed;
-    std::map<std::string, int> allowed_messages;
-    for (const Submission& mail : expected_) {
-        ++allowed[mail.arguments];
-        ++allowed_messages[mail.message];
-    }
-    ++allowed_messages[in_utf8(expected_[5].message)];
-    for (const Submission& mail : mails) {
-        if (--allowed[mail.arguments] < 0) {
-            complaints.push_back("too many mails to " + mail.arguments.back());
-        }
-        const auto found = allowed_messages.find(mail.message);
-        if (found == allowed_messages.end()) {
-            all_whole = false;
-        } else if (--found->second < 0) {
-            complaints.push_back("sent twice to " + mail.arguments.back());
+bool Faults::is_whole(std::size_t number, const Submission& mail) const {
+    const auto same = [&](const Submission& other) {
+        return mail.arguments == other.arguments && mail.message == other.message;
+    };
+    return same(expected_[number]) ||
+           std::any_of(with_something_absent_.begin(), with_something_absent_.end(),
+                       [&](const auto& mails) { return same(mails[number]); });
+}
+
+void Faults::hold_against_expected(const Fault& fault, Run& run) const {
+    std::vector<std::string> missing;
+    std::vector<Submission> left = run.outcome.mails;
+    for (std::size_t number = 0; number < expected_.size(); ++number) {
+        const auto found = std::find_if(left.begin(), left.end(), [&](const Submission& mail) {
+            return is_whole(number, mail);
+        });
+        if (found == left.end()) {
+            missing.push_back("mail " + std::to_string(number + 1));
+        } else {
+            left.erase(found);
         }
     }
-    if (!all_whole && !spoke && fault.can_speak) {
-        ++silent_;
-        complaints.emplace_back("a mail is missing or cut without a word");
-        for (const Submission& mail : mails) {
-            if (!allowed_messages.contains(mail.message)) {
-                complaints.push_back(mail.message);
-            }
-        }
+    if (run.outcome.mails.size() > expected_.size()) {
+        run.complaints.emplace_back("too many mails");
     }
-    return complaints;
+    if (missing.empty() || !run.outcome.err.empty() || !fault.can_speak) {
+        return;
+    }
+    run.silent = true;
+    run.complaints.push_back("missing or cut without a word: " + testing::PrintToString(missing));
+    for (const Submission& mail : left) {
+        run.complaints.push_back("in place of it: " + testing::PrintToString(mail.arguments) +
+                                 "\n" + mail.message.substr(0, 1500));
+    }
 }

@@ -4,7 +4,6 @@
 // of it whatever goes wrong, and the figures.
 
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -16,8 +15,21 @@ struct Fault {
     Invocation invocation;  // of the program, or of the one that makes it go wrong
     // What happens to the program from outside while it runs.
     std::function<void(const Program&)> meanwhile = {};
-    // Whether it can still say something on its standard error.
+    // Whether the mail program stores what it is given, so that it can be held against the mails of
+    // an undisturbed run.
+    bool mails_are_stored = true;
+    // Whether the program is able to remove its files and to say something.
+    bool can_remove_files = true;
     bool can_speak = true;
+};
+
+// What the tests of the process have seen.
+struct Figures {
+    unsigned long tried = 0;
+    unsigned long held = 0;
+    unsigned long stalls = 0;
+    unsigned long files_left = 0;
+    unsigned long silent = 0;  // runs in which a mail was missing, cut or altered without a word
 };
 
 // The panel has three responders for a message in KOI8-R whose subject and text they look at:
@@ -30,10 +42,12 @@ struct Fault {
 // size.
 class Faults : public World {
   public:
-    // To be called once: where to find what the tests start besides World::install, and whether to
-    // try every fault rather than a sample.
+    // To be called once: what the tests start besides what World::install takes, and whether to try
+    // every fault rather than a sample.
     static void install(const std::string& injector, const std::string& failing_allocations,
                         bool every_fault);
+
+    static const Figures& figures();
 
   protected:
     void SetUp() override;
@@ -42,40 +56,46 @@ class Faults : public World {
     // Runs the program with this fault and fails the test unless
     //
     // - it ends with status 0 within kMostSeconds and leaves no file in /tmp;
-    // - each mail is handed over whole, or a line on standard error says something;
-    // - no mail is handed over twice, or altered in a way that no line tells of;
-    // - each responder that handed over a mail has counted it.
+    // - every mail is handed over whole, or a line on standard error says something;
+    // - no mail is handed over twice.
+    //
+    // A setting or file that could not be read counts as absent for the program, in silence: so a
+    // mail is whole, too, if a run without the setting or file sends it.
     void endure(const Fault& fault);
+
+    // For a run that is not one of this panel's: counts it, and fails the test unless it ended with
+    // status 0 within `seconds` and left no file.
+    Outcome outlive(const std::string& name, const Invocation& invocation,
+                    int seconds = kMostSeconds);
 
     // The start of the program that every fault is added to.
     [[nodiscard]] static Invocation plain_start();
-    // The same with the system calls that the injector counts. `log` may be empty.
+    // The same under the injector; inject.cpp tells what `fault` may be. The file /world/`log` gets
+    // the calls.
     [[nodiscard]] static Invocation injected(const std::string& fault, const std::string& log = "");
-    // The same with a failing allocation, "7" or "7+".
+    // The same with failing allocations; failing_allocations.cpp tells what `which` may be. The
+    // file /world/`count` gets their number.
     [[nodiscard]] static Invocation failing_allocation(const std::string& which,
-                                                       const std::string& count_file = "");
+                                                       const std::string& count = "");
 
     // The numbers from 1 to `count`, or about `sample` of them evenly spread.
     [[nodiscard]] static std::vector<unsigned long> numbers(unsigned long count,
                                                             unsigned long sample);
     [[nodiscard]] static bool every_fault();
 
-    // The lines of a file in /world that a run wrote.
-    static std::string world_file(const std::string& name);
-
     static constexpr int kMostSeconds = 20;
 
   private:
-    void restore_counts();
-    std::vector<std::string> complaints_about(const Fault& fault, const Finished& finished,
-                                              const std::vector<Submission>& mails);
-    std::map<int, int> counted();
+    struct Run;
 
-    std::vector<Submission> expected_;  // the mails of a run without a fault
-    // What else may stand in place of a mail of these, see Part ... in the source.
-    int tried_ = 0;
-    int survived_ = 0;
-    int files_left_ = 0;
-    int silent_ = 0;
-    int stalled_ = 0;
+    static void restore_counts();
+    std::vector<Submission> undisturbed();
+    static Run run_once(const Invocation& invocation,
+                        const std::function<void(const Program&)>& meanwhile, int seconds);
+    static void count(const std::string& name, const Run& run);
+    void hold_against_expected(const Fault& fault, Run& run) const;
+    [[nodiscard]] bool is_whole(std::size_t number, const Submission& mail) const;
+
+    std::vector<Submission> expected_;
+    std::vector<std::vector<Submission>> with_something_absent_;  // in the same order
 };

@@ -9,15 +9,18 @@
 //   N:error:NUMBER   the Nth call fails with this errno value
 //   N:short          the Nth call, a read(2), write(2) or the like, transfers a single byte
 //   N:delay:MS       the Nth call begins so many milliseconds later
-//   N:signal:NUMBER  the signal arrives as the Nth call begins
+//   N:signal:NUMBER  the signal arrives as the Nth call begins, in the program and in the child, if
+//                    it is the child's call
 //
 // "N+" stands for the Nth call and all later ones of the same kind. FILE gets a line for each call:
 // its number in the kernel's table, "child" for those of a child, and its first argument.
 //
 // A failing call has no effect, as with the kernel; but close(2) has freed the descriptor all the
-// same, brk(2) returns the end of the heap as it is, and setfsuid(2) and setfsgid(2) what holds.
+// same, brk(2) returns the end of the heap as it is, and setfsuid(2) and setfsgid(2) what holds;
+// going back to the process's own identity never fails.
 
 #include <fcntl.h>
+#include <sys/personality.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
@@ -269,6 +272,9 @@ void Tracer::fail(pid_t task, Registers registers) {
             break;
         case SYS_setfsuid:
         case SYS_setfsgid:
+            if (registers.rdi == 0) {
+                return;
+            }
             registers.rdi = static_cast<unsigned long long>(-1);
             break;
         case SYS_close:
@@ -302,6 +308,8 @@ void Tracer::leave(pid_t task) {
 pid_t start(char** argv) {
     const pid_t program = fork();
     if (program == 0) {
+        // Where things lie in memory decides how often more of it is asked for.
+        personality(ADDR_NO_RANDOMIZE);
         if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0) {
             execv(argv[0], argv);
         }
