@@ -19,7 +19,7 @@ class Allocations : public Faults {
 
     // Has each of them fail. `later_ones` is added to its number.
     void fail_in_turn(const std::string& later_ones) {
-        run(failing_allocation("0", "allocations"));
+        rehearse(failing_allocation("0", "allocations"));
         const unsigned long all = std::stoul(lines_of("/world/allocations").at(0));
         EXPECT_GT(all, 100U);
         for (const unsigned long number : numbers(all, 50)) {

@@ -63,6 +63,9 @@ class Faults : public World {
     // mail is whole, too, if a run without the setting or file sends it.
     void endure(const Fault& fault);
 
+    // Runs the program, without a fault, as endure() does. It must do all that it has to do.
+    Outcome rehearse(const Invocation& invocation);
+
     // For a run that is not one of this panel's: counts it, and fails the test unless it ended with
     // status 0 within `seconds` and left no file.
     Outcome outlive(const std::string& name, const Invocation& invocation,
@@ -89,7 +92,6 @@ class Faults : public World {
     struct Run;
 
     static void restore_counts();
-    std::vector<Submission> undisturbed();
     static Run run_once(const Invocation& invocation,
                         const std::function<void(const Program&)>& meanwhile, int seconds);
     static void count(const std::string& name, const Run& run);

@@ -1,19 +1,18 @@
 // inject [--log FILE] FAULT PROGRAM [ARGUMENT]...
 //
 // Runs PROGRAM, has something happen at one of its system calls, and ends as PROGRAM does; 125 when
-// it cannot be traced. Calls are counted from 1 and from the beginning of main() on: the program
-// under test begins by asking for the flags of its standard input. Those of its children count as
-// long as they have not become another program. FAULT is one of
+// it cannot be traced. The calls of each kind are counted from 1 and from the beginning of main()
+// on: the program under test begins by asking for the flags of its standard input. Those of its
+// children count as long as they have not become another program. FAULT is one of
 //
 //   none
-//   N:error:NUMBER   the Nth call fails with this errno value
-//   N:short          the Nth call, a read(2), write(2) or the like, transfers a single byte
-//   N:delay:MS       the Nth call begins so many milliseconds later
-//   N:signal:NUMBER  the signal arrives as the Nth call begins, in the program and in the child, if
-//                    it is the child's call
+//   KIND:N:error:NUMBER   the Nth call of this kind fails with this errno value
+//   KIND:N:short          it transfers a single byte, if it is a read(2), write(2) or the like
+//   KIND:N:signal:NUMBER  the signal arrives as it begins, in the program and in the child, if it is
+//                         the child's call
 //
-// "N+" stands for the Nth call and all later ones of the same kind. FILE gets a line for each call:
-// its number in the kernel's table, "child" for those of a child, and its first argument.
+// KIND is the call's number in the kernel's table. "N+" stands for the Nth call and all later ones.
+// FILE gets a line for each call: KIND, N, and "program" or "child".
 //
 // A failing call has no effect, as with the kernel; but close(2) has freed the descriptor all the
 // same, brk(2) returns the end of the heap as it is, and setfsuid(2) and setfsgid(2) what holds;
@@ -50,11 +49,12 @@ constexpr int kCannotTrace = 125;
 using Registers = user_regs_struct;
 
 struct Fault {
-    enum class Kind { kNone, kError, kShort, kDelay, kSignal };
+    enum class Kind { kNone, kError, kShort, kSignal };
     Kind kind = Kind::kNone;
+    unsigned long call = 0;
     unsigned long at = 0;
     bool and_later = false;
-    int number = 0;  // errno value, signal, or milliseconds
+    int number = 0;  // errno value or signal
 };
 
 template <typename Number>
@@ -79,6 +79,10 @@ Fault parse(std::string_view text) {
     if (text == "none") {
         return fault;
     }
+    fault.call = number_in<unsigned long>(text);
+    if (!take(text, ":")) {
+        throw std::invalid_argument("no such fault");
+    }
     fault.at = number_in<unsigned long>(text);
     fault.and_later = take(text, "+");
     if (take(text, ":short")) {
@@ -87,7 +91,6 @@ Fault parse(std::string_view text) {
     }
     fault.kind = take(text, ":error:")    ? Fault::Kind::kError
                  : take(text, ":signal:") ? Fault::Kind::kSignal
-                 : take(text, ":delay:")  ? Fault::Kind::kDelay
                                           : throw std::invalid_argument("no such fault");
     fault.number = number_in<int>(text);
     return fault;
@@ -133,7 +136,7 @@ class Tracer {
     void go_on(pid_t task, int signal = 0);
     void enter(pid_t task);
     void leave(pid_t task);
-    bool is_hit(unsigned long call);
+    [[nodiscard]] bool is_hit(unsigned long call, unsigned long number) const;
     void apply(pid_t task, Registers registers);
     void fail(pid_t task, Registers registers);
 
@@ -143,8 +146,7 @@ class Tracer {
     std::map<pid_t, Task> tasks_;  // that are traced
     bool counting_ = false;
     bool done_ = false;  // nothing is left to do but to let go
-    unsigned long calls_ = 0;
-    unsigned long kind_ = 0;  // the call of the first fault
+    std::map<unsigned long, unsigned long> calls_;  // how many of each kind
 };
 
 void Tracer::begin() {
@@ -218,26 +220,20 @@ void Tracer::enter(pid_t task) {
     if (!counting_) {
         return;
     }
-    ++calls_;
+    const auto call = static_cast<unsigned long>(registers.orig_rax);
+    const unsigned long number = ++calls_[call];
     if (log_ != nullptr) {
-        std::fprintf(log_, "%llu %s %llu\n", registers.orig_rax,
-                     task == program_ ? "program" : "child", registers.rdi);
+        std::fprintf(log_, "%lu %lu %s\n", call, number, task == program_ ? "program" : "child");
     }
-    if (is_hit(registers.orig_rax)) {
+    if (is_hit(call, number)) {
         apply(task, registers);
         done_ = !fault_.and_later;
     }
 }
 
-bool Tracer::is_hit(unsigned long call) {
-    if (fault_.kind == Fault::Kind::kNone || calls_ < fault_.at) {
-        return false;
-    }
-    if (calls_ == fault_.at) {
-        kind_ = call;
-        return true;
-    }
-    return fault_.and_later && call == kind_;
+bool Tracer::is_hit(unsigned long call, unsigned long number) const {
+    return fault_.kind != Fault::Kind::kNone && call == fault_.call &&
+           (number == fault_.at || (fault_.and_later && number > fault_.at));
 }
 
 void Tracer::apply(pid_t task, Registers registers) {
@@ -252,9 +248,6 @@ void Tracer::apply(pid_t task, Registers registers) {
                 registers.rdx = 1;
                 set_registers(task, registers);
             }
-            break;
-        case Fault::Kind::kDelay:
-            usleep(static_cast<useconds_t>(fault_.number) * 1000);
             break;
         case Fault::Kind::kSignal:
             kill(program_, fault_.number);
