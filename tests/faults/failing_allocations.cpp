@@ -1,6 +1,6 @@
 // To be preloaded: has an allocation of the program fail, counted from the beginning of main() on.
 // The variable FAILING_ALLOCATION says which one: "7" the seventh, "7+" that one and all later ones,
-// "0" none. The file that ALLOCATION_COUNT names, if it does, gets the number of allocations at the
+// "7>1000" the seventh of those of more than 1000 bytes, "0" none. The file that ALLOCATION_COUNT names, if it does, gets the number of allocations at the
 // end of the run.
 //
 // What the program starts is not affected: it does not inherit the variables.
@@ -31,10 +31,11 @@ bool counting = false;
 unsigned long allocations = 0;
 unsigned long failing = 0;
 bool later_ones_too = false;
+unsigned long least_size = 0;  // what is smaller does not count
 int count_file = -1;
 
-bool fails() {
-    if (!counting) {
+bool fails(std::size_t size) {
+    if (!counting || size < least_size) {
         return false;
     }
     ++allocations;
@@ -57,6 +58,7 @@ int counted_main(int argc, char** argv, char** environment) {
         char* end = nullptr;
         failing = std::strtoul(which, &end, 10);
         later_ones_too = *end == '+';
+        least_size = *end == '>' ? std::strtoul(end + 1, nullptr, 10) + 1 : 0;
         if (const char* path = std::getenv("ALLOCATION_COUNT")) {
             count_file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
             std::atexit(write_count);
@@ -82,15 +84,15 @@ int __libc_start_main(Main main, int argc, char** argv, void (*init)(), void (*f
 }
 
 void* malloc(std::size_t size) {
-    return fails() ? nullptr : __libc_malloc(size);
+    return fails(size) ? nullptr : __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    return fails() ? nullptr : __libc_calloc(count, size);
+    return fails(count * size) ? nullptr : __libc_calloc(count, size);
 }
 
 void* realloc(void* block, std::size_t size) {
-    return fails() ? nullptr : __libc_realloc(block, size);
+    return fails(size) ? nullptr : __libc_realloc(block, size);
 }
 
 void* reallocarray(void* block, std::size_t count, std::size_t size) {
@@ -103,7 +105,7 @@ void* reallocarray(void* block, std::size_t count, std::size_t size) {
 }
 
 void* memalign(std::size_t alignment, std::size_t size) {
-    return fails() ? nullptr : __libc_memalign(alignment, size);
+    return fails(size) ? nullptr : __libc_memalign(alignment, size);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {

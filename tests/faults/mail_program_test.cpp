@@ -74,7 +74,7 @@ TEST_F(FailingMailProgram, ThatClosesItsInputAndGoesOn) {
 
 TEST_F(FailingMailProgram, ThatFailsWithTheWholeMail) {
     for (const std::string& end : ends()) {
-        replace_mail_program("\"$CAPTURE\" \"$@\"\n" + end);
+        replace_mail_program("(exec -a \"$0\" \"$CAPTURE\" \"$@\")\n" + end);
         endure({.name = "has read all: " + end, .invocation = plain_start()});
     }
 }
@@ -85,7 +85,7 @@ TEST_F(FailingMailProgram, ThatBreaksOffALargeNotice) {
         " from seq_1_to_1000");
     for (const int size : {0, 1, 4096, 65536, 100000, 131072}) {
         for (const std::string& end : ends()) {
-            const std::string script = "if [[ $3 == root@localhost ]]; then head -c " +
+            const std::string script = "if [[ $2 == root@localhost ]]; then head -c " +
                                        std::to_string(size) + " >/dev/null\n" + end + "fi\n" +
                                        "exec cat >/dev/null\n";
             replace_mail_program(script);
