@@ -8,11 +8,11 @@
 #include <gtest/gtest.h>
 
 #include "tests/faults/database_tap.h"
-#include "tests/faults/faults.h"
+#include "tests/faults/full_run.h"
 
 namespace {
 
-class LostDatabase : public Faults {
+class LostDatabase : public FullRun {
   protected:
     static Invocation through_tap() {
         Invocation invocation = plain_start();

@@ -1,7 +1,7 @@
 // To be preloaded: has an allocation of the program fail, counted from the beginning of main() on.
-// The variable FAILING_ALLOCATION says which one: "7" the seventh, "7+" that one and all later ones,
-// "7>1000" the seventh of those of more than 1000 bytes, "0" none. The file that ALLOCATION_COUNT names, if it does, gets the number of allocations at the
-// end of the run.
+// The variable FAILING_ALLOCATION says which one: "7" the seventh, "7+" that one and all later
+// ones, "7>1000" the seventh of those of more than 1000 bytes, "0" none. The file that
+// ALLOCATION_COUNT names, if it does, gets the number of allocations at the end of the run.
 //
 // What the program starts is not affected: it does not inherit the variables.
 

@@ -30,7 +30,7 @@ constexpr std::size_t kMebibyte = std::size_t{1} << 20U;
 class Stream {
   public:
     // `times` times `block` after `head`.
-    Stream(std::string head, std::string block, std::size_t times)
+    Stream(const std::string& head, const std::string& block, std::size_t times)
         : size_(head.size() + block.size() * times) {
         std::array<int, 2> ends = {};
         if (pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -111,19 +111,16 @@ std::vector<std::string> charsets() {
 class Hostile : public Faults {
   protected:
     void SetUp() override {
-        World::SetUp();
+        Faults::SetUp();
         signal(SIGPIPE, SIG_IGN);  // of a Stream
-        sql("set global general_log = off");
         add_responder(1, "text='Gone fishing.', ans_freq='1000000'");
     }
 
-    static std::size_t many() {
-        return every_fault() ? 1'000'000 : kSanitized ? 20'000 : 100'000;
-    }
+    static std::size_t many() { return every_fault() ? 1'000'000 : kSanitized ? 20'000 : 100'000; }
     static std::size_t large() { return every_fault() ? 1024 * kMebibyte : 16 * kMebibyte; }
 
     // Generous: for a machine that has other things to do.
-    static constexpr int kMostSecondsOfAny = 300;
+    static constexpr int kMostSecondsOfAny = 600;
 
     void expect_reply(const std::string& name, const std::string& message) {
         const Outcome outcome = outlive(name, {.message = message}, kMostSecondsOfAny);
@@ -146,57 +143,55 @@ class Hostile : public Faults {
     }
 };
 
-TEST_F(Hostile, AMessageOfAGibibyte) {
+TEST_F(Hostile, AVeryLargeMessage) {
     const std::string line = std::string(75, 'x') + "\n";
     expect_reply_and_forward("large message", {"From: sender@example.org\nSubject: Hello\n\n", line,
                                                large() / line.size()});
 }
 
-TEST_F(Hostile, ALineOfAGibibyte) {
+TEST_F(Hostile, AVeryLongLine) {
     expect_reply_and_forward("large line", {"From: sender@example.org\nSubject: Hello\n\n",
                                             std::string(kMebibyte, 'x'), large() / kMebibyte});
 }
 
-TEST_F(Hostile, AHeaderFieldOfManyMebibytes) {
+TEST_F(Hostile, AVeryLongHeaderField) {
     expect_reply_and_forward("large field",
                              {"From: sender@example.org\nSubject: Hello\nX-Large: ",
                               std::string(kMebibyte, 'x'), every_fault() ? 256U : 8U});
 }
 
-TEST_F(Hostile, AMillionParts) {
+TEST_F(Hostile, ManyParts) {
     expect_reply("parts", message_with({"Content-Type: multipart/mixed; boundary=b"},
-                                       repeated(many(),
-                                                [](std::size_t /*part*/) {
-                                                    return "--b\nContent-Type: text/plain\n\nx\n";
-                                                }) +
-                                           "--b--\n"));
+                                       repeated(many(), [](std::size_t /*part*/) {
+                                           return "--b\nContent-Type: text/plain\n\nx\n";
+                                       }) + "--b--\n"));
 }
 
-TEST_F(Hostile, AMillionPartsWithinEachOther) {
+TEST_F(Hostile, ManyPartsWithinEachOther) {
     std::string message = "From: sender@example.org\n";
     for (std::size_t i = 0; i < many(); ++i) {
         const std::string boundary = "b" + std::to_string(i);
-        message += "Content-Type: multipart/mixed; boundary=" + boundary + "\n\n--" + boundary + "\n";
+        message +=
+            "Content-Type: multipart/mixed; boundary=" + boundary + "\n\n--" + boundary + "\n";
     }
     expect_reply("parts within each other", message);
 }
 
-TEST_F(Hostile, AMillionParameters) {
-    const std::string parameters = repeated(
-        many(), [](std::size_t i) { return "; p" + std::to_string(i) + "=\"v\"\n"; });
-    expect_reply("parameters", message_with({"Content-Type: text/plain" + parameters +
-                                             " ; charset=us-ascii"}));
+TEST_F(Hostile, ManyParameters) {
+    const std::string parameters =
+        repeated(many(), [](std::size_t i) { return "; p" + std::to_string(i) + "=\"v\"\n"; });
+    expect_reply("parameters",
+                 message_with({"Content-Type: text/plain" + parameters + " ; charset=us-ascii"}));
 }
 
-TEST_F(Hostile, AMillionAddresses) {
-    const std::string addresses = repeated(many(), [](std::size_t i) {
-        return ",\n a" + std::to_string(i) + "@example.org";
-    });
-    expect_reply("addresses", "From: sender@example.org" + addresses +
-                                  "\nTo: user@example.com" + addresses + "\n\nHello\n");
+TEST_F(Hostile, ManyAddresses) {
+    const std::string addresses = repeated(
+        many(), [](std::size_t i) { return ",\n a" + std::to_string(i) + "@example.org"; });
+    expect_reply("addresses", "From: sender@example.org" + addresses + "\nTo: user@example.com" +
+                                  addresses + "\n\nHello\n");
 }
 
-TEST_F(Hostile, AMillionHeaderFields) {
+TEST_F(Hostile, ManyHeaderFields) {
     expect_reply("fields", "From: sender@example.org\n" + repeated(many(), [](std::size_t i) {
                                return "X-" + std::to_string(i) + ": x\n";
                            }) + "\nHello\n");
@@ -207,8 +202,8 @@ TEST_F(Hostile, EncodedWordsInManyCharsets) {
     const std::string words = repeated(many() / 10, [&](std::size_t i) {
         return "\n =?" + names[i % 120 * names.size() / 120] + "?Q?abc=20=41?=";
     });
-    const Outcome outcome = outlive("encoded words", {.message = message_with({"Subject:" + words})},
-                                    kMostSecondsOfAny);
+    const Outcome outcome = outlive(
+        "encoded words", {.message = message_with({"Subject:" + words})}, kMostSecondsOfAny);
     ASSERT_THAT(outcome.mails, SizeIs(1));
     EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());
 }
@@ -220,10 +215,10 @@ TEST_F(Hostile, EveryCharsetThatIconvKnows) {
     for (const unsigned long number : numbers(names.size(), 60)) {
         const std::string& name = names[number - 1];
         sql("update mail_resp set charset=" + database().quoted(name));
-        const std::string message =
-            "From: sender@example.org\nSubject: =?" + name + "?B?gYKDhIWG4eLj5OXm?=\n" +
-            "Content-Type: text/plain; charset=\"" + name + "\"\n\n" +
-            "\x81\x82\x83\x84\xe1\xe2\xe3\xe4 abc\n";
+        const std::string message = "From: sender@example.org\nSubject: =?" + name +
+                                    "?B?gYKDhIWG4eLj5OXm?=\n" +
+                                    "Content-Type: text/plain; charset=\"" + name + "\"\n\n" +
+                                    "\x81\x82\x83\x84\xe1\xe2\xe3\xe4 abc\n";
         const Outcome outcome = outlive("charset " + name, {.message = message});
         ASSERT_THAT(outcome.mails, SizeIs(1)) << name << ": " << outcome.err;
         EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());

@@ -8,7 +8,8 @@
 //   none
 //   KIND:N:error:NUMBER   the Nth call of this kind fails with this errno value
 //   KIND:N:short          it transfers a single byte, if it is a read(2), write(2) or the like
-//   KIND:N:signal:NUMBER  the signal arrives as it begins, in the program and in the child, if it is
+//   KIND:N:signal:NUMBER  the signal arrives as it begins, in the program and in the child, if it
+//   is
 //                         the child's call
 //
 // KIND is the call's number in the kernel's table. "N+" stands for the Nth call and all later ones.
@@ -145,7 +146,7 @@ class Tracer {
     std::FILE* log_;
     std::map<pid_t, Task> tasks_;  // that are traced
     bool counting_ = false;
-    bool done_ = false;  // nothing is left to do but to let go
+    bool done_ = false;                             // nothing is left to do but to let go
     std::map<unsigned long, unsigned long> calls_;  // how many of each kind
 };
 

@@ -10,7 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/faults/faults.h"
+#include "tests/faults/full_run.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 constexpr const char* kMailProgram = "/usr/sbin/sendmail";
 constexpr const char* kStarts = "/world/starts";
 
-class FailingMailProgram : public Faults {
+class FailingMailProgram : public FullRun {
   protected:
     // The mail program is a script that notes its start. Every mail of the run gets one.
     void endure_script(const std::string& name, const std::string& script) {
@@ -91,9 +91,9 @@ TEST_F(FailingMailProgram, ThatBreaksOffALargeNotice) {
             replace_mail_program(script);
             sql("delete from resp_freq");
             const Outcome outcome = outlive("notice broken off", plain_start());
-            EXPECT_THAT(outcome.err,
-                        testing::HasSubstr(
-                            "Unable to send mail with notify of not exist attachment.\n"));
+            EXPECT_THAT(
+                outcome.err,
+                testing::HasSubstr("Unable to send mail with notify of not exist attachment.\n"));
         }
     }
 }

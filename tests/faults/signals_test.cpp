@@ -11,11 +11,11 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/faults/faults.h"
+#include "tests/faults/full_run.h"
 
 namespace {
 
-class SignalsAtRandom : public Faults {
+class SignalsAtRandom : public FullRun {
   protected:
     // Whether the program has the last of its handlers. Before, it can do nothing about a signal.
     static bool handles_signals(const Program& program) {

@@ -15,7 +15,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/faults/faults.h"
+#include "tests/faults/full_run.h"
 
 namespace {
 
@@ -86,7 +86,7 @@ bool always_succeeds(int kind) {
 }
 
 bool transfers(int kind) {
-    constexpr std::array kinds = {SYS_read,    SYS_write,   SYS_pread64,
+    constexpr std::array kinds = {SYS_read,     SYS_write,    SYS_pread64,
                                   SYS_pwrite64, SYS_recvfrom, SYS_sendto};
     return is_one_of(kinds, kind);
 }
@@ -95,18 +95,18 @@ bool goes_on_after(int signal) {
     return signal == SIGPIPE || signal == SIGXFSZ || signal == SIGCHLD;
 }
 
-class SystemCalls : public Faults {
+class SystemCalls : public FullRun {
   protected:
     void SetUp() override {
         if (kSanitized) {
             GTEST_SKIP() << "the sanitizers end the process when calls of their own fail";
         }
-        Faults::SetUp();
+        FullRun::SetUp();
     }
 
     // Of an undisturbed run, without those that cannot fail.
     std::vector<Call> calls() {
-        rehearse(injected("none", "calls"));
+        rehearse(with_failing_call(plain_start(), "none", "calls"));
         std::ifstream log("/world/calls");
         std::vector<Call> all;
         Call call;
@@ -133,7 +133,8 @@ class SystemCalls : public Faults {
     void fail(const Call& call, const std::string& later_ones, int error) {
         const std::string which = call.name() + later_ones;
         endure({.name = "call " + which + ": " + strerrorname_np(error),
-                .invocation = injected(which + ":error:" + std::to_string(error)),
+                .invocation =
+                    with_failing_call(plain_start(), which + ":error:" + std::to_string(error)),
                 .can_remove_files = call.kind != SYS_unlink,
                 .can_speak = call.kind != SYS_write || later_ones.empty()});
     }
@@ -143,6 +144,10 @@ class SystemCalls : public Faults {
         std::size_t turn = 0;
         for (const Call& call : some_of(calls(), sample)) {
             std::vector<int> errors = errors_of(call.kind);
+            if (!later_ones.empty()) {
+                std::erase(errors,
+                           EINTR);  // which asks for another try, and does not go on for ever
+            }
             if (!every_fault()) {
                 errors = {errors[turn++ % errors.size()]};
             }
@@ -166,10 +171,10 @@ TEST_F(SystemCalls, EachMayTransferLessThanItWasAskedTo) {
     std::erase_if(all, [](const Call& call) { return !transfers(call.kind); });
     for (const Call& call : some_of(all, 20)) {
         endure({.name = "call " + call.name() + " is short",
-                .invocation = injected(call.name() + ":short")});
+                .invocation = with_failing_call(plain_start(), call.name() + ":short")});
         if (every_fault()) {
             endure({.name = "calls from " + call.name() + " are short",
-                    .invocation = injected(call.name() + "+:short")});
+                    .invocation = with_failing_call(plain_start(), call.name() + "+:short")});
         }
     }
 }
@@ -190,7 +195,8 @@ TEST_F(SystemCalls, ASignalMayArriveAtEachOnceThereAreHandlers) {
                 continue;  // which the child, on its way to a program, does not
             }
             endure({.name = "call " + call.name() + ": SIG" + sigabbrev_np(signal),
-                    .invocation = injected(call.name() + ":signal:" + std::to_string(signal))});
+                    .invocation = with_failing_call(
+                        plain_start(), call.name() + ":signal:" + std::to_string(signal))});
         }
     }
 }

@@ -18,7 +18,7 @@ class UnreadableRows : public Faults {
         if (kSanitized) {
             GTEST_SKIP() << "the address sanitizer has an allocator of its own";
         }
-        World::SetUp();
+        Faults::SetUp();
     }
 };
 
@@ -34,9 +34,10 @@ TEST_F(UnreadableRows, EndTheStatementsAtOnce) {
     for (const int row : {1, 2, 3}) {
         SCOPED_TRACE(row);
         // Before the rows, the buffer for what comes from the server takes such a block.
-        Invocation invocation = failing_allocation(std::to_string(1 + row) + ">4000000");
-        invocation.message = plain_message();
-        const Outcome outcome = outlive("no memory for row " + std::to_string(row), invocation);
+        const Outcome outcome =
+            outlive("no memory for row " + std::to_string(row),
+                    with_failing_allocation({.message = plain_message()},
+                                            std::to_string(1 + row) + ">4000000"));
         EXPECT_EQ(outcome.err,
                   "Unable to define client email and personal name :Client run out of memory\n"
                   "autoresponder: Unable to exec query :Server has gone away\n");
