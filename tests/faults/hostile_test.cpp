@@ -171,8 +171,8 @@ TEST_F(Hostile, ManyPartsWithinEachOther) {
     std::string message = "From: sender@example.org\n";
     for (std::size_t i = 0; i < many(); ++i) {
         const std::string boundary = "b" + std::to_string(i);
-        message +=
-            "Content-Type: multipart/mixed; boundary=" + boundary + "\n\n--" + boundary + "\n";
+        message.append("Content-Type: multipart/mixed; boundary=").append(boundary);
+        message.append("\n\n--").append(boundary).append("\n");
     }
     expect_reply("parts within each other", message);
 }
@@ -215,10 +215,10 @@ TEST_F(Hostile, EveryCharsetThatIconvKnows) {
     for (const unsigned long number : numbers(names.size(), 60)) {
         const std::string& name = names[number - 1];
         sql("update mail_resp set charset=" + database().quoted(name));
-        const std::string message = "From: sender@example.org\nSubject: =?" + name +
-                                    "?B?gYKDhIWG4eLj5OXm?=\n" +
-                                    "Content-Type: text/plain; charset=\"" + name + "\"\n\n" +
-                                    "\x81\x82\x83\x84\xe1\xe2\xe3\xe4 abc\n";
+        const std::string message =
+            message_with({"Subject: =?" + name + "?B?gYKDhIWG4eLj5OXm?=",
+                          "Content-Type: text/plain; charset=\"" + name + "\""},
+                         "\x81\x82\x83\x84\xe1\xe2\xe3\xe4 abc\n");
         const Outcome outcome = outlive("charset " + name, {.message = message});
         ASSERT_THAT(outcome.mails, SizeIs(1)) << name << ": " << outcome.err;
         EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());
