@@ -66,8 +66,9 @@ class World : public testing::Test {
     static Outcome settle(Program& program, const std::vector<std::string>& temporary_files);
     static std::unique_ptr<Program> start(const Invocation& invocation);
 
-    // What the mail programs have been given since the last run() or SetUp().
+    // What the mail programs have been given since the last run(), SetUp() or forget_mails().
     static std::vector<Submission> captured_mails();
+    static void forget_mails();
 
     // Of the program under test.
     static const char* program_path();
