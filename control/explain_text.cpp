@@ -1,6 +1,7 @@
 #include "control/explain_text.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "control/terminal.h"
 #include "control/words.h"
@@ -72,14 +73,24 @@ bool is_html(const ExplainedMessage& message) {
     return is_taken(message.analysis.text_source) && type.starts_with("text/html");
 }
 
+// The text without the empty lines at its end.
+std::string_view without_last_empty_lines(std::string_view text) {
+    const std::size_t last = text.find_last_not_of("\r\n");
+    return last == std::string_view::npos ? "" : text.substr(0, text.find('\n', last));
+}
+
 std::string first_lines(const BodyLines& lines) {
+    const std::string_view all = without_last_empty_lines(lines.text());
+    if (all.empty()) {
+        return "";
+    }
     std::string text;
     std::size_t shown = 0;
-    for (const std::string_view body_line : lines) {
+    for (BodyLines::Iterator body_line(all); body_line != BodyLines::end(); ++body_line) {
         if (shown++ == kShownLines) {
             return text + line("", "| ...");
         }
-        text += line("", "| " + cut(printable(body_line)));
+        text += line("", "| " + cut(printable(*body_line)));
     }
     return text;
 }

@@ -367,6 +367,30 @@ TEST_F(Explain, TellsWhatWasTakenFromTheMessage) {
                           "  loop        none\n"));
 }
 
+TEST_F(Explain, MarksATextOnlyWhereMoreFollows) {
+    add_responder(1);
+    const auto shown = [](const std::string& body) {
+        const std::string text = explain(message_with({}, body)).out;
+        const std::size_t begin = text.find("  charset");
+        return text.substr(begin, text.find("  loop") - begin);
+    };
+    const std::string charset = "  charset     US-ASCII\n";
+    const auto lines = [](int last) {
+        std::string text;
+        for (int number = 1; number <= last; ++number) {
+            text += "              | " + std::to_string(number) + "\n";
+        }
+        return text;
+    };
+    EXPECT_EQ(shown("1\n"), charset + lines(1));
+    EXPECT_EQ(shown("1\n2\n3\n4\n5\n"), charset + lines(5));
+    EXPECT_EQ(shown("1\n2\n3\n4\n5\n\n\r\n"), charset + lines(5));
+    EXPECT_EQ(shown("1\n2\n3\n4\n5\n\n6\n"), charset + lines(5) + "              | ...\n");
+    EXPECT_EQ(shown("\n\n1\n"), charset + "              | \n              | \n" + lines(1));
+    EXPECT_EQ(shown("1\r\n2\r\n"), charset + "              | 1\\x0d\n              | 2\\x0d\n");
+    EXPECT_EQ(shown("\n\n"), charset);
+}
+
 TEST_F(ExplainedAndAnswered, WhereOnlyPeopleAreAnswered) {
     write_file("/etc/tva/tva.conf", "AUTORESPONDER_ONLY_PEOPLE true\n");
     add_responder(1);
