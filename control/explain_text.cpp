@@ -100,14 +100,14 @@ std::string text_of(const ExplainedMessage& message) {
     std::string text = line("text", origin_of(message));
     for (const ExplainedPart& part : message.parts) {
         if (part.is_multipart) {
-            text += line("", "a " + printable(part.type) + " within it is not looked into");
+            text += line("", "a " + printable(part.type) + " within it is not searched");
         }
     }
     if (!is_taken(message.analysis.text_source)) {
         return text;
     }
     if (is_html(message)) {
-        text += line("", "its HTML source is what key words are looked for in");
+        text += line("", "key words are looked for in its HTML source");
     }
     return text + line("charset", printable(mail.charset)) + first_lines(mail.body_lines);
 }
@@ -203,7 +203,7 @@ std::string answers_of(const Explanation& explanation) {
         return "";
     }
     return line("answers", explanation.not_a_person.empty()
-                               ? "only people, as which the sender passes"
+                               ? "only people; the sender counts as one"
                                : "only people: " + printable(explanation.not_a_person));
 }
 
@@ -225,7 +225,7 @@ std::string diagnostics_of(const Explanation& explanation) {
     if (explanation.diagnostics.empty()) {
         return "";
     }
-    std::string text = heading("Said on standard error");
+    std::string text = heading("The autoresponder would log");
     const BodyLines lines(
         explanation.diagnostics.ends_with('\n')
             ? explanation.diagnostics.substr(0, explanation.diagnostics.size() - 1)
