@@ -78,6 +78,16 @@ class SmallMessages:
         if not sent[0] or sent[0] != sent[1]:
             raise SystemExit("bench: the floor does not send the autoresponder's statements")
 
+    def check_ends(self):
+        """Runs come as far as they are meant to."""
+        complaints = {"no message": "Could not get sender's", "loop": "Field From: contains"}
+        for end, given in self.ends.items():
+            said = self.world.complaints_of(self.programs["default"], *given)
+            expected = complaints.get(end, "")
+            if not said.startswith(expected) or (said and not expected):
+                raise SystemExit(f"bench: {end}: {said}")
+        self.world.take_answers()
+
     def run(self, program, end):
         """The microseconds of processor time that a run takes."""
         self.world.set_only_people(end == "answered, only people")
@@ -204,6 +214,7 @@ def main(extent, programs, static_programs, file):
     result = {"machine": machine, "load before": load()}
 
     small = SmallMessages(world, programs)
+    small.check_ends()
     small.check_floor()
     result["2 KB"] = small.measure(extent.rounds)
     attachment = Attachment(world, programs["default"], extent.film_mib)

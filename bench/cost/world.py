@@ -95,6 +95,15 @@ class World:
     def run(self, program, message, recipient):
         return self.run_all([program], [(recipient, message)])[0][0]
 
+    @staticmethod
+    def complaints_of(program, message, recipient):
+        """What a run of the program writes to standard error."""
+        with open(message, "rb") as standard_input:
+            environment = {**os.environ, "RESP_RECIPIENT": recipient}
+            return subprocess.run(
+                [program], stdin=standard_input, env=environment, stderr=subprocess.PIPE, text=True
+            ).stderr
+
     def statements_of(self, program, message, recipient):
         """The statements that a run of the program sends."""
         self.database.rows("set global log_output='TABLE', general_log=1")
