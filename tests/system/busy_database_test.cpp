@@ -96,7 +96,7 @@ TEST_F(BusyDatabase, WithoutRoomForAllAtOnceAnswersAll) {
     constexpr int kMessages = kSanitized ? 50 : 200;
     constexpr int kConnections = 20;
     sql("set global max_connections=" + std::to_string(kConnections));
-    // Others have them all, with the fixture's own, until the first of the programs was refused one.
+    // Others have them all, with the fixture's own, until the first program was refused one.
     std::vector<Database> others(kConnections - 1);
     const int refused_before = refused();
     for (int i = 0; i < kMessages; ++i) {
