@@ -4,13 +4,16 @@ import json
 import statistics
 
 MIB = 1 << 20
-KIB = 1 << 10
 
 BUILDS = {
     "default": "default build",
     "static": "client library linked in",
     "fixed": "the same at a fixed address",
 }
+
+PROCESS = "a process that does nothing"
+MAIL_PROGRAM = "the mail program: another such process"
+SUBMITTING = "counting, writing and submitting the reply"
 
 # The parts of an answered message: a run that comes as far as the second takes so much longer than
 # one that comes as far as the first.
@@ -20,10 +23,8 @@ PARTS = {
     "reading, copying and understanding the message": ("no message", "loop"),
     "logging in to the database, finding the responder": ("loop", "no responder"),
     "looking whether the sender may be answered": ("no responder", "limit reached"),
-    "counting, writing and submitting the reply": ("limit reached", "answered"),
+    SUBMITTING: ("limit reached", "answered"),
 }
-PROCESS = "a process that does nothing"
-MAIL_PROGRAM = "the mail program: another such process"
 
 
 class Figures:
@@ -57,7 +58,7 @@ class Figures:
         parts = {PROCESS: process}
         for part, (before, end) in PARTS.items():
             parts[part] = self.milliseconds(build, end) - self.milliseconds(build, before)
-        parts[part] -= process
+        parts[SUBMITTING] -= process
         parts[MAIL_PROGRAM] = process
         return parts
 

@@ -1,5 +1,6 @@
 """pictures.py FILE DIRECTORY: draws what measure.py has written to FILE, as SVG in DIRECTORY."""
 
+import io
 import pathlib
 import sys
 
@@ -36,7 +37,10 @@ def set_style():
 
 
 def save(figure, file):
-    figure.savefig(file, metadata={"Date": None, "Creator": None}, facecolor="white")
+    drawn = io.StringIO()
+    metadata = {"Date": None, "Creator": None}
+    figure.savefig(drawn, format="svg", metadata=metadata, facecolor="white")
+    file.write_text("".join(line.rstrip() + "\n" for line in drawn.getvalue().splitlines()))
     pyplot.close(figure)
 
 
