@@ -159,17 +159,17 @@ class SystemCalls : public FullRun {
 };
 
 TEST_F(SystemCalls, EachMayFail) {
-    fail_in_turn("", 80);
+    fail_in_turn("", 50);
 }
 
 TEST_F(SystemCalls, EachMayFailWithAllLaterOnesOfItsKind) {
-    fail_in_turn("+", 25);
+    fail_in_turn("+", 12);
 }
 
 TEST_F(SystemCalls, EachMayTransferLessThanItWasAskedTo) {
     std::vector<Call> all = calls();
     std::erase_if(all, [](const Call& call) { return !transfers(call.kind); });
-    for (const Call& call : some_of(all, 20)) {
+    for (const Call& call : some_of(all, 12)) {
         endure({.name = "call " + call.name() + " is short",
                 .invocation = with_failing_call(plain_start(), call.name() + ":short")});
         if (every_fault()) {
@@ -188,7 +188,7 @@ TEST_F(SystemCalls, ASignalMayArriveAtEachOnceThereAreHandlers) {
     constexpr std::array signals = {SIGTERM, SIGSEGV, SIGPIPE, SIGINT,  SIGHUP,  SIGALRM, SIGABRT,
                                     SIGBUS,  SIGXFSZ, SIGUSR1, SIGQUIT, SIGCHLD, SIGXCPU};
     std::size_t turn = 0;
-    for (const Call& call : some_of(all, 60)) {
+    for (const Call& call : some_of(all, 30)) {
         for (std::size_t tries = every_fault() ? 4 : 1; tries > 0; --tries) {
             const int signal = signals[turn++ % signals.size()];
             if (call.of_child && goes_on_after(signal)) {
