@@ -1,6 +1,6 @@
 #pragma once
 
-// Starting the program under test, and what there is to see of its run from outside.
+// Starts the program under test, and shows what can be seen of its run from outside.
 
 #include <sys/resource.h>
 #include <sys/types.h>

@@ -42,7 +42,7 @@ TEST_F(Resources, WithoutStandardInputThereIsNoSender) {
 
 TEST_F(Resources, WhatIsSaidOnAClosedStreamReachesNeitherTheDatabaseNorAnyMail) {
     // Without standard streams the connection to the database or a file of the run could get their
-    // descriptors. The second responder has to come behind what is said about the first.
+    // descriptors. The second responder uses them after something has been said about the first.
     add_forward(1, "copy@example.net");
     add_attachment(1, "directory");
     std::filesystem::create_directories(attachment_path("directory"));

@@ -360,7 +360,7 @@ TEST_F(DbSessionSetUp, AServerBefore41IsSentNoCharset) {
     }
 }
 
-TEST_F(DbConnect, RawGivesNoConnectionThatReportsAnErrorNumber) {
+TEST_F(DbConnect, RawReturnsNoConnectionThatReportsAnErrorNumber) {
     const FaultyLibrary library(LibraryFault::connected_with_error);
     const long before = open_descriptors();
     for (ConnectFunction function : {tolva_db_connect_raw, tolva_db_connect_ex}) {
@@ -463,7 +463,7 @@ TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
     EXPECT_EQ(watch.calls().size(), 1U);
 }
 
-TEST_F(DbSessionSetUp, IsMadeAnewWhereTheSessionIsLost) {
+TEST_F(DbSessionSetUp, IsMadeAgainWhereTheSessionIsLost) {
     const FaultyLibrary library(LibraryFault::lost_session, 1, 2);
     const ConnectWatch watch;
     const long before = open_descriptors();
