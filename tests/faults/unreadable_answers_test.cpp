@@ -1,7 +1,9 @@
-// The client library runs out of memory in the middle of rows. The rest of them is still on its way
-// and would be waited for, or taken for the answer to the next statement.
+// The client library runs out of memory in the middle of an answer. The rest of it is still on its
+// way and would be waited for, or taken for the answer to the next statement.
 
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +14,7 @@ namespace {
 
 using testing::SizeIs;
 
-class UnreadableRows : public Faults {
+class UnreadableAnswers : public Faults {
   protected:
     void SetUp() override {
         if (kSanitized) {
@@ -22,7 +24,7 @@ class UnreadableRows : public Faults {
     }
 };
 
-TEST_F(UnreadableRows, EndTheStatementsAtOnce) {
+TEST_F(UnreadableAnswers, WithoutMemoryForARowEndTheStatementsAtOnce) {
     for (int id = 1; id <= 2; ++id) {
         add_responder(id, "text='Gone fishing.', ans_freq='100'");
         add_attachment(id, "gone.txt");
@@ -45,6 +47,51 @@ TEST_F(UnreadableRows, EndTheStatementsAtOnce) {
         EXPECT_EQ(outcome.mails[0].arguments, reply_arguments());
         EXPECT_EQ(outcome.mails[0].message, plain_reply());
     }
+}
+
+// The lines about statements that failed.
+std::vector<std::string> failed_statements(const std::string& err) {
+    std::istringstream lines(err);
+    std::vector<std::string> failed;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find("query") != std::string::npos) {
+            failed.push_back(line);
+        }
+    }
+    return failed;
+}
+
+TEST_F(UnreadableAnswers, AreTakenForNoOther) {
+    // Many statements, of which some go on after a failure.
+    for (int id = 1; id <= 2; ++id) {
+        add_responder(id, "text='Gone fishing.', ans_freq='100'");
+        add_attachment(id, "gone.txt");
+        add_forward(id, "copy@example.net");
+    }
+    const Invocation plain = {.message = plain_message()};
+    // An answer is read into blocks of this size and more.
+    const std::string block = ">1000";
+    outlive("no failure", with_failing_allocation(plain, "0" + block, "allocations"));
+    const unsigned long all = std::stoul(lines_of("/world/allocations").at(0));
+    int runs_with_failure = 0;
+    for (unsigned long number = 1; number <= all; ++number) {
+        SCOPED_TRACE(number);
+        const Outcome outcome =
+            outlive("block " + std::to_string(number),
+                    with_failing_allocation(plain, std::to_string(number) + block));
+        std::vector<std::string> failed = failed_statements(outcome.err);
+        if (!failed.empty()) {
+            ++runs_with_failure;
+            failed.erase(failed.begin());  // the one without memory
+        }
+        EXPECT_THAT(failed, testing::Each(testing::EndsWith("Server has gone away")));
+        if (outcome.err.starts_with("Unable to define client email") &&
+            outcome.mails.at(1).arguments == reply_arguments()) {
+            // So it was the first responder's notice that failed.
+            EXPECT_THAT(outcome.mails, SizeIs(2)) << "nothing is to be asked for the second";
+        }
+    }
+    EXPECT_GT(runs_with_failure, 10);
 }
 
 }  // namespace
