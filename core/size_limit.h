@@ -3,15 +3,8 @@
 #include <sys/types.h>
 
 #include <optional>
-#include <ostream>
-#include <string>
 
-#include "core/reply_marks.h"
-
-struct Mail_content;
-
-/// The mail system's size limit for messages, and what goes out in place of a reply that exceeds
-/// it.
+/// The mail system's size limit for messages.
 class SizeLimit {
   public:
     /// A limit in bytes; 0 or less is none.
@@ -35,8 +28,3 @@ class SizeLimit {
   private:
     int bytes_;
 };
-
-/// Writes the notice that goes to the sender of `mail` in place of a reply that is too large.
-/// `reply_to` is the responder's Reply-To address, may be empty. The notice bears `marks`.
-void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to,
-                       const ReplyMarks& marks = {});
