@@ -3,6 +3,8 @@
 #include <errmsg.h>
 #include <sys/socket.h>
 
+#include <cerrno>
+
 namespace tolva::db {
 
 namespace {
@@ -11,9 +13,12 @@ bool is_of_client(unsigned error) {
     return IS_MYSQL_ERROR(error) || IS_MARIADB_ERROR(error);
 }
 
-// Not mysql_close(3): the handle is the caller's, and its error is still to be reported.
+// Not mysql_close(3): the handle is the caller's, and its error is still to be reported, as is
+// errno.
 void cut_off(MYSQL* connection) {
+    const int error = errno;
     shutdown(mysql_get_socket(connection), SHUT_RDWR);
+    errno = error;
 }
 
 }  // namespace
