@@ -10,6 +10,8 @@
 
 struct Mail_content;
 
+static_assert(sizeof(off_t) == 8, "a reply may be larger than 2 GiB");
+
 /// The mail system's size limit for messages, and what goes out in place of a reply that exceeds
 /// it.
 class SizeLimit {
