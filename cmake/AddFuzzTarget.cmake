@@ -1,5 +1,5 @@
 # Seconds that each fuzz target runs as a test.
-set(AUTORESPONDER_FUZZ_SECONDS 5 CACHE STRING "Length of each fuzz target's run under CTest")
+set(AUTORESPONDER_FUZZ_SECONDS 3 CACHE STRING "Length of each fuzz target's run under CTest")
 math(EXPR fuzz_timeout "${AUTORESPONDER_FUZZ_SECONDS} + 240")
 
 # add_fuzz_target(NAME <name> SOURCES <files> LIBRARIES <targets> [CORPUS <directory>]

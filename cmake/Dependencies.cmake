@@ -1,5 +1,5 @@
-# What is installed and called: MariaDB Connector/C with the OpenSSL that it needs, and GNU libidn, as
-# the targets `client_library` and `idn_library` (iconv is part of glibc).
+# The installed libraries that the program calls: MariaDB Connector/C with the OpenSSL that it
+# needs, and GNU libidn, as the targets `client_library` and `idn_library` (iconv is part of glibc).
 
 find_package(PkgConfig REQUIRED)
 

@@ -8,8 +8,8 @@
 /// how often. Throws Failure, and EndOfRun if a statement fails.
 void list_answered(const std::string& recipient);
 
-/// Lets the responders of the mailbox answer `sender` once more as if for the first time today, and
-/// prints what was forgotten. Throws as above.
+/// Has the responders of the mailbox forget `sender`, who is then answered as if for the first time
+/// today, and prints how many rows that were. Throws as above.
 void clear_answered(const std::string& recipient, const std::string& sender);
 
 /// The same for every sender.

@@ -123,13 +123,13 @@ class ResponderExplainer {
     }
 
   private:
-    // Whether the message is no person's, as far as the panel can tell.
+    // Whether the panel can tell that the message is not a person's.
     void judge_person(MYSQL* connection) {
-        const bool asked = header_ != nullptr &&
-                           std::ranges::any_of(explanation_.responders,
-                                               [&](const ExplainedResponder& responder) {
-                                                   return applies_to(responder.row, mail_);
-                                               });
+        const bool asked =
+            header_ != nullptr &&
+            std::ranges::any_of(explanation_.responders, [&](const ExplainedResponder& responder) {
+                return applies_to(responder.row, mail_);
+            });
         if (!asked) {
             return;
         }
@@ -308,7 +308,7 @@ void conclude(Explanation& explanation) {
     explanation.reason = (ids.find(',') == std::string::npos ? "responder " : "responders ") + ids;
 }
 
-// Goes the way of the autoresponder as far as it goes.
+// Follows the autoresponder as far as it goes.
 void go_the_way(Explanation& explanation, const DwString& source, MailFiles& files,
                 const CapturedOutput& captured) {
     const std::unique_ptr<DwMessage> message = parsed(source);

@@ -92,8 +92,8 @@ struct Explanation {
     std::string reason = {};  ///< the verdict in one line
     bool empty = false;       ///< nothing was given for a message
     std::optional<ExplainedMessage> message = {};
-    std::string loop = {};  ///< why it would make a loop; empty: it would not
-    bool only_people = false;  ///< whether only people are answered
+    std::string loop = {};          ///< why it would make a loop; empty: it would not
+    bool only_people = false;       ///< whether only people are answered
     std::string not_a_person = {};  ///< the rule that says it is no person's mail; empty: none
     std::optional<Mailbox> mailbox = {};
     std::optional<int> size_limit = {};  ///< of the mail system in bytes

@@ -10,8 +10,8 @@
 /// Where the mails that would be handed over are written to, each with its envelope.
 class MailFiles {
   public:
-    /// Into the directory `directory`, which is made if need be; nowhere if there is none. Throws
-    /// Failure.
+    /// Into the directory `directory`, which is created if it does not exist; nowhere if it is
+    /// null. Throws Failure.
     explicit MailFiles(std::optional<std::string> directory);
 
     /// Writes the bytes that are read from `fd`, and the envelope of `mail`: to <number>-<kind>.eml

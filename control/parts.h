@@ -7,7 +7,7 @@
 
 /// The parts of a message, for telling what is looked at and what is not.
 
-/// The type of an entity as its Content-Type field gives it, up to the first parameter; empty when
+/// The type of an entity as its Content-Type field states it, up to the first parameter; empty if
 /// it has no such field.
 std::string type_of(const DwEntity& entity);
 

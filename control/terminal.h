@@ -11,6 +11,6 @@ enum class Colour { kNone, kGood, kBad, kUnsure, kStrong };
 /// TERM=dumb ask for none), else as it is.
 std::string coloured(std::string_view text, Colour colour);
 
-/// `text` with what could move the cursor or hide spelt out: control characters as "\n", "\t" or
-/// "\xNN", and bytes that are no UTF-8 likewise.
+/// `text` with everything spelt out that could move the cursor or hide: control characters as "\n",
+/// "\t" or "\xNN", and so are bytes that are not UTF-8.
 std::string printable(std::string_view text);

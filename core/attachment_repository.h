@@ -10,9 +10,9 @@ struct Mailbox;
 /// The directory in which a mailbox's files to attach lie:
 /// <mail-names directory>/<domain>/<mailbox>/@attachments.
 ///
-/// The mailbox's owner can put there, or in the place of the directories on the way, what root
-/// would not give away, such as a link to a file of root's. So a file is looked up and read with
-/// the rights of whoever can have put it there: see core/guarded_path.h.
+/// The mailbox's owner can put anything there, or in place of the directories on the way, such as a
+/// link to a file of root's. So a file is looked up and read with the rights of whoever could have
+/// put it there: see core/guarded_path.h.
 class AttachmentRepository {
   public:
     explicit AttachmentRepository(const Mailbox& mailbox);
@@ -21,11 +21,11 @@ class AttachmentRepository {
     AttachmentRepository(std::string root, std::string path)
         : root_(std::move(root)), path_(std::move(path)) {}
 
-    /// Of the file of that name, as messages about it show it.
+    /// The path of the file of that name, as messages show it.
     [[nodiscard]] std::string path(const std::string& name) const;
 
-    /// Whether there is anything of that name, a directory or an unreadable file included. A name
-    /// with a component ".." counts as there.
+    /// Whether anything of that name exists, a directory or an unreadable file included. A name
+    /// with a component ".." counts as existing.
     [[nodiscard]] bool has(const std::string& name) const;
 
     struct OpenedFile {
@@ -33,8 +33,8 @@ class AttachmentRepository {
         int error = 0;  ///< errno value; 0 where the file is open
     };
 
-    /// Opens a file for reading, without waiting for anybody. Only regular files can be opened: a
-    /// pipe or device may block or never end. A name with a component ".." is refused with EACCES.
+    /// Opens a file for reading, without blocking. Only regular files can be opened: a pipe or
+    /// device may block or never end. A name with a component ".." is refused with EACCES.
     [[nodiscard]] OpenedFile open(const std::string& name) const;
 
   private:

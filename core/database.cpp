@@ -34,13 +34,13 @@ namespace {
 
 constexpr int kRepetitions = 3;
 
-// A connection with a result that could not be read to its end. Another one in its place would not
-// know what was in it, so everything that follows is to fail.
+// A connection with a result that could not be read to its end. A new one in its place could not
+// supply the rest, so everything that follows has to fail.
 const MYSQL* abandoned = nullptr;
 
 // Whether the server has undone the statement that has just failed, and nothing else, so that it
-// may be sent again. Without autocommit it has undone earlier statements, too. A lock wait that ran
-// into its limit is not repeated: the server has waited as long as its administrator lets it, and
+// may be sent again. Without autocommit it has also undone earlier statements. A lock wait that ran
+// into its limit is not repeated: the server has waited as long as its administrator allows, and
 // others may have been waiting for this connection meanwhile.
 bool was_rolled_back(MYSQL* connection) {
     return mysql_errno(connection) == ER_LOCK_DEADLOCK &&
@@ -48,7 +48,7 @@ bool was_rolled_back(MYSQL* connection) {
 }
 
 // Whether the statement has just failed because the connection is of no more use, and may be sent
-// again by another. Where nobody knows what became of it, only an insertion does harm when it is
+// again over another. Where nobody knows what became of it, only an insertion does harm when it is
 // repeated.
 bool was_cut_off(MYSQL* connection, const std::string& statement) {
     switch (mysql_errno(connection)) {
@@ -64,8 +64,8 @@ bool was_cut_off(MYSQL* connection, const std::string& statement) {
     }
 }
 
-// Takes the place of a connection that broke, with a session set up in the same way. False when
-// that is not to be had within a few seconds, which are all there are in a run.
+// Replaces a broken connection by one whose session is set up in the same way. False if that cannot
+// be done within a few seconds, which have to do for the whole run.
 bool connect_again(MYSQL* connection) {
     if (connection == abandoned) {
         return false;

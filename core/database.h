@@ -34,7 +34,7 @@ class QueryResult {
     /// Why it failed; empty when it was answered.
     [[nodiscard]] const std::string& reason() const { return reason_; }
 
-    /// Goes to the next row; false when there is none.
+    /// Moves to the next row; false when there is none.
     bool fetch();
 
     /// A column of the current row, by its position from 0; null for SQL NULL. Valid until the next
@@ -52,19 +52,19 @@ class QueryResult {
     const unsigned long* lengths_ = nullptr;
 };
 
-/// The text that ends the run when a statement fails, unless there is one of its own.
+/// The text that ends the run when a statement fails that has no text of its own.
 inline constexpr std::string_view kStatementFailed = "autoresponder: Unable to exec query :";
 
 /// Sends `statement` and reads its rows. The one way by which the core asks the database anything.
 ///
 /// A statement that the server undid because of a deadlock, or because another node of its cluster
-/// changed the same rows first, is sent again, at most three times. This is for sessions with
-/// autocommit, where nothing else is undone with it; without, the deadlock is a failure like
-/// others.
+/// changed the same rows first, is sent again, at most three times. That holds for sessions with
+/// autocommit, where nothing else is undone with it; without autocommit a deadlock is a failure
+/// like any other.
 ///
 /// Where the connection breaks, because the server is restarted or a node of the cluster is lost,
-/// `connection` is made anew in place, within 5 seconds, and the statement sent again; but not an
-/// insertion that may have been carried out.
+/// `connection` is opened again in place, within 5 seconds, and the statement is sent again, unless
+/// it is an insertion that may have been carried out.
 QueryResult send_statement(MYSQL* connection, const std::string& statement);
 
 /// The same; throws EndOfRun with `failure` and the reason unless the statement was answered.

@@ -35,9 +35,9 @@ Envelope response_envelope(const Mail_content& mail);
 /// was.
 bool sent_or_recorded(const std::function<void()>& send);
 
-/// Composes the answer in `file` and hands it to the mail program, whose end is waited for. An
-/// answer that cannot be sent is recorded in the log and left at that: the run goes on, the next
-/// responder may fare better.
+/// Composes the answer in `file`, hands it to the mail program and waits for that to end. An answer
+/// that cannot be sent is recorded in the log and left at that: the run goes on, the next responder
+/// may fare better.
 void send_response(const ResponseFile& file, const Mail_content& mail,
                    const ResponderRow& responder, const ResponseAttachments& attachments,
                    const ReplyMarks& marks);

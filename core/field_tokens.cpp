@@ -16,8 +16,8 @@ bool is_atom_byte(char c) {
     return !is_gap(c) && kSpecials.find(c) == std::string_view::npos;
 }
 
-// The length of what begins `text` and ends with the `closing` that no backslash escapes, npos when
-// it is never closed. What `opening` opens nests; without nesting it is `closing`, too.
+// The length of the delimited text that `text` begins with, up to the `closing` that no backslash
+// escapes; npos if it is never closed. It nests, unless `opening` is `closing`.
 std::size_t delimited_length(std::string_view text, char opening, char closing) {
     std::size_t depth = 1;
     for (std::size_t i = 1; i < text.size(); ++i) {

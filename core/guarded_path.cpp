@@ -30,7 +30,7 @@ class RemainingPath {
         return component.empty() ? "." : component;
     }
 
-    // Goes along `path` first.
+    // Puts `path` before what is left.
     void put_before(const std::string& path) {
         text_ = path + text_.substr(position_);
         position_ = 0;
@@ -74,7 +74,7 @@ FileIdentity owner_of(const Entry& entry) {
     return {entry.status.st_uid, group};
 }
 
-// Whose rights are enough for an entry that others than root can have put into the directory;
+// Whose rights to use for an entry that somebody other than root can have put into the directory;
 // nothing if nobody else can.
 std::optional<FileIdentity> suspect(const Entry& entry, const Entry& directory) {
     if (entry.status.st_uid != 0) {
@@ -114,7 +114,7 @@ GuardedPath with_rights_of(FileIdentity identity, Entry directory, std::string n
     return path;
 }
 
-// Replaces a link of root's by the way that it shows. Returns an errno value, 0 on success.
+// Replaces a link of root's by the path that it points to. Returns an errno value, 0 on success.
 int follow(const Entry& link, Entry& directory, RemainingPath& left) {
     const std::optional<std::string> target = link_target(link);
     if (!target) {
@@ -158,7 +158,7 @@ GuardedPath walk_guarded(const std::string& root, const std::string& path) {
     if (root.size() + path.size() >= PATH_MAX) {
         return nothing(ENAMETOOLONG);
     }
-    // Both, as a link may belong to somebody else than what it leads to.
+    // Both, because a link and what it leads to may belong to different users.
     const Entry way = open_entry(AT_FDCWD, root, O_NOFOLLOW);
     Entry directory = open_entry(AT_FDCWD, root, O_DIRECTORY);
     if (way.error != 0 || directory.error != 0) {

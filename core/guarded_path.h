@@ -6,7 +6,7 @@
 #include "core/file_identity.h"
 #include "support/descriptor.h"
 
-/// Where to look a file up that others than root may have put in its place, and with whose rights.
+/// Where to look up a file that somebody other than root may have put there, and with whose rights.
 struct GuardedPath {
     tolva::Descriptor directory;           ///< opened with O_PATH; none if `error` is not 0
     std::string name;                      ///< to be looked up there; may have several components
@@ -16,11 +16,11 @@ struct GuardedPath {
 };
 
 /// Walks from the directory `root` down along `path`, component by component, as long as root alone
-/// can have put in its place what it meets: what belongs to root and lies in a directory that
-/// nobody else may write to. The first component that others can have put there ends the walk: the
+/// can have put there what it finds: something that belongs to root, in a directory that nobody
+/// else may write to. The first component that somebody else can have put there ends the walk: the
 /// rest is to be looked up with the rights of its owner or, where that is root, with nobody's.
 ///
 /// Links of root's are followed, wherever they lead; those of others are left to the look-up. What
-/// stands above `root` is trusted. A process that is not root has no rights that others could
-/// abuse, so it looks everything up as it is.
+/// lies above `root` is trusted. A process that is not root has no rights that others could abuse,
+/// so it looks everything up as it is.
 GuardedPath walk_guarded(const std::string& root, const std::string& path);

@@ -17,12 +17,12 @@ struct MessageAnalysis {
     std::size_t text_part = 0;  ///< see MessageText::part
 };
 
-/// Takes the message `text` apart, which was sent to `recipient`; null stands for an address that
-/// is not known. Returns what it yields; null, with the reason on standard error, when it cannot be
-/// answered. Text that cannot be converted to UTF-8 is a warning there.
+/// Takes apart the message `text`, which was sent to `recipient`, null if the address is not known.
+/// Returns what it yields; null, with the reason on standard error, if it cannot be answered. Text
+/// that cannot be converted to UTF-8 draws a warning there.
 ///
 /// Keeps the message's header in `header`, unless that is null. A large header is not copied, and
-/// keeps the memory of the whole message as long as it lives.
+/// keeps the whole message in memory as long as it lives.
 ///
 /// Throws std::bad_alloc, and std::out_of_range for a subject that ends in blanks (see
 /// tolva::rfc1522::decode).

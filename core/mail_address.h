@@ -17,13 +17,13 @@ struct MailAddress {
     auto operator<=>(const MailAddress&) const = default;
 };
 
-/// The address that `text` is without any syntax, as mail systems hand it over in the environment
-/// or in a database: what stands before its last "@", and what follows it.
+/// Divides an address without any syntax, as mail systems hand it over in the environment or in a
+/// database: what stands before its last "@", and what follows it.
 MailAddress bare_address(std::string_view text);
 
 /// Reads the addresses of a field body such as To: (RFC 5322, 3.4 and 4.4) one by one, in time
 /// proportional to its length: those of mailboxes and of the members of groups, wherever they stand
-/// in the list. Display names, routes and comments are no addresses, even if they look like one. A
+/// in the list. Display names, routes and comments are not addresses, even if they look like one. A
 /// word without a domain is an address with an empty domain.
 class AddressReader {
   public:

@@ -11,10 +11,10 @@ struct Mail_content;
 struct Mailbox;
 
 /// Addresses of a mailbox: every one of its local parts at every one of its domains. They compare
-/// without letter case and whichever form an internationalised domain is written in.
+/// without regard to letter case and to the form in which an internationalised domain is written.
 class MailboxAddresses {
   public:
-    /// To begin with, the one that the message was sent to.
+    /// Starts with the one that the message was sent to.
     explicit MailboxAddresses(const Mail_content& mail);
 
     /// Adds all that the panel knows of the mailbox: its name and its mail aliases, its domain and

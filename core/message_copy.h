@@ -5,10 +5,10 @@
 #include "support/descriptor.h"
 
 /// The copy of the incoming message on disk, for those it is forwarded to. A run has one, in the
-/// file `mail_file_name`, readable for its owner only; the end of the run removes it.
+/// file `mail_file_name`, readable by its owner only; the end of the run removes it.
 ///
-/// The copy is a prefix of the message: after the first write that fails nothing more is written.
-/// One that is cut short is no reason not to answer; whoever forwards it says so.
+/// The copy is a prefix of the message: after the first write that fails nothing more is written. A
+/// message is answered even if its copy is cut short; whoever forwards it says so.
 class MessageCopy {
   public:
     /// Makes the file. If that fails there is none.

@@ -22,9 +22,9 @@ struct MessageText {
     std::size_t part = 0;  ///< which part, counted from 0
 };
 
-/// The text that key words are looked for in: the body of a message that is a text or says nothing
-/// of its type, else the first direct part of a multipart that says it is a text. Parts that say
-/// nothing are passed over, nested multiparts are not entered. Empty when there is none.
+/// The text that key words are looked for in: the body of a message that is a text or does not
+/// state its type, else the first direct part of a multipart that says it is a text. Parts that do
+/// not state their type are passed over, nested multiparts are not entered. Empty if there is none.
 MessageText choose_text(const DwMessage& message);
 
 /// The charset that the entity's Content-Type declares, as written there; "US-ASCII" when it
@@ -32,5 +32,5 @@ MessageText choose_text(const DwMessage& message);
 DwString GetCharset(const DwEntity& entity);
 
 /// Stores the entity's body in `out` with its Content-Transfer-Encoding undone (RFC 2045, 6). A
-/// body in no encoding that is known here is taken as it stands.
+/// body in an encoding that is not known here is taken as it stands.
 void DecodeBody(const DwEntity& entity, DwString& out);

@@ -99,8 +99,7 @@ std::optional<MissingFileNotice> prepare_missing_file_notice(MYSQL* connection,
 void write_missing_file_notice(std::ostream& out, const MissingFileNotice& notice,
                                const Mail_content& mail) {
     if (!notice.reply_to.empty()) {
-        // No line end: the text runs on into the From: line. The notice keeps these very bytes, so
-        // this is not to be mended.
+        // No line end, so the text runs on into the From: line: the notice keeps these very bytes.
         out << "Reply-To: " << notice.reply_to;
     }
     out << "From: " << notice.sender << "\n"

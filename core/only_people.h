@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-/// The administrator's choice whom the responders answer: everybody whom answering makes no loop
-/// with (core/loop_check.h), or only people.
+/// The administrator's choice of whom the responders answer: everybody, loops aside
+/// (core/loop_check.h), or only people.
 
 /// Whether only people are answered: the variable AUTORESPONDER_ONLY_PEOPLE of the panel's
 /// configuration is "true", in any letter case.

@@ -40,7 +40,7 @@ bool leads_to(const MailAddress& address, MYSQL* connection, const Mailbox& mail
 }
 
 // Whether an address of the mailbox stands in the header. The panel is asked for further ones only
-// if the one at hand does not.
+// if the known one does not.
 bool is_addressed(MYSQL* connection, const Mail_content& mail, const Mailbox& mailbox,
                   const HeaderFields& header) {
     MailboxAddresses addresses(mail);

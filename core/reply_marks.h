@@ -27,6 +27,6 @@ class ReplyMarks {
 
 /// The message identifier in the body of a Message-ID field, with its angle brackets, as a slice;
 /// null unless it is well formed: one "@" at least between the brackets, printable ASCII
-/// throughout, no more than 998 bytes, and nothing beside it but white space and comments. So it
-/// can stand in the header of another message.
+/// throughout, no more than 998 bytes, and nothing else in the body but white space and comments.
+/// So it can stand in the header of another message.
 std::optional<std::string_view> message_id(std::string_view body);

@@ -12,6 +12,6 @@ struct Mail_content;
 int db_mail_act(Mail_content* mail);
 
 /// The same; where `header`, the header of `mail`, is not null, only people are answered: a message
-/// that impersonal_reason speaks of is not, with a line on standard error, and replies bear
+/// for which there is an impersonal_reason is not, with a line on standard error, and replies bear
 /// ReplyMarks.
 int db_mail_act(Mail_content* mail, const HeaderFields* header);

@@ -81,8 +81,8 @@ ResponseText response_text(const ResponderRow& responder) {
         return {tolva::iconvRecode(responder.text, "UTF-8", responder.charset, true),
                 responder.charset};
     } catch (const std::exception&) {
-        // Whatever the charset's name or the text brings about, exhausted memory included: a reply
-        // in UTF-8 is better than none.
+        // Whatever the charset's name or the text causes, exhausted memory included: a reply in
+        // UTF-8 is better than none.
         return {responder.text, "UTF-8"};
     }
 }

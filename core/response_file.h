@@ -8,7 +8,7 @@
 #include "support/descriptor.h"
 
 /// The file that a reply is composed in and sent from. It has the name `resp_uu_file_name`, which
-/// is new for each reply of a run, is readable for its owner only, and is removed with this object.
+/// is new for each reply of a run. It is readable by its owner only and removed with this object.
 class ResponseFile {
   public:
     enum class Written { kWhole, kTooLarge };

@@ -10,8 +10,8 @@
 #include "core/size_limit.h"
 
 /// The stream that a reply is composed into, over a descriptor of the caller's. It fails for good
-/// at the first write that does, and as soon as more than the limit has been written to it; then it
-/// takes nothing more, so that whoever feeds it can stop.
+/// at the first write that fails, and as soon as more than the limit has been written to it; then
+/// it takes nothing more, so that whoever feeds it can stop.
 class ResponseStream : public std::ostream {
   public:
     ResponseStream(int fd, SizeLimit limit);

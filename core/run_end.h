@@ -3,9 +3,9 @@
 #include <string>
 #include <utility>
 
-/// Thrown when the run cannot go on: nothing more is answered. What it passes is given back on the
-/// way to main, which reports the reason. It is no std::exception, so that no handler of a failure
-/// that the run survives takes it for one.
+/// Thrown when the run cannot go on: nothing more is answered. Everything owned is released on its
+/// way to main, which reports the reason. It is not a std::exception, so that no handler of a
+/// failure that the run survives catches it.
 class EndOfRun {
   public:
     /// `reason` is the whole line to report, without its line end.

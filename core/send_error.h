@@ -6,7 +6,7 @@
 /// then; what() is what the log records.
 class SendError : public std::runtime_error {
   public:
-    /// `error` is the errno value of the cause, 0 if it is no error of the system.
+    /// `error` is the errno value of the cause, 0 if that is not an error of the system.
     SendError(const std::string& what, int error) : std::runtime_error(what), error_(error) {}
 
     [[nodiscard]] int error() const { return error_; }

@@ -186,7 +186,7 @@ def show_scenes(programs):
 
 
 def main(programs, which_panel, recipient=None):
-    # The end of a reader or of the person's patience is no event to report.
+    # That nobody reads on, or somebody presses Ctrl-C, is nothing to report.
     for ending in (signal.SIGINT, signal.SIGPIPE):
         signal.signal(ending, signal.SIG_DFL)
     sys.stdout.reconfigure(errors="backslashreplace")

@@ -21,7 +21,7 @@ void Complaints::add(std::string_view what, std::string_view subject) {
 
 void Complaints::write() {
     if (!lines_.empty()) {
-        // Not to std::cerr: with <iostream> every run would begin with making eight streams.
+        // Not to std::cerr: with <iostream> every run would begin by constructing eight streams.
         std::fwrite(lines_.data(), 1, lines_.size(), stderr);
         lines_.clear();
     }

@@ -6,7 +6,7 @@
 namespace tolva {
 
 /// A stream of a child that is collected through a pipe. The pipe's read end does not block, so
-/// that several can be read by turns.
+/// that several can be read in turn.
 class CapturedStream {
   public:
     /// The text goes to `target` at the end; `*target` is null until then. Without a target the
@@ -25,7 +25,7 @@ class CapturedStream {
     /// The descriptor to poll, -1 at end of file.
     int read_end() const { return read_end_.get(); }
 
-    /// Reads what there is; reports through messlog2 if that fails.
+    /// Reads what is available; reports through messlog2 if that fails.
     bool read();
 
     void close() { read_end_.close(); }

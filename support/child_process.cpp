@@ -168,8 +168,8 @@ void report_failed_execv(const char* path, int error) {
 }
 
 // vfork(2), because copying the caller's page tables, and then its pages as it writes to them,
-// takes much longer than all else here. The caller is suspended until the child has become the
-// program or ended, and the child runs in the caller's memory, on its stack. So it
+// takes much longer than everything else here. The caller is suspended until the child has become
+// the program or ended, and the child runs in the caller's memory, on its stack. So it
 //
 // - calls async-signal-safe functions only, which allocate nothing and take no lock;
 // - changes nothing but errno and the unused part of the stack;

@@ -1,6 +1,6 @@
 /* The indices of the panel's installation paths (support/conf.h).
  *
- * They have a header of their own because C can put them only in the global namespace: just the
+ * They have a header of their own because C can put them only in the global namespace: only the
  * files that ask for a variable by its index get names like LOGROTATE.
  */
 #ifndef SUPPORT_CONF_VARIABLES_H

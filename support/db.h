@@ -5,15 +5,15 @@
  * A connection belongs to the caller: mysql_close(). Connecting takes at most 30 seconds, a request
  * and its answer at most 300 each, so that a server that has gone silent cannot hold a process for
  * ever. A lost connection is not reopened, and the server cannot ask for local files. A
- * process-wide flag is kept and nothing is locked: for programs of one thread.
+ * process-wide flag is kept and nothing is locked: this is for single-threaded programs.
  *
- * A server that refuses for a moment only, because it is being restarted or has too many sessions
+ * A server that refuses only for the moment, because it is being restarted or has too many sessions
  * (see is_passing in support/db_retry.h), is asked again, with growing pauses, until 5 seconds
  * after the first refusal; the same goes for a connection that is lost while its session is set up.
  *
  * The functions that take an error buffer write the reason for a failure into it as one line, cut
- * to its size; it may be null or of size 0. errno is that of a failure of the system, or 0 when the
- * reason came from the database. None of the functions throws.
+ * to its size; it may be null or of size 0. errno is that of the system call that failed, or 0 when
+ * the reason came from the database. None of the functions throws.
  */
 #ifndef SUPPORT_DB_H
 #define SUPPORT_DB_H
@@ -26,8 +26,8 @@ extern "C" {
 #endif
 
 /* Makes the client library ready; needed before mysql_escape_string() when no connection has been
- * made yet. Further calls do nothing. The process reads no configuration file of OpenSSL after
- * that, and looks services up in /etc/services only, whatever nsswitch.conf(5) says. */
+ * made yet. Further calls do nothing. From then on the process reads no configuration file of
+ * OpenSSL, and looks services up in /etc/services only, whatever nsswitch.conf(5) says. */
 void db_library_init(void);
 
 /* Opens the connection and logs in. Returns null on failure, with one of

@@ -16,8 +16,8 @@ void keep_openssl_small() {
 }
 
 // While it lives, a service is looked up nowhere: the client library asks for the port of "mysql",
-// which a local socket does without, too. As nsswitch.conf has it, that may ask a daemon, search
-// for plugins all over the disk, or read a file line by line.
+// which a local socket does without, too. Depending on nsswitch.conf, that may ask a daemon, search
+// the disk for plugins, or read a file line by line.
 class NoServices {
   public:
     NoServices() { __nss_configure_lookup("services", "dns"); }  // which knows hosts only

@@ -35,7 +35,7 @@ class BorrowedOrOwn {
     MYSQL* connection_;
 };
 
-// The reason is the server's alone: no error of the system is to be added to the message.
+// The reason is the server's: no error of the system must be added to the message.
 const char* reason_of(MYSQL* connection) {
     errno = 0;
     return mysql_error(connection);
@@ -105,7 +105,7 @@ int report_failure(const char* format, const char* name, const char* reason) {
     return -1;
 }
 
-// The value as it is written between the quotes of a string literal of SQL.
+// The value as it stands between the quotes of an SQL string literal.
 std::string escaped(MYSQL* connection, const char* value) {
     const tolva::CPointer<char> text(escape_mysql_param(connection, value));
     if (text == nullptr) {

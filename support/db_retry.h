@@ -5,8 +5,8 @@
 #include <chrono>
 #include <cstdint>
 
-/// Connecting again after a refusal that passes: a mail must not go unanswered because the server
-/// is being restarted or has no room for one more session.
+/// Connecting again after a refusal that will pass: a mail must not go unanswered because the
+/// server is being restarted or has no room for one more session.
 namespace tolva::db {
 
 /// Whether the error that the handle reports may be gone in a moment:

@@ -1,4 +1,4 @@
-/* Starting another program that runs beside the caller, with its standard streams connected to
+/* Starting another program that runs alongside the caller, with its standard streams connected to
  * descriptors of the caller: vfork(2), dup2(2), execv(3).
  *
  * These two functions do not wait for the program: that (waitpid(2)), and judging its exit status,

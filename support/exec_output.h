@@ -2,8 +2,8 @@
  *
  * The text collected is all that was written, whatever bytes, followed by a NUL; the caller frees
  * it with free(3). After a failure (result -1) it is null. The pointers that take it must not be
- * null unless it says so. Collecting ends when every process that holds the stream has closed it or
- * ended, as with popen(3).
+ * null unless stated otherwise. Collecting ends when every process that holds the stream has closed
+ * it or ended, as with popen(3).
  *
  * Results are those of system(3) and pclose(3): the status of the program as from waitpid(2)
  * (WIFEXITED, WEXITSTATUS, WIFSIGNALED, ...), or -1 with errno. Only that program is waited for,
@@ -36,7 +36,7 @@ int popen_exec_getoutput(char** output, const char* command);
 /* Runs a command of the shell and does not keep its output. Reports, each followed by a line feed:
  *     popen_exec: command failed code: <code> , <output, or "error: none" if there is none>
  *     popen_exec: failed to execute command: <command>
- * when it ends with another status than 0 (code is its exit status, or 128 + the number of the
+ * when it ends with a status other than 0 (code is its exit status, or 128 + the number of the
  * signal that ended it), and when it could not be run. */
 int popen_exec(const char* command);
 

@@ -15,10 +15,10 @@ extern "C" {
 #endif
 
 /* Run path with the caller's standard input, keep what it writes to standard output and standard
- * error, and report it, in that order, if the program ends with another status than 0:
+ * error, and report it, in that order, if the program ends with a status other than 0:
  *     <path> execution failed:\n<output>
  *     <path> execution failed (no output)
- * The latter, too, when it could not be run, after what fork_execv_getouterr reports. */
+ * The latter also when it could not be run, after what fork_execv_getouterr reports. */
 int fork_execv_log(const char* path, char* const argv[]);
 int fork_execl_log(const char* path, ...) __attribute__((sentinel));
 

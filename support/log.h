@@ -35,10 +35,10 @@ void vmesslog2(int status, int flag, const char* format, va_list args)
 int ex_messlog(char* text, int status, int flag);
 
 /* What happens after a message whose status is not zero. The default is exit(status). A program
- * that has to see its work through all the same sets another function; when that returns, the
- * function that reported returns, too (except malloc_safe and realloc_safe, which have nothing to
- * return and exit). It must not throw. Returns the function that was set before; null sets the
- * default again. */
+ * that has to finish its work all the same sets another function; when that returns, so does the
+ * function that reported (except malloc_safe and realloc_safe, which have nothing to return and
+ * exit). It must not throw. Returns the function that was set before; null sets the default
+ * again. */
 typedef void (*messlog_end_function)(int status);
 messlog_end_function messlog_set_end(messlog_end_function end);
 
@@ -50,7 +50,7 @@ messlog_end_function messlog_set_end(messlog_end_function end);
  * target beginning with "console", in any letter case: _tolva_utility_log and _tolva_utility_logv,
  *   which write messages up to level.
  * another target, or a level below 1: the console, disabled: nothing is written, whatever the
- *   message's level. That is the state before the first call, too. */
+ *   message's level. This is also the state before the first call. */
 void tolva_log_init(const char* target, int level, int facility, int options, const char* ident);
 
 /* The log as tolva_log_init set it; never null. Messages are formatted as by printf(3). */

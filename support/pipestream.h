@@ -58,8 +58,8 @@ class basic_handlestream : public std::ostream, protected StreamStrategy {
     basic_handlestream& operator=(basic_handlestream&&) = delete;
 
     ~basic_handlestream() override {
-        // Not left to the buffer's own destructor, which swallows exceptions. Over a FILE* this
-        // only writes what is pending; the handle, which is closed after it, owns the descriptor.
+        // Not left to the buffer's destructor, which swallows exceptions. Over a FILE* this only
+        // writes what is pending; the handle, which is closed after it, owns the descriptor.
         buffer_.close();
     }
 

@@ -1,6 +1,6 @@
 /* Small helpers for C strings, memory and command lines. What goes wrong is reported through
  * messlog2 (support/log.h). White space and letter case are those of isspace(3) and tolower(3).
- * Strings passed must not be null unless it says so. None of the functions throws.
+ * Strings passed must not be null unless stated otherwise. None of the functions throws.
  */
 #ifndef SUPPORT_STRING_HELPERS_H
 #define SUPPORT_STRING_HELPERS_H

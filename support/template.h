@@ -2,7 +2,7 @@
  *
  * A placeholder is an opening character, a name of 1 to 32 bytes and a closing character; the
  * caller chooses the two characters. Names and values come from a table that is sorted by name
- * (templ_quick_sort). Texts are byte strings: no encoding is known here. Nothing is allocated or
+ * (templ_quick_sort). Texts are byte strings: encodings do not matter here. Nothing is allocated or
  * thrown, and the time taken grows linearly with the source and the output. The functions keep no
  * state.
  */
@@ -36,8 +36,8 @@ enum {
     TEMPL_KEPT_UNKNOWN = 2          /* at least one unknown placeholder was kept */
 };
 
-/* What templ_replace is told and what it tells. Lengths are in bytes; one that does not fit in 31
- * bits is reported modulo 2^32, so keep sources and destinations below 2 GiB. */
+/* What templ_replace is given and what it reports. Lengths are in bytes; one that does not fit in
+ * 31 bits is reported modulo 2^32, so keep sources and destinations below 2 GiB. */
 struct repl_ctl {
     int32_t source_consumed; /* out: how much of the source the output accounts for */
     int32_t output_length;   /* out: how much was written to the destination */
@@ -68,7 +68,7 @@ char* templ_replace(char opening, char closing, const struct par_templ* table, u
                     const char* source, char* destination, unsigned long size,
                     struct repl_ctl* control);
 
-/* The index of the entry called name in a table sorted by name, or -1; -1, too, for a null name, a
+/* The index of the entry called name in a table sorted by name, or -1; also -1 for a null name, a
  * null table or a count below 1. Of entries with the same name any may be found. */
 int templ_found(const char* name, const struct par_templ* table, int count);
 

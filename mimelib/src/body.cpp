@@ -10,7 +10,7 @@
 namespace {
 
 // The boundary text of a multipart; empty if its Content-Type names none. This walks along the
-// parameters of a media type of its own, so that the caller's stay.
+// parameters of a media type of its own, so that those in use by the caller stay.
 DwString boundary_text(const DwString& content_type) {
     const DwMediaType media_type(content_type);
     for (const DwParameter* parameter = media_type.FirstParameter(); parameter != nullptr;

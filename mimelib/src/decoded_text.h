@@ -10,7 +10,7 @@
 namespace mimelib {
 
 // Gathers what a decoder makes of a text, a few bytes at a time, in a DwString that grows by
-// blocks: it is in memory once, and nowhere on the way.
+// blocks, so that the result is in memory only once.
 class DecodedText {
   public:
     void add(char byte) {

@@ -20,7 +20,7 @@ std::size_t after_line(std::string_view body, std::size_t position) {
     return line_feed == std::string_view::npos ? body.size() : line_feed + 1;
 }
 
-// Where the line end of a final boundary line is looked for. The character after the first dash is
+// Where to look for the line end of a final boundary line. The character after the first dash is
 // skipped whenever a dash follows it, even if it is the line feed.
 std::size_t after_dashes(std::string_view body, std::size_t first_dash) {
     const std::size_t second = first_dash + 1;

@@ -1,4 +1,4 @@
-// autoresponderctl check: whether all is there that the autoresponder needs.
+// autoresponderctl check: whether the autoresponder has everything that it needs.
 
 #include <sys/stat.h>
 #include <sys/wait.h>

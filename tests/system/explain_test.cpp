@@ -65,7 +65,7 @@ class Explain : public World {
     }
 };
 
-// The explanation of a message and what then happens to it, held together.
+// The explanation of a message compared with what then happens to it.
 class ExplainedAndAnswered : public Explain {
   protected:
     static std::vector<Row> counts() {
@@ -451,7 +451,7 @@ TEST_F(Explain, WritesMailsThatOnlyTheirOwnerCanRead) {
     EXPECT_EQ(fs::status(std::string(kReplies) + "/1-reply.eml").permissions(), fs::perms(0600));
 }
 
-TEST_F(Explain, TellsItsVersionAndHowItIsCalled) {
+TEST_F(Explain, SaysItsVersionAndHowToCallIt) {
     const Finished help = control({.arguments = {"--help"}});
     EXPECT_EQ(help.status, 0);
     EXPECT_THAT(help.out, StartsWith("usage: autoresponderctl explain "));

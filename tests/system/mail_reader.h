@@ -21,7 +21,7 @@ struct ReadMail {
     std::size_t parts = 0;  // leaves of the MIME tree
 };
 
-// Throws std::runtime_error when the parser makes nothing of it.
+// Throws std::runtime_error when the parser cannot read it.
 ReadMail read_mail(const std::string& bytes);
 
 // A header's text with its encoded words decoded, UTF-8.

@@ -1,4 +1,4 @@
-// What a real mail system makes of the mail: the mail server dma takes it from its own
+// What a real mail system does with the mail: the mail server dma takes it through its own
 // /usr/sbin/sendmail and delivers it to mailboxes of this machine, where it is read back.
 
 #include <fcntl.h>

@@ -48,7 +48,7 @@ class MissingFileNotice : public World {
         add_attachment(1, "gone.txt");
     }
 
-    // Runs a plain message, which must draw no notice but its reply, and returns standard error.
+    // Runs a plain message, which must draw its reply and no notice, and returns standard error.
     std::string without_notice() {
         const Outcome outcome = answer(plain_message());
         EXPECT_THAT(outcome.mails, SizeIs(1));
@@ -312,7 +312,7 @@ TEST_F(MissingFileNotice, AParserReadsBackItsText) {
 }
 
 TEST_F(MissingFileNotice, WithAReplyAddressAParserFindsNoSender) {
-    // The line end that is missing on purpose behind the Reply-To address hides the From field.
+    // The line end that is missing on purpose after the Reply-To address hides the From field.
     sql("update mail_resp set reply_to='desk@example.com'");
     const Outcome outcome = answer(plain_message());
     ASSERT_THAT(outcome.mails, SizeIs(2));

@@ -53,6 +53,9 @@ class OnlyPeople : public World {
     // Without the setting the message is forwarded, answered and counted.
     void expect_answered_without(const std::string& message, const Environment& environment,
                                  const std::string& recipient) {
+        if (kSanitized) {
+            return;  // once for all is enough there: nothing is read that others do not read
+        }
         set("false");
         const Outcome outcome = run_afresh(message, environment, recipient);
         EXPECT_EQ(outcome.err, "");
@@ -76,7 +79,7 @@ class OnlyPeople : public World {
         EXPECT_EQ(counted(), 0U);
     }
 
-    // The message is answered with the setting as well.
+    // The message is also answered with the setting.
     void expect_answered(const std::string& message, const Environment& environment = {},
                          const std::string& recipient = "user@example.com") {
         expect_answered_without(message, environment, recipient);
@@ -174,7 +177,7 @@ TEST_F(OnlyPeople, WithoutTheSettingNothingChanges) {
                     "select filename from resp_attach where rn_id=1"));
 }
 
-TEST_F(OnlyPeople, ALoopIsToldAsEver) {
+TEST_F(OnlyPeople, ALoopIsReportedAsAlways) {
     set("true");
     EXPECT_EQ(answer(from("user@example.com")).err, "Field From: equial field To:\n");
     EXPECT_EQ(answer(from("MAILER-DAEMON@example.org")).err,

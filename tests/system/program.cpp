@@ -24,8 +24,6 @@
 
 namespace {
 
-constexpr int kPatienceMilliseconds = 60000;
-
 int memory_file(const char* name) {
     const int fd = memfd_create(name, MFD_CLOEXEC);
     if (fd < 0) {
@@ -192,10 +190,10 @@ void Program::end_input() {
     close(std::exchange(holder_, -1));
 }
 
-Finished Program::wait() {
+Finished Program::wait(int seconds) {
     const int watch = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
     pollfd end = {watch, POLLIN, 0};
-    const bool ended = poll(&end, 1, kPatienceMilliseconds) == 1;
+    const bool ended = poll(&end, 1, seconds * 1000) == 1;
     close(watch);
     if (!ended) {
         throw std::runtime_error("the program does not end; on its standard error: " +

@@ -1,6 +1,6 @@
 #pragma once
 
-// Starting the program under test, and what there is to see of its run from outside.
+// Starts the program under test, and shows what can be seen of its run from outside.
 
 #include <sys/resource.h>
 #include <sys/types.h>
@@ -71,7 +71,7 @@ class Program {
     void end_input();
 
     // Waits for the end of the program; throws std::runtime_error when it has not ended in time.
-    Finished wait();
+    Finished wait(int seconds = 60);
 
   private:
     int input_ = -1;   // what the program reads: a file in memory, or a pipe held open

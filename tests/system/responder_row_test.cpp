@@ -86,7 +86,7 @@ TEST_F(ResponderRow, AnyOtherPlaceToLookIsNoCondition) {
     }
 }
 
-TEST_F(ResponderRow, TwoRowsGiveTwoAnswersInTheirOrder) {
+TEST_F(ResponderRow, TwoRowsYieldTwoAnswersInTheirOrder) {
     add_responder(1, "text='First'");
     add_responder(2, "text='Second'");
     const Outcome outcome = answer(plain_message());
@@ -123,7 +123,7 @@ TEST_F(ResponderRow, ANullSubjectAnswersTheIncomingOne) {
     EXPECT_EQ(reply("text='Gone fishing.', subject=NULL"), plain_reply());
 }
 
-TEST_F(ResponderRow, ANullReplyAddressGivesNoReplyTo) {
+TEST_F(ResponderRow, ANullReplyAddressYieldsNoReplyTo) {
     EXPECT_EQ(reply("text='Gone fishing.', reply_to=NULL"), plain_reply());
 }
 

@@ -117,7 +117,7 @@ TEST_F(ResponseFreq, ARefusedAnswerForwardsNothing) {
     EXPECT_EQ(answers(), 0U);
 }
 
-TEST_F(ResponseFreq, ANumberWithTextBehindItCounts) {
+TEST_F(ResponseFreq, ANumberWithTextAfterItCounts) {
     add_responder(1, "ans_freq='2 a day'");
     remember("sender@example.org", 1);
     EXPECT_EQ(answers(), 1U);

@@ -56,7 +56,7 @@ TEST_F(Response, WithoutAttachmentsThereIsNoBoundary) {
     EXPECT_EQ(message.find("--"), std::string::npos);
 }
 
-TEST_F(Response, EmptySubjectsGiveABareRe) {
+TEST_F(Response, EmptySubjectsYieldABareRe) {
     EXPECT_EQ(reply("text='Gone fishing.', subject=''", ""), plain_reply("Re: "));
 }
 

@@ -152,13 +152,13 @@ Outcome World::settle(Program& program, const std::vector<std::string>& before) 
 }
 
 Outcome World::run(const Invocation& invocation) {
-    empty_directory(kMailDirectory);
+    forget_mails();
     const std::vector<std::string> before = temporary_files();
     return settle(*start(invocation), before);
 }
 
 Finished World::control(const Invocation& invocation) {
-    empty_directory(kMailDirectory);
+    forget_mails();
     const std::vector<std::string> before = temporary_files();
     Finished finished = Program(kControlProgram, invocation).wait();
     EXPECT_TRUE(WIFEXITED(finished.status)) << "ended by signal " << WTERMSIG(finished.status);
@@ -185,6 +185,10 @@ std::vector<Submission> World::captured_mails() {
         read_facts(base + ".facts", mail);
         mails.push_back(std::move(mail));
     }
+}
+
+void World::forget_mails() {
+    empty_directory(kMailDirectory);
 }
 
 const char* World::program_path() {

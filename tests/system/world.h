@@ -1,6 +1,6 @@
 #pragma once
 
-// The fixture of the system tests: the private world, swept before each test, with a small panel.
+// The fixture of the system tests: the private world, cleaned before each test, with a small panel.
 
 #include <chrono>
 #include <cstdint>
@@ -66,8 +66,9 @@ class World : public testing::Test {
     static Outcome settle(Program& program, const std::vector<std::string>& temporary_files);
     static std::unique_ptr<Program> start(const Invocation& invocation);
 
-    // What the mail programs have been given since the last run() or SetUp().
+    // What the mail programs have been given since the last run(), SetUp() or forget_mails().
     static std::vector<Submission> captured_mails();
+    static void forget_mails();
 
     // Of the program under test.
     static const char* program_path();
@@ -76,16 +77,16 @@ class World : public testing::Test {
     static std::vector<std::string> statements();
     static Database& database();
 
-    // Adds a responder of mailbox 1, switched on, without a condition; `columns` goes on with
-    // "column=value, ..." of SQL and may set any of them anew.
+    // Adds a responder of mailbox 1, switched on, without a condition; `columns` continues with
+    // SQL's "column=value, ..." and may override any of them.
     static void add_responder(int id, const std::string& columns = "text='Gone fishing.'");
-    // Adds a file to those of a responder; the file itself is not made.
+    // Adds a file to those of a responder; the file itself is not created.
     static void add_attachment(int responder, const std::string& name);
     static void add_forward(int responder, const std::string& address);
     // Moves a table of the panel out of sight until the next test.
     static void lose_table(const std::string& name);
-    // From now on the server begins to answer a query that reads rows of this table, and then fails
-    // with kRowFailure: when the query has read `sound` rows and goes on. Until the next test.
+    // Until the next test, the server begins to answer a query that reads rows of this table, and
+    // fails with kRowFailure when the query goes on after `sound` rows.
     static void spoil_rows(const std::string& table, int sound = 0);
 
     // Makes a file, with the directories that lead to it.
@@ -136,7 +137,7 @@ class SmallTmp {
 // ordinary user, who has but one id to give.
 bool nobody_exists();
 
-// What the server says when it comes to a spoilt row.
+// What the server says when it reaches a spoilt row.
 extern const std::string kRowFailure;
 
 // A message from sender@example.org with the header lines given and a short text.

@@ -27,8 +27,8 @@ class DwString {
     /// The bytes, without a terminator; never null. Valid until the string is changed or destroyed.
     const char* data() const noexcept;
     /// The bytes with a zero byte after them, valid as long as data(). A slice that ends within its
-    /// buffer is copied for this, and the copy lives as long as the buffer, which data() and
-    /// length() avoid.
+    /// buffer is copied for this, and the copy lives as long as the buffer; data() and length()
+    /// avoid that.
     const char* c_str() const;
     std::size_t length() const noexcept { return length_; }
     std::size_t size() const noexcept { return length_; }

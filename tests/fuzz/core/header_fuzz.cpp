@@ -1,4 +1,4 @@
-// Reads any bytes as a header and holds what is made of it against the naive reading.
+// Reads any bytes as a header and compares the result with that of the naive reader.
 #include <cstddef>
 #include <cstdint>
 #include <string>

@@ -34,7 +34,8 @@ inline bool is_wide_utf8(std::string_view text) {
     return true;
 }
 
-/// Whether `text` is UTF-8 as of RFC 3629: shortest forms, no surrogates, nothing above U+10FFFF.
+/// Whether `text` is UTF-8 as defined by RFC 3629: shortest forms, no surrogates, nothing above
+/// U+10FFFF.
 inline bool is_utf8(std::string_view text) {
     if (!is_wide_utf8(text)) {
         return false;

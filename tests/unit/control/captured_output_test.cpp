@@ -34,7 +34,7 @@ TEST(CapturedOutput, KeepsStandardOutputApart) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(CapturedOutput, GivesTheStreamsBack) {
+TEST(CapturedOutput, RestoresTheStreams) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     { const CapturedOutput captured; }

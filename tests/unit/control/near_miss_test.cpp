@@ -79,7 +79,7 @@ TEST(NearMiss, IsALineEndInTheKeyWord) {
     EXPECT_EQ(in_text("price\nlist", "price\nlist"), "it holds a line end, and no line does");
 }
 
-TEST(NearMiss, IsNothingOfThat) {
+TEST(NearMiss, IsNoneOfThese) {
     EXPECT_EQ(in_text("price", "Hello", "Hello"), "");
     EXPECT_EQ(in_subject("price", ""), "");
 }

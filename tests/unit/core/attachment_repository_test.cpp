@@ -98,7 +98,7 @@ TEST_F(Repository, RefusesANameThatLeadsOutOfIt) {
     }
 }
 
-TEST_F(Repository, TakesDotsWithinANameForDots) {
+TEST_F(Repository, TreatsDotsWithinANameAsPartOfIt) {
     directory_.put("..file..", "x");
     EXPECT_EQ(error_of("..file.."), 0);
     EXPECT_EQ(error_of("...x"), ENOENT);
@@ -112,7 +112,7 @@ TEST_F(Repository, OpensFilesInSubdirectoriesHoweverTheirNameIsWritten) {
     }
 }
 
-TEST_F(Repository, TakesANameThatEndsInASlashForADirectory) {
+TEST_F(Repository, TreatsANameThatEndsInASlashAsADirectory) {
     std::filesystem::create_directory(directory_.path("sub"));
     directory_.put("file", "x");
     EXPECT_TRUE(has("sub/"));

@@ -16,7 +16,7 @@ TEST(Boundary, IsEightHyphensEqualsUnderscoreAndTwentyNineLetters) {
     }
 }
 
-TEST(Boundary, NumbersBelowTwentySixGiveCapitalsTheOthersSmallLetters) {
+TEST(Boundary, NumbersBelowTwentySixYieldCapitalsTheOthersSmallLetters) {
     std::srand(1);
     std::string expected = "--------=_";
     for (int i = 0; i < 29; ++i) {

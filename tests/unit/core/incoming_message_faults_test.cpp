@@ -1,4 +1,4 @@
-// What the analysis of a message makes of exhausted memory in a conversion.
+// How the analysis of a message copes with exhausted memory in a conversion.
 
 #include <iconv.h>
 

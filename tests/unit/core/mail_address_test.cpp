@@ -44,7 +44,7 @@ TEST(AddressReader, ReadsTheMembersOfGroups) {
     EXPECT_THAT(addresses("a@b.org: c@d.org;"), ElementsAre("c@d.org"));
 }
 
-TEST(AddressReader, TakesNoDisplayNameForAnAddress) {
+TEST(AddressReader, MistakesNoDisplayNameForAnAddress) {
     EXPECT_THAT(addresses("\"x@y.org\" <a@b.org>"), ElementsAre("a@b.org"));
     EXPECT_THAT(addresses("x@y.org <a@b.org>"), ElementsAre("a@b.org"));
     EXPECT_THAT(addresses("=?utf-8?Q?x@y.org?= <a@b.org>"), ElementsAre("a@b.org"));
@@ -52,13 +52,13 @@ TEST(AddressReader, TakesNoDisplayNameForAnAddress) {
     EXPECT_THAT(addresses("Ann Lee a@b.org"), ElementsAre("a@b.org"));
 }
 
-TEST(AddressReader, TakesNoCommentForAnAddress) {
+TEST(AddressReader, MistakesNoCommentForAnAddress) {
     EXPECT_THAT(addresses("a@b.org (x@y.org, (z@y.org))"), ElementsAre("a@b.org"));
     EXPECT_THAT(addresses("(x@y.org) a(1)@(2)b(3).(4)org"), ElementsAre("a@b.org"));
     EXPECT_THAT(addresses("a@b.org (x@y.org"), ElementsAre("a@b.org"));
 }
 
-TEST(AddressReader, TakesNoRouteForAnAddress) {
+TEST(AddressReader, MistakesNoRouteForAnAddress) {
     EXPECT_THAT(addresses("<@x.org,@y.org:a@b.org>"), ElementsAre("a@b.org"));
 }
 
@@ -78,20 +78,20 @@ TEST(AddressReader, KeepsDomainLiterals) {
     EXPECT_THAT(addresses("a@[IPv6:::1], <#@[]>"), ElementsAre("a@[ipv6:::1]", "#@[]"));
 }
 
-TEST(AddressReader, TakesAWordWithoutADomainForALocalPart) {
+TEST(AddressReader, TreatsAWordWithoutADomainAsALocalPart) {
     EXPECT_THAT(addresses("root"), ElementsAre("root"));
     EXPECT_THAT(addresses("<MAILER-DAEMON>"), ElementsAre("mailer-daemon"));
     EXPECT_THAT(addresses("a@, b"), ElementsAre("a", "b"));
 }
 
-TEST(AddressReader, PassesOverWhatIsNoAddress) {
+TEST(AddressReader, SkipsWhatIsNotAnAddress) {
     EXPECT_THAT(addresses("@b.org, c@d.org"), ElementsAre("c@d.org"));
     EXPECT_THAT(addresses("a@b@c.org, d@e.org"), ElementsAre("d@e.org"));
     EXPECT_THAT(addresses("a@b:c, d@e.org"), ElementsAre("c", "d@e.org"));
     EXPECT_THAT(addresses("] ) \\ a@b.org"), ElementsAre("a@b.org"));
 }
 
-TEST(AddressReader, EndsADomainWhereItIsNotGoneOnWith) {
+TEST(AddressReader, EndsADomainWhereItDoesNotContinue) {
     EXPECT_THAT(addresses("a@b.org Ann. Lee"), ElementsAre("a@b.org"));
     EXPECT_THAT(addresses("a@b.org \"x\" .net"), ElementsAre("a@b.org"));
     EXPECT_THAT(addresses("a@b.org) .net, c@d.org"), ElementsAre("a@b.org", "c@d.org"));

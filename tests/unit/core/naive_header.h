@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-// How headers are read, once more, written for being read: no slices, no laziness, no care for
-// speed or memory. Tests and the fuzz target hold core/ against it.
+// The rules for reading headers a second time, written to be read: no slices, no laziness, no care
+// for speed or memory. Tests and the fuzz target compare core/ with it.
 namespace naive {
 
 using Address = std::pair<std::string, std::string>;  // local part and domain, in lower case

@@ -1,4 +1,4 @@
-// What composing makes of failures that only a replaced libidn can bring about.
+// How composing copes with failures that only a replaced libidn can cause.
 
 #include <idna.h>
 

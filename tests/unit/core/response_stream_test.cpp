@@ -90,7 +90,7 @@ TEST_F(ResponseStreamTo, BeyondTheLimitNothingMoreIsTaken) {
     EXPECT_LE(contents().size(), 100'000U);
 }
 
-TEST(ResponseStream, FailsForGoodAtTheFirstWriteThatDoes) {
+TEST(ResponseStream, FailsForGoodAtTheFirstWriteThatFails) {
     const tolva::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
     ResponseStream stream(full.get(), SizeLimit::none());
     stream << pattern(kMoreThanABuffer);
@@ -99,7 +99,7 @@ TEST(ResponseStream, FailsForGoodAtTheFirstWriteThatDoes) {
     EXPECT_FALSE(stream << "more");
 }
 
-TEST(ResponseStream, TellsOfAFailedWriteOfItsLastBytes) {
+TEST(ResponseStream, ReportsAFailedWriteOfItsLastBytes) {
     const tolva::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
     ResponseStream stream(full.get(), SizeLimit::none());
     stream << "small";

@@ -118,10 +118,11 @@ TEST(Hostile, ShortLinesBeforeALongBoundary) {
 }
 
 TEST(Hostile, MegabytesOfDashesAndLineFeeds) {
-    EXPECT_EQ(read(kMultipart + "\"\"\n\n" + repeated("---------\n", kMillion)).kind,
+    constexpr std::size_t lines = kMillion / 5;
+    EXPECT_EQ(read(kMultipart + "\"\"\n\n" + repeated("---------\n", lines)).kind,
               "multipart-none");
-    EXPECT_EQ(read(kMultipart + "b\n\n" + repeated("\n--", kMillion)).kind, "multipart-none");
-    EXPECT_EQ(read(kMultipart + "b1\n\n" + repeated("\n--b1x", kMillion)).kind, "multipart-none");
+    EXPECT_EQ(read(kMultipart + "b\n\n" + repeated("\n--", lines)).kind, "multipart-none");
+    EXPECT_EQ(read(kMultipart + "b1\n\n" + repeated("\n--b1x", lines)).kind, "multipart-none");
 }
 
 TEST(Hostile, TenMegabytesOfEqualsSigns) {

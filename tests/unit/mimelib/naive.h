@@ -32,7 +32,7 @@ Entity entity(const std::string& text);
 // The valid addresses; without groups, ':' and ';' mean nothing.
 std::vector<Address> addresses(const std::string& text, bool groups);
 MediaType media_type(const std::string& text);
-// The direct parts; none if the entity is no multipart.
+// The direct parts; none if the entity is not a multipart.
 std::vector<std::string> parts(const Entity& entity);
 std::string base64(const std::string& text);
 std::string quoted_printable(std::string text);

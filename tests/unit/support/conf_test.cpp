@@ -119,7 +119,7 @@ TEST_F(ConfInPrivateEtc, MissingFileLeavesEveryIndexWithItsDefault) {
               expected);
 }
 
-TEST_F(ConfInPrivateEtc, MissingFileGivesNoValuesOfItsOwn) {
+TEST_F(ConfInPrivateEtc, MissingFileHasNoValuesOfItsOwn) {
     EXPECT_EQ(printed([] {
                   std::printf("%d\n", autoprepend());
                   print(tvaConfGet("TOLVA_MAILNAMES_D"));

@@ -86,7 +86,8 @@ class ConnectWatch {
     bool was_refused_ = false;
 };
 
-/// Gives the administrator another password, and at the end the one of the password file again.
+/// Gives the administrator another password, and at the end that of the password file again: to be
+/// made before a PasswordFile.
 class AdminPassword {
   public:
     explicit AdminPassword(const std::string& password);

@@ -71,16 +71,16 @@ void note_value(const char* value) {
     note(value != nullptr ? value : "(null)");
 }
 
-TEST_F(GetParam, GivesTheValueOfThatName) {
+TEST_F(GetParam, ReturnsTheValueOfThatName) {
     execute_as_root("insert into misc values('admin_email', 'admin@example.com')");
     EXPECT_STREQ(get_param("admin_email", connection()), "admin@example.com");
 }
 
-TEST_F(GetParam, AnUnknownNameGivesEmptyText) {
+TEST_F(GetParam, AnUnknownNameYieldsEmptyText) {
     EXPECT_STREQ(get_param("unknown", connection()), "");
 }
 
-TEST_F(GetParam, ANullValueGivesEmptyText) {
+TEST_F(GetParam, ANullValueYieldsEmptyText) {
     execute_as_root("insert into misc values('nothing', null)");
     EXPECT_STREQ(get_param("nothing", connection()), "");
 }
@@ -114,7 +114,7 @@ TEST_F(GetParam, MakesAConnectionOfItsOwnAndClosesIt) {
     EXPECT_EQ(open_descriptors(), before);
 }
 
-TEST_F(GetParam, AFailedConnectionGivesNull) {
+TEST_F(GetParam, AFailedConnectionYieldsNull) {
     const ChildRun run = run_beside_world([] {
         const PasswordFile file("wrong\n");
         note_value(get_param("name", nullptr));
@@ -124,7 +124,7 @@ TEST_F(GetParam, AFailedConnectionGivesNull) {
     EXPECT_EQ(run.out, run.err);
 }
 
-TEST_F(GetParam, AFailedQueryGivesNull) {
+TEST_F(GetParam, AFailedQueryYieldsNull) {
     lose_table("misc");
     const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
@@ -138,7 +138,7 @@ TEST_F(GetParam, AFailedQueryGivesNull) {
     EXPECT_EQ(run.out, run.err);
 }
 
-TEST_F(GetParam, ALostConnectionGivesNull) {
+TEST_F(GetParam, ALostConnectionYieldsNull) {
     const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         execute_as_root("kill " + testing_support::query(own.get(), "select connection_id()"));
@@ -175,7 +175,7 @@ TEST_F(GetParam, QueryTakesTheFirstColumnOfTheFirstRow) {
     EXPECT_STREQ(get_param_query("select 'a', 'b' union select 'c', 'd'", connection()), "a");
 }
 
-TEST_F(GetParam, AResultThatFailsToBeStoredGivesNull) {
+TEST_F(GetParam, AResultThatFailsToBeStoredYieldsNull) {
     const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
         const FaultyLibrary library(LibraryFault::failed_result);
@@ -188,7 +188,7 @@ TEST_F(GetParam, AResultThatFailsToBeStoredGivesNull) {
         << run.err;
 }
 
-TEST_F(GetParam, AQueryWithoutAResultGivesEmptyText) {
+TEST_F(GetParam, AQueryWithoutAResultYieldsEmptyText) {
     EXPECT_STREQ(get_param_query("do 1", connection()), "");
 }
 
@@ -208,11 +208,11 @@ TEST_F(EscapeMysqlParam, MayDoubleTheLength) {
     EXPECT_EQ(escape(connection(), std::string(3000, '\'').c_str()).size(), 6000U);
 }
 
-TEST_F(EscapeMysqlParam, NullTextGivesNull) {
+TEST_F(EscapeMysqlParam, NullTextYieldsNull) {
     EXPECT_EQ(escape_mysql_param(connection(), nullptr), nullptr);
 }
 
-TEST_F(EscapeMysqlParam, NoMemoryGivesNull) {
+TEST_F(EscapeMysqlParam, NoMemoryYieldsNull) {
     const FailingAllocation memory(1);
     EXPECT_EQ(escape_mysql_param(connection(), "text"), nullptr);
     EXPECT_EQ(errno, ENOMEM);

@@ -76,7 +76,7 @@ TEST(Descriptor, ClosingKeepsErrno) {
     EXPECT_FALSE(fd);
 }
 
-TEST(MakePipe, GivesBothEndsOfAPipeThatNoProgramInherits) {
+TEST(MakePipe, ReturnsBothEndsOfAPipeThatNoProgramInherits) {
     const std::optional<Pipe> pipe = make_pipe();
     ASSERT_TRUE(pipe);
     EXPECT_EQ(fcntl(pipe->read_end.get(), F_GETFD), FD_CLOEXEC);
@@ -112,14 +112,14 @@ TEST(MakePipe, LeavesTheNumbersOfTheStandardStreamsAlone) {
     }
 }
 
-TEST(MakePipe, GivesNothingWithoutDescriptors) {
+TEST(MakePipe, ReturnsNothingWithoutDescriptors) {
     const NoMoreDescriptors limit;
     EXPECT_FALSE(make_pipe());
     EXPECT_EQ(errno, EMFILE);
 }
 
 // Descriptors may be had for the pipe but not for moving its ends.
-TEST(MakePipe, GivesNothingWhereAnEndCannotBeMoved) {
+TEST(MakePipe, ReturnsNothingWhereAnEndCannotBeMoved) {
     const ChildRun run = run_in_child([] {
         close(0);
         close(1);

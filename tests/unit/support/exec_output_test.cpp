@@ -81,7 +81,7 @@ TEST(PopenExecGetoutput, CollectsTheOutputOfACommand) {
     EXPECT_EQ(output.text(), "one\ntwo\n");
 }
 
-TEST(PopenExecGetoutput, GivesEmptyTextWhereNothingIsWritten) {
+TEST(PopenExecGetoutput, ReturnsEmptyTextWhereNothingIsWritten) {
     GivenText output;
     EXPECT_EQ(outcome(popen_exec_getoutput(output.target(), "exit 3")), "exit 3");
     EXPECT_EQ(output.text(), "");
@@ -133,7 +133,7 @@ TEST(PopenExecGetoutput, AFailedReadIsReported) {
               "System error 5: Input/output error\n");
 }
 
-TEST(PopenExecGetoutput, AFailedWaitGivesMinusOneAndNoText) {
+TEST(PopenExecGetoutput, AFailedWaitYieldsMinusOneAndNoText) {
     const ChildRun run = run_in_child([] {
         signal(SIGCHLD, SIG_IGN);
         note_call([](char** out) { return popen_exec_getoutput(out, "echo text"); });
@@ -362,7 +362,7 @@ class GrowingText {
     size_t capacity_ = 0;
 };
 
-TEST(ReadToBuf, GivesZeroAtTheEndOfFile) {
+TEST(ReadToBuf, ReturnsZeroAtTheEndOfFile) {
     TestPipe pipe;
     ASSERT_EQ(write(pipe.write_end(), "a\0b", 3), 3);
     pipe.close_write_end();
@@ -608,7 +608,7 @@ TEST(ForkExecvGetouterr, SignalsDoNotEndTheCollecting) {
     EXPECT_EQ(run.noted, "exit 0 late\n\n");
 }
 
-TEST(ForkExecvGetouterr, AFailedWaitGivesMinusOneAndNoText) {
+TEST(ForkExecvGetouterr, AFailedWaitYieldsMinusOneAndNoText) {
     const ChildRun run = run_in_child([] {
         signal(SIGCHLD, SIG_IGN);
         note_call(getouterr_of_shell);

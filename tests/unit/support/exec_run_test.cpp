@@ -38,7 +38,7 @@ std::string without_pid(std::string message, const std::string& mark) {
     return message.replace(begin, message.find_first_not_of("0123456789", begin) - begin, "PID");
 }
 
-TEST(DoExec, RunsTheProgramWithTheCallersStreamsAndGivesItsStatus) {
+TEST(DoExec, RunsTheProgramWithTheCallersStreamsAndReturnsItsStatus) {
     const ChildRun run = run_in_child([] {
         const ShellCommand command("echo out; echo err >&2; exit 7");
         note(outcome(do_exec(kShell, command.argv())));
@@ -49,7 +49,7 @@ TEST(DoExec, RunsTheProgramWithTheCallersStreamsAndGivesItsStatus) {
     EXPECT_EQ(run.err, "err\n");
 }
 
-TEST(DoExec, GivesTheSignalThatEndedTheProgram) {
+TEST(DoExec, ReturnsTheSignalThatEndedTheProgram) {
     const ShellCommand command("kill -TERM $$");
     EXPECT_EQ(outcome(do_exec(kShell, command.argv())), "signal 15");
 }
@@ -103,7 +103,7 @@ TEST(DoExec, AFailedForkIsReported) {
     EXPECT_EQ(run.out, run.err);
 }
 
-TEST(DoExec, AChildThatTheSystemWaitsForGivesMinusOne) {
+TEST(DoExec, AChildThatTheSystemWaitsForYieldsMinusOne) {
     const ChildRun run = run_in_child([] {
         signal(SIGCHLD, SIG_IGN);
         const ShellCommand command("exit 0");
@@ -129,7 +129,7 @@ TEST(PathExec, NoMemoryForTheArgumentsIsReported) {
               "malloc() failed: Cannot allocate memory\nSystem error 12: Cannot allocate memory\n");
 }
 
-TEST(ForkExecv, RunsTheProgramWithNoStreamsAndGivesItsStatus) {
+TEST(ForkExecv, RunsTheProgramWithNoStreamsAndReturnsItsStatus) {
     const ChildRun run = run_in_child([] {
         note(outcome(fork_execv(kShell, "sh", "-c", "echo out; echo err >&2; exit 9", nullptr)));
         note("children:", has_children());

@@ -358,7 +358,7 @@ TEST(ForkExecvPipes, TheProgramStartsWithSigpipeAtItsDefault) {
     EXPECT_EQ(run.out, "SigIgn:\t0000000000000200\n");
 }
 
-// Not asked by way of a shell, which may set a mask of its own.
+// Not asked through a shell, which may set a mask of its own.
 constexpr char kOwnStatus[] = "/proc/self/status";
 
 TEST(ForkExecvPipes, TheProgramHasTheSignalMaskOfTheCaller) {
@@ -395,7 +395,7 @@ void note_end(int status) {
     note("end", status);
 }
 
-TEST(ForkExecvPipes, AFailedForkGivesMinusOneAndItsErrnoWhereTheProcessGoesOn) {
+TEST(ForkExecvPipes, AFailedForkYieldsMinusOneAndItsErrnoWhereTheProcessGoesOn) {
     const ChildRun run = run_in_child([] {
         PROGNAME = "/usr/local/bin/tool";
         messlog_set_end(note_end);
@@ -441,7 +441,7 @@ TEST(ForkExeclPipes, NoMemoryForTheArgumentsEndsTheProcessWithStatus1) {
     EXPECT_EQ(run.out, kMallocMessage);
 }
 
-TEST(ForkExeclPipes, NoMemoryForTheArgumentsGivesMinusOneWhereTheProcessGoesOn) {
+TEST(ForkExeclPipes, NoMemoryForTheArgumentsYieldsMinusOneWhereTheProcessGoesOn) {
     const ChildRun run = run_in_child([] {
         messlog_set_end(note_end);
         const FailingAllocation memory(1);

@@ -115,7 +115,7 @@ TEST(UtilExec, RunsTheUtilityBelowThePanelsDirectory) {
     EXPECT_EQ(run.err, "");
 }
 
-TEST(UtilExec, AUtilityThatIsMissingIsSaidByTheChild) {
+TEST(UtilExec, AUtilityThatIsMissingIsReportedByTheChild) {
     const ChildRun run = run_in_child(
         [] { note(outcome(util_exec("no-such-utility", "utility", "argument", nullptr))); });
     EXPECT_EQ(run.noted, "exit 255\n");

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Failures of system calls, through a filter of the kernel. A filter cannot be taken back: for
+/// System calls that fail, by a filter of the kernel's. A filter cannot be removed, so this is for
 /// children of a test.
 namespace testing_support {
 

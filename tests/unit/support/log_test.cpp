@@ -261,7 +261,7 @@ TEST(MesslogSetEnd, FunctionThatReturnsLetsTheReporterReturn) {
     EXPECT_EQ(run.out, "first\nend 5\nreturned 5\nsecond\nend 6\nthird\n");
 }
 
-TEST(MesslogSetEnd, GivesTheFunctionBeforeAndNullSetsExitAgain) {
+TEST(MesslogSetEnd, ReturnsTheFunctionBeforeAndNullSetsExitAgain) {
     const ChildRun run = run_in_child([] {
         note("exit:", messlog_set_end(note_end) == std::exit);
         note("set:", messlog_set_end(nullptr) == note_end);

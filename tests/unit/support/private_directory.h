@@ -2,7 +2,7 @@
 #pragma once
 
 /// Puts an empty directory in the place of directory, for the calling process only: call it in a
-/// child (run_in_child). False where the system does not let it, which needs root or user
+/// child (run_in_child). False where the system does not allow it, which needs root or user
 /// namespaces.
 bool make_private(const char* directory);
 

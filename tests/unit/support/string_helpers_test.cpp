@@ -69,14 +69,14 @@ TEST(Strtolower, LowersInPlaceAndReturnsTheString) {
     EXPECT_STREQ(text, "example.org \xc9 1");
 }
 
-TEST(StrtolowerDynamic, GivesALoweredCopy) {
+TEST(StrtolowerDynamic, ReturnsALoweredCopy) {
     const char* text = "Example.ORG";
     const CPointer<char> copy(strtolower_dynamic(text));
     EXPECT_STREQ(copy.get(), "example.org");
     EXPECT_STREQ(text, "Example.ORG");
 }
 
-TEST(StrtolowerDynamic, GivesNullForNull) {
+TEST(StrtolowerDynamic, ReturnsNullForNull) {
     EXPECT_EQ(strtolower_dynamic(nullptr), nullptr);
 }
 
@@ -105,11 +105,11 @@ TEST(TolvaTrim, LeavesNothingOfWhiteSpaceAlone) {
     EXPECT_EQ(trimmed(" \t\n "), "");
 }
 
-TEST(TolvaTrim, TakesBytesAboveAsciiForText) {
+TEST(TolvaTrim, TreatsBytesAboveAsciiAsText) {
     EXPECT_EQ(trimmed(" \xa0\xff\x85 "), "\xa0\xff\x85");
 }
 
-TEST(TolvaTrim, GivesNullForNull) {
+TEST(TolvaTrim, ReturnsNullForNull) {
     EXPECT_EQ(tolva_trim(nullptr), nullptr);
 }
 
@@ -212,7 +212,7 @@ TEST(AsprintfSafe, ReportsFailureAndReturnsMinusOne) {
     EXPECT_EQ(run.out, run.err + "-1 1\n");
 }
 
-TEST(MallocSafe, GivesMemoryForSizeZeroToo) {
+TEST(MallocSafe, ReturnsMemoryForSizeZeroToo) {
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{100000}}) {
         const CPointer<char> block(static_cast<char*>(malloc_safe(size)));
         ASSERT_NE(block, nullptr);

@@ -8,7 +8,8 @@
 
 namespace {
 
-// What is put out at once: literal text up to a placeholder, or what the placeholder stands for.
+// What is written in one piece: literal text up to a placeholder, or what the placeholder stands
+// for.
 struct Piece {
     enum class Kind { kLiteral, kRemoved, kValue } kind;
     std::string text;

@@ -213,15 +213,15 @@ TEST(TemplReplace, RestOfAStoppedSourceCanBeReplacedNext) {
     EXPECT_EQ(all, "avaluebvaluec");
 }
 
-TEST(TemplReplace, SizeZeroGivesTheEmptyText) {
+TEST(TemplReplace, SizeZeroYieldsTheEmptyText) {
     EXPECT_EQ(replace("<name>", 0), "|0 0 0");
 }
 
-TEST(TemplReplace, EmptySourceGivesTheEmptyText) {
+TEST(TemplReplace, EmptySourceYieldsTheEmptyText) {
     EXPECT_EQ(replace(""), "|0 0 0");
 }
 
-TEST(TemplReplace, NullSourceGivesTheEmptyText) {
+TEST(TemplReplace, NullSourceYieldsTheEmptyText) {
     char destination[] = "zz";
     repl_ctl control{9, 9, kStop | kKeep, 9};
     EXPECT_EQ(
@@ -234,7 +234,7 @@ TEST(TemplReplace, NullSourceGivesTheEmptyText) {
     EXPECT_EQ(control.result_flags, 0);
 }
 
-TEST(TemplReplace, CountZeroGivesTheEmptyTextEvenWithoutPlaceholders) {
+TEST(TemplReplace, CountZeroYieldsTheEmptyTextEvenWithoutPlaceholders) {
     char destination[] = "zz";
     repl_ctl control{9, 9, kKeep, 9};
     templ_replace('<', '>', table().data(), 0, "a", destination, 2, &control);
@@ -300,7 +300,7 @@ TEST(TemplFound, FindsEveryEntryOfASortedTable) {
     }
 }
 
-TEST(TemplFound, GivesMinusOneForNamesThatAreNotThere) {
+TEST(TemplFound, ReturnsMinusOneForNamesThatAreNotThere) {
     const int count = static_cast<int>(table().size());
     for (const char* name : {"", "!", "a", "nam", "namee", "zzz", "\xff"}) {
         EXPECT_EQ(templ_found(name, table().data(), count), -1) << name;
@@ -308,7 +308,7 @@ TEST(TemplFound, GivesMinusOneForNamesThatAreNotThere) {
     }
 }
 
-TEST(TemplFound, GivesMinusOneForNullAndForNoEntries) {
+TEST(TemplFound, ReturnsMinusOneForNullAndForNoEntries) {
     EXPECT_EQ(templ_found(nullptr, table().data(), 1), -1);
     EXPECT_EQ(templ_found("name", nullptr, 3), -1);
     EXPECT_EQ(templ_found(" ", table().data(), 0), -1);
