@@ -1,5 +1,7 @@
 #include "core/database.h"
 
+#include <sys/socket.h>
+
 #include <string>
 #include <thread>
 
@@ -36,19 +38,17 @@ class SendStatement : public World {
                                          std::to_string(mysql_thread_id(connection_.get())));
     }
 
-    // Sends the statement, and ends the session while the server is busy with it.
+    // Sends the statement, and cuts the connection while the server is busy with it.
     QueryResult send_and_cut_off(const std::string& statement) {
-        std::thread server([session = mysql_thread_id(connection_.get())] {
+        std::thread server([id = std::to_string(mysql_thread_id(connection_.get())),
+                            socket = mysql_get_socket(connection_.get())] {
             const ConnectionHandle root = testing_support::connect_as_root();
-            const std::string id = std::to_string(session);
-            ASSERT_TRUE(soon([&] {
-                return testing_support::query(root.get(),
-                                              "select state from information_schema.processlist "
-                                              "where id=" +
-                                                  id) == "User sleep";
-            }));
-            ASSERT_EQ(mysql_query(root.get(), ("kill " + id).c_str()), 0)
-                << mysql_error(root.get());
+            const std::string state =
+                "select state from information_schema.processlist where id=" + id;
+            EXPECT_TRUE(
+                soon([&] { return testing_support::query(root.get(), state) == "User sleep"; }));
+            shutdown(socket, SHUT_RDWR);
+            testing_support::execute_as_root("kill " + id);
         });
         QueryResult result = send_statement(connection_.get(), statement);
         server.join();
@@ -84,7 +84,7 @@ TEST_F(SendStatement, EverySessionThatTakesTheFirstOnesPlaceIsSetUpAlike) {
 
 TEST_F(SendStatement, AnInsertionThatIsCutOffIsNotSentAgain) {
     const std::string insertion =
-        "insert into misc values ('name', " + long_in_this_session() + ")";
+        "insert into resp_freq set rn_id=1, email='a@b.org', num=" + long_in_this_session();
     const QueryResult result = send_and_cut_off(insertion);
     EXPECT_EQ(result.outcome(), QueryResult::Outcome::kRefused);
     EXPECT_THAT(statements(), ElementsAre(insertion));

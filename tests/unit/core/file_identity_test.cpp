@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -22,6 +23,7 @@ constexpr FileIdentity kOwner = {65534, 65534};
 class AssumedIdentityTest : public testing::Test {
   protected:
     void SetUp() override {
+        std::filesystem::permissions(directory_.path(), std::filesystem::perms(0755));
         directory_.put("file", "x");
         if (chown(directory_.path("file").c_str(), kOwner.user, kOwner.group) != 0) {
             GTEST_SKIP() << "this takes root, and a second user id";
