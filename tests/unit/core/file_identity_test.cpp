@@ -1,6 +1,7 @@
 #include "core/file_identity.h"
 
 #include <grp.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -42,6 +43,17 @@ class AssumedIdentityTest : public testing::Test {
 
 TEST_F(AssumedIdentityTest, OpensTheOwnersFile) {
     EXPECT_EQ(run_in_child([&] { note_opening(); }).noted, "there: true error: none\n");
+}
+
+TEST_F(AssumedIdentityTest, HasNoPartInWhatIsMadeLater) {
+    const ChildRun run = run_in_child([&] {
+        { const AssumedIdentity identity(kOwner); }
+        directory_.put("later", "x");
+        struct stat status {};
+        stat(directory_.path("later").c_str(), &status);
+        note(status.st_uid, status.st_gid);
+    });
+    EXPECT_EQ(run.noted, "0 0\n");
 }
 
 TEST_F(AssumedIdentityTest, OpensNothingWhereTheUserCannotBeChanged) {
