@@ -2,17 +2,14 @@
 
 #include <exception>
 #include <new>
-#include <ostream>
 #include <utility>
 
 #include "core/diagnostics.h"
 #include "core/mail_content.h"
 #include "core/mail_program.h"
-#include "core/responder_row.h"
-#include "core/response.h"
 #include "core/response_file.h"
 #include "core/send_error.h"
-#include "core/size_limit.h"
+#include "core/too_large_reply.h"
 #include "encoding/idn.h"
 
 namespace {
@@ -27,20 +24,6 @@ void submit(const ResponseFile& file, const Mail_content& mail) {
 }
 
 }  // namespace
-
-ResponseKind compose_response(const ResponseFile& file, const Mail_content& mail,
-                              const ResponderRow& responder, const ResponseAttachments& attachments,
-                              const ReplyMarks& marks) {
-    const auto written = file.write(SizeLimit::of_mail_system(), [&](std::ostream& out) {
-        write_response(out, mail, responder, attachments, marks);
-    });
-    if (written == ResponseFile::Written::kWhole) {
-        return ResponseKind::kReply;
-    }
-    file.write(SizeLimit::none(),
-               [&](std::ostream& out) { write_size_notice(out, mail, responder.reply_to, marks); });
-    return ResponseKind::kSizeNotice;
-}
 
 Envelope response_envelope(const Mail_content& mail) {
     Envelope envelope{.sender = tolva::idn::toAscii(mail.to), .recipient = mail.from};

@@ -9,18 +9,6 @@ struct Mail_content;
 struct ResponderRow;
 struct ResponseAttachments;
 
-/// What goes out as the answer of a responder.
-enum class ResponseKind {
-    kReply,
-    kSizeNotice,  ///< the notice in place of a reply that exceeds the mail system's size limit
-};
-
-/// Composes the answer of `responder` to `mail`, which bears `marks`, in `file`. Throws SendError
-/// when it cannot be written whole, and std::bad_alloc.
-ResponseKind compose_response(const ResponseFile& file, const Mail_content& mail,
-                              const ResponderRow& responder, const ResponseAttachments& attachments,
-                              const ReplyMarks& marks);
-
 struct Envelope {
     std::string sender;
     std::string recipient;

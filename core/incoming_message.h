@@ -17,6 +17,9 @@ struct MessageAnalysis {
     std::size_t text_part = 0;  ///< see MessageText::part
 };
 
+/// What is reported last of a message that cannot be answered at all.
+inline constexpr char kAbnormalExit[] = "Abnormal exit.";
+
 /// Takes apart the message `text`, which was sent to `recipient`, null if the address is not known.
 /// Returns what it yields; null, with the reason on standard error, if it cannot be answered. Text
 /// that cannot be converted to UTF-8 draws a warning there.

@@ -83,3 +83,8 @@ std::optional<Mailbox> find_mailbox(MYSQL* connection, const EscapedAddress& add
     }
     return std::nullopt;
 }
+
+EndOfRun mailbox_not_found(const Mail_content& mail) {
+    return EndOfRun("autoresponder: Mailname not found: " + mail.to_mailname + "@" +
+                    mail.to_domain);
+}

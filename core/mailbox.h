@@ -6,6 +6,7 @@
 #include "support/db.h"
 
 struct Mail_content;
+class EndOfRun;
 
 /// How an address leads to a mailbox, in the order in which the ways are tried.
 enum class Lookup { kOwnName, kMailAlias, kDomainAlias, kBothAliases };
@@ -40,3 +41,6 @@ EscapedAddress escape_address(MYSQL* connection, const std::string& mailname,
 /// alias of the domain, else by both; null when there is none. Throws EndOfRun if a statement
 /// fails.
 std::optional<Mailbox> find_mailbox(MYSQL* connection, const EscapedAddress& address);
+
+/// How a run ends whose recipient has no mailbox.
+EndOfRun mailbox_not_found(const Mail_content& mail);

@@ -1,8 +1,5 @@
 #include <unistd.h>
 
-#include <exception>
-#include <new>
-
 #include <mimelib/mimepp.h>
 
 #include "core/automatic_mail.h"
@@ -46,7 +43,7 @@ void answer_message() {
     become_root();
 
     if (parse_message(&mail, only_people ? &header : nullptr) != 0) {
-        report("Abnormal exit.");
+        report(kAbnormalExit);
         return;
     }
     if (const char* reason = loop_reason(mail)) {
@@ -70,12 +67,8 @@ int main(int argc, char* argv[]) {
 
     try {
         answer_message();
-    } catch (const EndOfRun& end) {
-        report(end.reason());
-    } catch (const std::bad_alloc&) {
-        report("autoresponder: Program failed due to exhausted memory");
-    } catch (const std::exception& error) {
-        report("autoresponder: Failed to process the message: ", error.what());
+    } catch (...) {
+        report_end_of_run();
     }
     correct_exit();
 }

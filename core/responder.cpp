@@ -30,8 +30,7 @@ Mailbox mailbox_of_recipient(MYSQL* connection, const EscapedAddress& recipient,
                              const Mail_content& mail) {
     std::optional<Mailbox> mailbox = find_mailbox(connection, recipient);
     if (!mailbox) {
-        throw EndOfRun("autoresponder: Mailname not found: " + mail.to_mailname + "@" +
-                       mail.to_domain);
+        throw mailbox_not_found(mail);
     }
     return std::move(*mailbox);
 }
@@ -48,12 +47,6 @@ std::vector<ResponderRow> applying_responders(MYSQL* connection, const Mailbox& 
         }
     }
     return responders;
-}
-
-void leave_out_control_characters(ResponderRow& responder) {
-    for (const std::string& change : make_header_values_safe(responder)) {
-        report("autoresponder: Responder ", responder.id, ": ", change);
-    }
 }
 
 // What an answer needs from the database.
@@ -99,7 +92,7 @@ int db_mail_act(Mail_content* mail, const HeaderFields* header) {
                               responder.mem_limit) == 0) {
             continue;
         }
-        leave_out_control_characters(responder);
+        make_header_values_safe(responder);
         forward(connection.get(), mail, responder.id);
         // Every answer takes the next boundary of the run, whether or not it attaches anything.
         const std::string boundary = makeBoundaryStr();

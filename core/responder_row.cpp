@@ -6,6 +6,7 @@
 
 #include "core/control_characters.h"
 #include "core/database.h"
+#include "core/diagnostics.h"
 #include "core/mail_content.h"
 
 namespace {
@@ -39,19 +40,17 @@ ResponderRow read_responder_row(const QueryResult& rows) {
             .content_type = rows.text(10, "text/plain")};
 }
 
-std::vector<std::string> make_header_values_safe(ResponderRow& responder) {
-    std::vector<std::string> changes;
+void make_header_values_safe(ResponderRow& responder) {
     const auto replace = [&](std::string& value, const char* by, const char* change) {
         if (has_control_character(value)) {
             value = by;
-            changes.emplace_back(change);
+            report("autoresponder: Responder ", responder.id, ": ", change);
         }
     };
     replace(responder.reply_to, "", "reply_to holds a control character, left out");
     replace(responder.charset, "UTF-8", "charset holds a control character, UTF-8 used");
     replace(responder.content_type, "text/plain",
             "content_type holds a control character, text/plain used");
-    return changes;
 }
 
 bool is_on(const ResponderRow& responder) {

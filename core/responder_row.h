@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "support/db.h"
 
@@ -32,8 +31,8 @@ ResponderRow read_responder_row(const QueryResult& rows);
 
 /// Replaces the values that stand in headers as they are, Reply-To address, charset and content
 /// type, where they hold a control character: with a line end, whoever may write to the panel could
-/// write headers of their own. Returns what was replaced, each as the end of a message about it.
-std::vector<std::string> make_header_values_safe(ResponderRow& responder);
+/// write headers of their own. A line on standard error tells of each.
+void make_header_values_safe(ResponderRow& responder);
 
 /// Whether the responder is switched on: unless its column says exactly "false".
 bool is_on(const ResponderRow& responder);

@@ -1,8 +1,5 @@
 #include "core/response.h"
 
-#include <array>
-#include <cstddef>
-#include <exception>
 #include <new>
 #include <optional>
 
@@ -10,34 +7,12 @@
 #include "core/diagnostics.h"
 #include "core/mail_content.h"
 #include "core/responder_row.h"
-#include "encoding/iconv_recode.h"
+#include "core/response_subject.h"
+#include "core/response_text.h"
 #include "encoding/idn.h"
 #include "encoding/rfc1522.h"
-#include "support/template.h"
 
 namespace {
-
-// Sorted by name, as templ_replace needs it. Filled once: the values point into the first message.
-const std::array<par_templ, 5>& autoresp_templs(const Mail_content& mail) {
-    static const std::array<par_templ, 5> templs{{
-        {"incoming_message_subject", mail.subject.c_str()},
-        {"orig_emails_sender_mailname", mail.from.c_str()},
-        {"orig_emails_subj", mail.subject.c_str()},
-        {"request_from", mail.from.c_str()},
-        {"request_subject", mail.subject.c_str()},
-    }};
-    return templs;
-}
-
-std::string fill_in(const std::string& subject, const Mail_content& mail) {
-    const auto& templs = autoresp_templs(mail);
-    std::array<char, 1000> filled{};
-    repl_ctl control{};
-    control.input_flags = TEMPL_KEEP_UNKNOWN;
-    templ_replace('<', '>', templs.data(), templs.size(), subject.c_str(), filled.data(),
-                  filled.size() - 1, &control);
-    return {filled.data(), static_cast<std::size_t>(control.output_length)};
-}
 
 // The mailbox's address as it stands in From:, or nothing if it cannot be converted.
 std::optional<std::string> from_address(const std::string& mailbox_address) {
@@ -75,21 +50,6 @@ void write_text(std::ostream& out, const ResponderRow& responder) {
 }
 
 }  // namespace
-
-ResponseText response_text(const ResponderRow& responder) {
-    try {
-        return {tolva::iconvRecode(responder.text, "UTF-8", responder.charset, true),
-                responder.charset};
-    } catch (const std::exception&) {
-        // Whatever the charset's name or the text causes, exhausted memory included: a reply in
-        // UTF-8 is better than none.
-        return {responder.text, "UTF-8"};
-    }
-}
-
-std::string response_subject(const Mail_content& mail, const ResponderRow& responder) {
-    return responder.subject.empty() ? "Re: " + mail.subject : fill_in(responder.subject, mail);
-}
 
 void write_response(std::ostream& out, const Mail_content& mail, const ResponderRow& responder,
                     const ResponseAttachments& attachments, const ReplyMarks& marks) {

@@ -17,6 +17,9 @@ class EndOfRun {
     std::string reason_;
 };
 
+/// Reports why the run cannot go on. To be called in a handler, of whatever was thrown.
+void report_end_of_run();
+
 /// The one end of every run: removes the temporary files and exits with status 0, so that the mail
 /// system takes the delivery as done whatever happened.
 [[noreturn]] void correct_exit();

@@ -3,17 +3,10 @@
 #include <sys/types.h>
 
 #include <optional>
-#include <ostream>
-#include <string>
-
-#include "core/reply_marks.h"
-
-struct Mail_content;
 
 static_assert(sizeof(off_t) == 8, "a reply may be larger than 2 GiB");
 
-/// The mail system's size limit for messages, and what goes out in place of a reply that exceeds
-/// it.
+/// The mail system's size limit for messages.
 class SizeLimit {
   public:
     /// A limit in bytes; 0 or less is none.
@@ -37,8 +30,3 @@ class SizeLimit {
   private:
     int bytes_;
 };
-
-/// Writes the notice that goes to the sender of `mail` in place of a reply that is too large.
-/// `reply_to` is the responder's Reply-To address, may be empty. The notice bears `marks`.
-void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to,
-                       const ReplyMarks& marks = {});
