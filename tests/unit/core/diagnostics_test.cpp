@@ -1,20 +1,18 @@
 #include "core/diagnostics.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "support/descriptor.h"
 #include "support/log.h"
+#include "tests/unit/core/interrupted_pipe.h"
 
 namespace {
 
@@ -50,34 +48,13 @@ TEST(Diagnostics, AReportIsOneWrite) {
 }
 
 TEST(Diagnostics, AReportIsWrittenWholeHoweverOftenItIsInterrupted) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    const tolva::Descriptor read_end(ends[0]);
-    tolva::Descriptor write_end(ends[1]);
-    const tolva::Descriptor standard_error(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
-    struct sigaction action {};
-    action.sa_handler = [](int) {};  // without SA_RESTART
-    sigaction(SIGUSR1, &action, nullptr);
     const std::string text(200000, 'x');  // more than the pipe holds
-
-    std::string written;
-    std::thread reader([&written, &read_end, writer = pthread_self()] {
-        for (int i = 0; i < 100; ++i) {
-            pthread_kill(writer, SIGUSR1);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        std::array<char, 4096> piece{};
-        ssize_t length = 0;
-        while ((length = read(read_end.get(), piece.data(), piece.size())) > 0) {
-            written.append(piece.data(), static_cast<std::size_t>(length));
-        }
-    });
-    dup2(write_end.get(), STDERR_FILENO);
-    write_end.close();
+    const tolva::Descriptor standard_error(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+    InterruptedPipe pipe;
+    dup2(pipe.write_end(), STDERR_FILENO);
     report("first ", text, " last");
     dup2(standard_error.get(), STDERR_FILENO);
-    reader.join();
-    signal(SIGUSR1, SIG_DFL);
+    const std::string& written = pipe.finish();
     EXPECT_TRUE(written == "first " + text + " last\n") << written.size();
 }
 
