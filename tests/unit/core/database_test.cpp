@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -19,7 +20,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
 using testing::Optional;
-using testing::StartsWith;
 using testing_support::kManyRows;
 using testing_support::MemoryLimit;
 using testing_support::run_beside_world;

@@ -14,6 +14,18 @@ namespace {
 
 using SubmitText = World;
 
+const char* name_of(SubmissionFailure::Step step) {
+    switch (step) {
+        case SubmissionFailure::Step::kPipe:
+            return "pipe";
+        case SubmissionFailure::Step::kStart:
+            return "start";
+        case SubmissionFailure::Step::kWrite:
+            return "write";
+    }
+    return "unknown";
+}
+
 TEST_F(SubmitText, TellsThatAShortTextWasNotTaken) {
     replace_mail_program("exec 0<&-; touch /world/closed\n");
     const ChildRun run = testing_support::run_beside_world([] {
@@ -22,9 +34,9 @@ TEST_F(SubmitText, TellsThatAShortTextWasNotTaken) {
             note("closed:", soon([] { return std::filesystem::exists("/world/closed"); }));
             out << "Subject: short\n";
         });
-        note("not written:", failure && failure->step == SubmissionFailure::Step::kWrite);
+        note("failed:", failure ? name_of(failure->step) : "nothing");
     });
-    EXPECT_EQ(run.noted, "closed: true\nnot written: true\n");
+    EXPECT_EQ(run.noted, "closed: true\nfailed: write\n");
 }
 
 }  // namespace
