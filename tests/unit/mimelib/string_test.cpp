@@ -1,4 +1,5 @@
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <mimelib/string.h>
@@ -130,8 +131,17 @@ TEST(DwString, AppendingToTheRestOfAStringFindsRoomAfterIt) {
     DwString text(std::string(10000, 'x').c_str());
     text = text.substr(9997);
     text += DwString("abc");
-    const std::string neighbour(9000, 'y');  // in what the buffer has given back, if anything
+    // In what the buffer has given back, if anything.
+    const std::vector<std::string> neighbours(40, std::string(500, 'y'));
     EXPECT_EQ(text, DwString("xxxabc"));
+}
+
+TEST(DwString, AppendingEndsTheStringWhereItIs) {
+    DwString text("0123456789");
+    text = text.substr(0, 3);
+    text += DwString("x");
+    EXPECT_STREQ(text.c_str(), "012x");
+    EXPECT_EQ(text.c_str(), text.data());
 }
 
 TEST(DwString, AppendsItselfAndSlicesOfItself) {
