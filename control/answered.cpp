@@ -47,9 +47,11 @@ void list_answered(const std::string& recipient) {
     const Responders responders = responders_of(recipient);
     for (const ResponderRow& responder : responders.rows) {
         const auto senders = answered_today(responders.connection.get(), responder.id);
-        std::cout << coloured("responder " + responder.id, Colour::kStrong) << ": "
-                  << senders.size() << " answered today, each at most "
-                  << printable(responder.ans_freq) << " times\n";
+        std::cout << coloured("responder " + responder.id, Colour::kStrong)
+                  << (is_on(responder) ? "" : ", which is off") << ": " << senders.size()
+                  << (senders.size() == 1 ? " sender" : " senders")
+                  << " answered today; replies allowed to each: " << printable(responder.ans_freq)
+                  << "\n";
         for (const AnsweredSender& sender : senders) {
             std::cout << "  " << printable(sender.replies) << "  " << printable(sender.email)
                       << "  since " << printable(sender.since) << "\n";

@@ -62,7 +62,8 @@ void check_mail_names(Checklist& checklist) {
         checklist.to_do("mail names", "make the directory " + directory +
                                           ", or set TOLVA_MAILNAMES_D: " + std::strerror(errno));
     } else if (!S_ISDIR(status.st_mode)) {
-        checklist.to_do("mail names", "set TOLVA_MAILNAMES_D: " + directory + " is no directory");
+        checklist.to_do("mail names",
+                        "set TOLVA_MAILNAMES_D: " + directory + " is not a directory");
     } else {
         checklist.good("mail names", directory);
     }
@@ -79,28 +80,31 @@ void check_password_file(Checklist& checklist) {
     const std::string name = kPasswordFile;
     struct stat status {};
     if (stat(kPasswordFile, &status) != 0) {
-        checklist.to_do("password", "put the password of the database user admin into " + name +
-                                        ": " + std::strerror(errno));
+        checklist.to_do("password file", "put the password of the database user admin into " +
+                                             name + ": " + std::strerror(errno));
         return;
     }
     const std::string password = first_line_of(kPasswordFile);
-    if (status.st_uid != 0) {
-        checklist.to_do("password", "chown root " + name + ": it belongs to user " +
-                                        std::to_string(status.st_uid));
+    if (access(kPasswordFile, R_OK) != 0) {
+        checklist.to_do("password file",
+                        "run this as root, " + name + " cannot be read: " + std::strerror(errno));
+    } else if (status.st_uid != 0) {
+        checklist.to_do("password file", "chown root " + name + ": it belongs to user " +
+                                             std::to_string(status.st_uid));
     } else if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-        checklist.to_do("password",
+        checklist.to_do("password file",
                         "chmod 0600 " + name + ": its mode is " + octal(status.st_mode));
     } else if (password.empty()) {
-        checklist.to_do("password",
+        checklist.to_do("password file",
                         "write the password into the first line of " + name + ": it is empty");
     } else if (password.size() > kLongestPassword) {
-        checklist.to_do("password",
+        checklist.to_do("password file",
                         "choose a shorter password: only 99 characters of " + name + " are read");
     } else if (password.ends_with('\r')) {
-        checklist.to_do("password", "remove the carriage return at the end of the line in " + name +
-                                        ": it counts as part of the password");
+        checklist.to_do("password file", "remove the carriage return at the end of the line in " +
+                                             name + ": it counts as part of the password");
     } else {
-        checklist.good("password", name);
+        checklist.good("password file", name);
     }
 }
 
@@ -132,6 +136,23 @@ void check_size_limit(Checklist& checklist) {
     }
 }
 
+// What to do about a connection that could not be made for that reason. A server that says it in
+// another language than English gets the last of these.
+std::string remedy_for(const std::string& reason) {
+    const auto says = [&](const char* text) { return reason.find(text) != std::string::npos; };
+    if (says("admin password file: ")) {
+        return "see to the password file first: " + reason;
+    }
+    if (says(": Access denied") && says(" to database ")) {
+        return "grant admin its rights, for instance those of grants.sql: " + reason;
+    }
+    if (says(": Access denied")) {
+        return std::string("correct the password in the first line of ") + kPasswordFile + ": " +
+               reason;
+    }
+    return "look at the database server: " + reason;
+}
+
 }  // namespace
 
 bool check_installation() {
@@ -147,8 +168,7 @@ bool check_installation() {
         checklist.good("connection", mysql_get_server_info(connection.get()));
         check_database(checklist, connection.get());
     } catch (const Failure& failure) {
-        checklist.to_do("connection",
-                        std::string("look at the database server: ") + failure.what());
+        checklist.to_do("connection", remedy_for(failure.what()));
     }
     return checklist.all_good();
 }

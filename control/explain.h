@@ -7,7 +7,7 @@
 
 #include "control/explanation.h"
 
-/// Finds out what the autoresponder would make of `message`, sent to `recipient`, by calling what
+/// Finds out what the autoresponder would do with `message`, sent to `recipient`, by calling what
 /// it calls, short of sending, counting and leaving files. Where `mail_directory` is given, writes
 /// there each mail that would be handed over. Throws Failure when it cannot; a database that cannot
 /// be asked is an explanation with the verdict kCannotTell.

@@ -118,8 +118,8 @@ class ResponderExplainer {
                            .senders = record.senders,
                            .evicts = verdict == FrequencyVerdict::kAnswerFirstEvict};
         if (verdict == FrequencyVerdict::kLimitReached) {
-            responder.reason = "the limit is reached: " + *record.replies +
-                               " answered today, and " + responder.row.ans_freq + " allowed";
+            responder.reason = "the limit is reached: " + *record.replies + " of " +
+                               responder.row.ans_freq + " replies to this sender today";
         }
         return verdict != FrequencyVerdict::kLimitReached;
     }

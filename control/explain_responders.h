@@ -15,7 +15,7 @@ struct MessageAtHand {
     const HeaderFields* header;  ///< null unless only people are answered
 };
 
-/// Explains what each responder of the mailbox, in the server's order, would make of the message:
+/// Explains what each responder of the mailbox, in the server's order, would do with the message:
 /// both are in `explanation`, which gets the responders and the mails. `files` gets the mails'
 /// bytes. Throws EndOfRun and Failure.
 void explain_responders(Explanation& explanation, const MessageAtHand& message, MYSQL* connection,

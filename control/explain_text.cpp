@@ -1,6 +1,7 @@
 #include "control/explain_text.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "control/terminal.h"
 #include "control/words.h"
@@ -72,14 +73,24 @@ bool is_html(const ExplainedMessage& message) {
     return is_taken(message.analysis.text_source) && type.starts_with("text/html");
 }
 
+// The text without the empty lines at its end.
+std::string_view without_last_empty_lines(std::string_view text) {
+    const std::size_t last = text.find_last_not_of("\r\n");
+    return last == std::string_view::npos ? "" : text.substr(0, text.find('\n', last));
+}
+
 std::string first_lines(const BodyLines& lines) {
+    const std::string_view all = without_last_empty_lines(lines.text());
+    if (all.empty()) {
+        return "";
+    }
     std::string text;
     std::size_t shown = 0;
-    for (const std::string_view body_line : lines) {
+    for (BodyLines::Iterator body_line(all); body_line != BodyLines::end(); ++body_line) {
         if (shown++ == kShownLines) {
             return text + line("", "| ...");
         }
-        text += line("", "| " + cut(printable(body_line)));
+        text += line("", "| " + cut(printable(*body_line)));
     }
     return text;
 }
@@ -89,14 +100,14 @@ std::string text_of(const ExplainedMessage& message) {
     std::string text = line("text", origin_of(message));
     for (const ExplainedPart& part : message.parts) {
         if (part.is_multipart) {
-            text += line("", "a " + printable(part.type) + " within it is not looked into");
+            text += line("", "a " + printable(part.type) + " within it is not searched");
         }
     }
     if (!is_taken(message.analysis.text_source)) {
         return text;
     }
     if (is_html(message)) {
-        text += line("", "its HTML source is what key words are looked for in");
+        text += line("", "key words are looked for in its HTML source");
     }
     return text + line("charset", printable(mail.charset)) + first_lines(mail.body_lines);
 }
@@ -192,7 +203,7 @@ std::string answers_of(const Explanation& explanation) {
         return "";
     }
     return line("answers", explanation.not_a_person.empty()
-                               ? "only people, as which the sender passes"
+                               ? "only people; the sender counts as one"
                                : "only people: " + printable(explanation.not_a_person));
 }
 
@@ -214,7 +225,7 @@ std::string diagnostics_of(const Explanation& explanation) {
     if (explanation.diagnostics.empty()) {
         return "";
     }
-    std::string text = heading("Said on standard error");
+    std::string text = heading("The autoresponder would log");
     const BodyLines lines(
         explanation.diagnostics.ends_with('\n')
             ? explanation.diagnostics.substr(0, explanation.diagnostics.size() - 1)

@@ -9,7 +9,7 @@
 #include "core/mailbox.h"
 #include "core/responder_row.h"
 
-/// What the autoresponder would make of a message, as a record that can be shown. Texts are bytes
+/// What the autoresponder would do with a message, as a record that can be shown. Texts are bytes
 /// as the autoresponder holds them, UTF-8 as far as they could be converted.
 
 enum class Verdict {

@@ -31,7 +31,7 @@ constexpr std::string_view kHelp =
     "       autoresponderctl check\n"
     "       autoresponderctl answered RECIPIENT [--clear SENDER | --clear-all]\n"
     "\n"
-    "explain   says what the autoresponder would make of a message, and why; sends and\n"
+    "explain   says what the autoresponder would do with a message, and why; sends and\n"
     "          counts nothing. --json: for programs. --replies: writes the mails that\n"
     "          would be handed over to files in DIRECTORY.\n"
     "check     says whether the autoresponder finds all that it needs on this machine.\n"

@@ -60,14 +60,15 @@ std::string difference(const std::string& key, const std::string& text) {
     const std::string folded_key = in_lower_case(key);
     const std::string folded_text = in_lower_case(text);
     if (contains(folded_text, folded_key)) {
-        return "it stands there in another letter case";
+        return "it is there, but the letter case differs";
     }
     const std::string key_line = on_one_line(key);
     if (contains(on_one_line(text), key_line)) {
-        return "it stands there with a line break or other blanks in it";
+        return "it is there, but with a line break or other blanks in it";
     }
     if (contains(on_one_line(folded_text), on_one_line(folded_key))) {
-        return "it stands there in another letter case and with a line break or other blanks in it";
+        return "it is there, but the letter case differs and there is a line break or other blanks "
+               "in it";
     }
     return "";
 }
@@ -78,8 +79,7 @@ std::string other_place(const std::string& key, const DwMessage& message) {
     std::string place;
     visit_text_parts(message, [&](const DwEntity& part, const std::string& number) {
         if (contains(on_one_line(in_lower_case(text_in_utf8(part))), folded_key)) {
-            place =
-                "it stands in part " + number + ", " + type_of(part) + ", which is not looked at";
+            place = "it is in part " + number + ", " + type_of(part) + ", which is not searched";
         }
         return place.empty();
     });
@@ -117,7 +117,7 @@ std::string near_miss(const ResponderRow& responder, const Mail_content& mail,
                       const DwMessage& message) {
     const std::string& text = mail.body_lines.text();
     if (contains(responder.keystr, "\n")) {
-        return "it holds a line end, and no line does";
+        return "it contains a line break, but is compared with one line at a time";
     }
     const bool in_subject = responder.key_where == "subj";
     std::string here = difference(responder.keystr, in_subject ? mail.subject : text);
@@ -125,7 +125,7 @@ std::string near_miss(const ResponderRow& responder, const Mail_content& mail,
         return here;
     }
     if (contains(in_subject ? text : mail.subject, responder.keystr)) {
-        return in_subject ? "it stands in the text" : "it stands in the subject";
+        return in_subject ? "it is in the text" : "it is in the subject";
     }
     return other_place(responder.keystr, message);
 }

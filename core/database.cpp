@@ -34,7 +34,7 @@ namespace {
 
 constexpr int kRepetitions = 3;
 
-// A connection with a result that could not be read to its end. A new one in its place could not
+// A connection with an answer that could not be read to its end. A new one in its place could not
 // supply the rest, so everything that follows has to fail.
 const MYSQL* abandoned = nullptr;
 
@@ -64,6 +64,19 @@ bool was_cut_off(MYSQL* connection, const std::string& statement) {
     }
 }
 
+// Whether the client library gave up on the answer, without memory for it, say. It has no number
+// for each reason.
+bool was_left_unread(MYSQL* connection, const QueryResult& result) {
+    switch (mysql_errno(connection)) {
+        case 0:
+        case CR_OUT_OF_MEMORY:
+        case CR_MALFORMED_PACKET:
+            return !result.answered();
+        default:
+            return result.outcome() == QueryResult::Outcome::kUnreadable;
+    }
+}
+
 // Replaces a broken connection by one whose session is set up in the same way. False if that cannot
 // be done within a few seconds, which have to do for the whole run.
 bool connect_again(MYSQL* connection) {
@@ -87,7 +100,7 @@ bool connect_again(MYSQL* connection) {
 }
 
 QueryResult send_once(MYSQL* connection, const std::string& statement) {
-    if (mysql_real_query(connection, statement.data(), statement.size()) != 0) {
+    if (!tolva::db::send_query(connection, statement)) {
         return {QueryResult::Outcome::kRefused, mysql_error(connection)};
     }
     tolva::db::ResultHandle rows = tolva::db::store_result(connection);
@@ -109,7 +122,7 @@ QueryResult send_statement(MYSQL* connection, const std::string& statement) {
         }
         result = send_once(connection, statement);
     }
-    if (result.outcome() == QueryResult::Outcome::kUnreadable) {
+    if (was_left_unread(connection, result)) {
         abandoned = connection;
     }
     return result;

@@ -18,7 +18,7 @@ class QueryResult {
   public:
     enum class Outcome {
         kAnswered,    ///< carried out; a statement that yields no rows counts as one without any
-        kRefused,     ///< refused by the server, or the server could not be reached
+        kRefused,     ///< refused by the server, or the server could not be reached or understood
         kUnreadable,  ///< carried out, but its rows could not be read (see store_result)
     };
 

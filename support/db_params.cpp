@@ -50,7 +50,7 @@ char* get_param_query(const char* query, MYSQL* connection) {
         return nullptr;
     }
     ResultHandle result;
-    const bool sent = mysql_query(database.get(), query) == 0;
+    const bool sent = tolva::db::send_query(database.get(), query);
     if (sent) {
         result = tolva::db::store_result(database.get());
     }
@@ -124,7 +124,7 @@ int send(MYSQL* connection, const char* name, const Messages& messages, Compose 
     }
     try {
         const std::string statement = compose(database.get());
-        if (mysql_real_query(database.get(), statement.data(), statement.size()) != 0) {
+        if (!tolva::db::send_query(database.get(), statement)) {
             return report_failure(messages.failed, name, reason_of(database.get()));
         }
         return 0;

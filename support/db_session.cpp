@@ -40,9 +40,9 @@ bool is_utf8_wanted(const char* setting) {
 }
 
 bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) {
-    mysql_query(connection, "set foreign_key_checks=0");  // an old server may not know it
+    send_query(connection, "set foreign_key_checks=0");  // an old server may not know it
 
-    if (mysql_query(connection, "SHOW VARIABLES LIKE 'version'") != 0) {
+    if (!send_query(connection, "SHOW VARIABLES LIKE 'version'")) {
         return fail(connection, "query version", err, size);
     }
     const ResultHandle variables = store_result(connection);
@@ -61,7 +61,7 @@ bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) 
     }
 
     constexpr char kSetting[] = "SELECT val FROM misc WHERE param='mysql41_compatible'";
-    if (mysql_query(connection, kSetting) != 0) {
+    if (!send_query(connection, kSetting)) {
         return fail(connection, "mysql41 compatible query", err, size);
     }
     const ResultHandle settings = store_result(connection);
@@ -72,7 +72,7 @@ bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) 
     // two columns, which no server sends for this query, would lead to "SET NAMES utf8".
     utf8_mode =
         is_utf8_wanted(compatibility_setting(settings.get(), mysql_fetch_row(settings.get())));
-    if (mysql_query(connection, utf8_mode ? "SET NAMES utf8" : "SET NAMES binary") != 0) {
+    if (!send_query(connection, utf8_mode ? "SET NAMES utf8" : "SET NAMES binary")) {
         return fail(connection, "set names query", err, size);
     }
     return true;

@@ -22,7 +22,7 @@ class Allocations : public FullRun {
         rehearse(with_failing_allocation(plain_start(), "0", "allocations"));
         const unsigned long all = std::stoul(lines_of("/world/allocations").at(0));
         EXPECT_GT(all, 100U);
-        for (const unsigned long number : numbers(all, 50)) {
+        for (const unsigned long number : numbers(all, 30)) {
             const std::string which = std::to_string(number) + later_ones;
             endure({.name = "allocation " + which,
                     .invocation = with_failing_allocation(plain_start(), which)});

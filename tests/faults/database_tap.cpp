@@ -8,8 +8,8 @@
 
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -17,11 +17,16 @@ namespace {
 
 constexpr std::size_t kMost = std::size_t{1} << 20U;
 
-sockaddr_un address_of(const char* path) {
+sockaddr_un address_of(std::string_view path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
     return address;
+}
+
+std::string_view server_path() {
+    const char* path = std::getenv("MYSQL_UNIX_PORT");
+    return path != nullptr ? path : "";
 }
 
 int new_socket() {
@@ -40,7 +45,7 @@ int listen_at(const char* path) {
 }
 
 int connect_to_server() {
-    const sockaddr_un address = address_of(std::getenv("MYSQL_UNIX_PORT"));
+    const sockaddr_un address = address_of(server_path());
     const int server = new_socket();
     if (connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
         return server;

@@ -55,7 +55,9 @@ bool Faults::every_fault() {
 }
 
 std::vector<unsigned long> Faults::numbers(unsigned long count, unsigned long sample) {
-    const unsigned long tries = every_fault_is_tried ? count : std::min(count, sample);
+    // The sanitizers make a run many times as expensive.
+    const unsigned long some = kSanitized ? (sample + 2) / 3 : sample;
+    const unsigned long tries = every_fault_is_tried ? count : std::min(count, some);
     std::vector<unsigned long> all;
     for (unsigned long i = 0; i < tries; ++i) {
         all.push_back(1 + i * count / tries);

@@ -129,7 +129,10 @@ class Tracer {
   private:
     struct Task {
         bool is_new = true;
-        std::optional<int> result;  // what the call at hand is to return
+        // Of the call at hand, if it was interfered with: its own arguments, and what it returns
+        // unless that is the kernel's affair.
+        std::optional<Registers> entered;
+        std::optional<int> result;
     };
 
     void begin();
@@ -138,8 +141,9 @@ class Tracer {
     void enter(pid_t task);
     void leave(pid_t task);
     [[nodiscard]] bool is_hit(unsigned long call, unsigned long number) const;
-    void apply(pid_t task, Registers registers);
-    void fail(pid_t task, Registers registers);
+    void apply(pid_t task, const Registers& registers);
+    void fail(pid_t task, const Registers& registers);
+    void change_call(pid_t task, const Registers& from, const Registers& to);
 
     pid_t program_;
     Fault fault_;
@@ -204,7 +208,7 @@ void Tracer::handle_stop(pid_t task, int status) {
 }
 
 void Tracer::go_on(pid_t task, int signal) {
-    if (done_ && !tasks_[task].result) {
+    if (done_ && !tasks_[task].entered) {
         ptrace(PTRACE_DETACH, task, nullptr, signal);
         tasks_.erase(task);
     } else {
@@ -237,7 +241,7 @@ bool Tracer::is_hit(unsigned long call, unsigned long number) const {
            (number == fault_.at || (fault_.and_later && number > fault_.at));
 }
 
-void Tracer::apply(pid_t task, Registers registers) {
+void Tracer::apply(pid_t task, const Registers& registers) {
     switch (fault_.kind) {
         case Fault::Kind::kNone:
             break;
@@ -246,8 +250,9 @@ void Tracer::apply(pid_t task, Registers registers) {
             break;
         case Fault::Kind::kShort:
             if (transfers(registers.orig_rax) && registers.rdx > 1) {
-                registers.rdx = 1;
-                set_registers(task, registers);
+                Registers shorter = registers;
+                shorter.rdx = 1;
+                change_call(task, registers, shorter);
             }
             break;
         case Fault::Kind::kSignal:
@@ -259,36 +264,49 @@ void Tracer::apply(pid_t task, Registers registers) {
     }
 }
 
-void Tracer::fail(pid_t task, Registers registers) {
+void Tracer::fail(pid_t task, const Registers& registers) {
+    Registers failing = registers;
     switch (registers.orig_rax) {
         case SYS_brk:
-            registers.rdi = 0;
+            failing.rdi = 0;
             break;
         case SYS_setfsuid:
         case SYS_setfsgid:
             if (registers.rdi == 0) {
                 return;
             }
-            registers.rdi = static_cast<unsigned long long>(-1);
+            failing.rdi = static_cast<unsigned long long>(-1);
             break;
         case SYS_close:
             tasks_[task].result = -fault_.number;
-            return;
+            break;
         default:
-            registers.orig_rax = static_cast<unsigned long long>(-1);  // no call at all
+            failing.orig_rax = static_cast<unsigned long long>(-1);  // no call at all
             tasks_[task].result = -fault_.number;
     }
-    set_registers(task, registers);
+    change_call(task, registers, failing);
 }
 
+void Tracer::change_call(pid_t task, const Registers& from, const Registers& to) {
+    set_registers(task, to);
+    tasks_[task].entered = from;
+}
+
+// A call leaves its arguments alone, and compilers rely on that.
 void Tracer::leave(pid_t task) {
-    std::optional<int>& result = tasks_[task].result;
-    if (result) {
-        Registers registers = registers_of(task);
-        registers.rax = static_cast<unsigned long long>(*result);
-        set_registers(task, registers);
-        result.reset();
+    Task& call = tasks_[task];
+    if (!call.entered) {
+        return;
     }
+    Registers registers = registers_of(task);
+    registers.rdi = call.entered->rdi;
+    registers.rdx = call.entered->rdx;
+    if (call.result) {
+        registers.rax = static_cast<unsigned long long>(*call.result);
+    }
+    set_registers(task, registers);
+    call.entered.reset();
+    call.result.reset();
 }
 
 [[noreturn]] void end_with(int status) {

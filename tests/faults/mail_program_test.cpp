@@ -83,7 +83,9 @@ TEST_F(FailingMailProgram, ThatFailsWithTheWholeMail) {
 TEST_F(FailingMailProgram, ThatBreaksOffALargeNotice) {
     sql("insert into resp_attach (rn_id, filename) select 1, concat('gone', seq, repeat('x', 200))"
         " from seq_1_to_1000");
-    for (const int size : {0, 1, 4096, 65536, 100000, 131072}) {
+    const std::vector<int> sizes =
+        every_fault() ? std::vector{0, 1, 4096, 65536, 100000, 131072} : std::vector{0, 65536};
+    for (const int size : sizes) {
         for (const std::string& end : ends()) {
             const std::string script = "if [[ $2 == root@localhost ]]; then head -c " +
                                        std::to_string(size) + " >/dev/null\n" + end + "fi\n" +

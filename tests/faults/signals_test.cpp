@@ -36,7 +36,7 @@ TEST_F(SignalsAtRandom, TheRunEndsOrGoesOn) {
                                     SIGUSR2, SIGXCPU, SIGCONT, SIGWINCH};
     std::mt19937 generator(1);  // NOLINT(cert-msc51-cpp): the same times in every run
     std::uniform_int_distribution<int> microseconds(0, kSanitized ? 150'000 : 25'000);
-    for (int i = 0; i < (every_fault() ? 1600 : 32); ++i) {
+    for (int i = 0; i < (every_fault() ? 1600 : 16); ++i) {
         const int signal = signals[static_cast<std::size_t>(i) % signals.size()];
         const int pause = microseconds(generator);
         endure({.name = "SIG" + std::string(sigabbrev_np(signal)) + " after " +

@@ -49,14 +49,27 @@ TEST_F(Answered, ListsTodaysSendersOfEachResponder) {
     EXPECT_EQ(finished.status, 0);
     EXPECT_EQ(finished.err, "");
     EXPECT_EQ(finished.out,
-              "responder 1: 2 answered today, each at most 1 times\n"
+              "responder 1: 2 senders answered today; replies allowed to each: 1\n"
               "  1  ann@example.org  since " +
                   today +
                   " 00:00:01\n"
                   "  3  ben@example.org  since " +
                   today +
                   " 00:00:02\n"
-                  "responder 2: 0 answered today, each at most 10 times\n");
+                  "responder 2: 0 senders answered today; replies allowed to each: 10\n");
+}
+
+TEST_F(Answered, SaysWhichRespondersAreOff) {
+    sql("update mail_resp set resp_on='false' where id=1");
+    EXPECT_THAT(
+        answered({}).out,
+        testing::StartsWith(
+            "responder 1, which is off: 2 senders answered today; replies allowed to each: 1\n"));
+}
+
+TEST_F(Answered, CountsSendersWithTheirOwnWord) {
+    sql("delete from resp_freq where email='ben@example.org'");
+    EXPECT_THAT(answered({}).out, testing::StartsWith("responder 1: 1 sender answered today; "));
 }
 
 TEST_F(Answered, ForgetsOneSenderOfThisMailbox) {

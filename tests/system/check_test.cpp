@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -59,9 +60,9 @@ TEST_F(Check, FindsDirectoriesAndFilesThatAreMissing) {
     remove_mail_program();
     EXPECT_THAT(to_do(), HasSubstr("to do mail program  install one as /usr/sbin/sendmail: "));
     std::filesystem::remove("/etc/tva/.tva.shadow");
-    EXPECT_THAT(to_do(), HasSubstr("to do password      put the password of the database user "));
+    EXPECT_THAT(to_do(), HasSubstr("to do password file put the password of the database user "));
     EXPECT_THAT(to_do(),
-                HasSubstr("to do connection    look at the database server: Unable to open "
+                HasSubstr("to do connection    see to the password file first: Unable to open "
                           "admin password file: No such file or directory\n"));
 }
 
@@ -72,12 +73,12 @@ TEST_F(Check, FindsAMailProgramThatIsNotExecutable) {
 
 TEST_F(Check, FindsAPasswordThatOthersCanRead) {
     ASSERT_EQ(chmod("/etc/tva/.tva.shadow", 0640), 0);
-    EXPECT_EQ(to_do(), "to do password      chmod 0600 /etc/tva/.tva.shadow: its mode is 0640\n");
+    EXPECT_EQ(to_do(), "to do password file chmod 0600 /etc/tva/.tva.shadow: its mode is 0640\n");
     ASSERT_EQ(chmod("/etc/tva/.tva.shadow", 0600), 0);
     if (nobody_exists()) {
         ASSERT_EQ(chown("/etc/tva/.tva.shadow", kNobody, 0), 0);
         EXPECT_EQ(to_do(),
-                  "to do password      chown root /etc/tva/.tva.shadow: it belongs to "
+                  "to do password file chown root /etc/tva/.tva.shadow: it belongs to "
                   "user 65534\n");
         ASSERT_EQ(chown("/etc/tva/.tva.shadow", 0, 0), 0);
     }
@@ -85,15 +86,50 @@ TEST_F(Check, FindsAPasswordThatOthersCanRead) {
 
 TEST_F(Check, FindsAPasswordThatIsNotTheRightOne) {
     write_file("/etc/tva/.tva.shadow", "");
-    EXPECT_THAT(to_do(), HasSubstr("it is empty\n"));
+    EXPECT_THAT(to_do(),
+                AllOf(HasSubstr("it is empty\n"),
+                      HasSubstr("to do connection    see to the password file first: Unable "
+                                "to read admin password file: Success\n")));
     write_file("/etc/tva/.tva.shadow", right_password() + "\r\n");
     EXPECT_THAT(to_do(), HasSubstr("remove the carriage return"));
     write_file("/etc/tva/.tva.shadow", std::string(100, 'x') + "\n");
     EXPECT_THAT(to_do(), HasSubstr("choose a shorter password"));
     write_file("/etc/tva/.tva.shadow", "wrong\n");
-    EXPECT_THAT(to_do(), testing::MatchesRegex("to do connection    look at the database server: "
-                                               "Unable to connect to Tolva Database: Access "
-                                               "denied[^\n]*\n"));
+    EXPECT_THAT(to_do(), testing::MatchesRegex(
+                             "to do connection    correct the password in the first line of "
+                             "/etc/tva/.tva.shadow: Unable to connect to Tolva Database: "
+                             "Access denied for user 'admin'@'localhost'[^\n]*\n"));
+}
+
+TEST_F(Check, FindsThatItMayNotReadThePassword) {
+    if (!nobody_exists()) {
+        GTEST_SKIP() << "there is no other user";
+    }
+    const Finished finished = control({.as_nobody = true, .arguments = {"check"}});
+    EXPECT_THAT(finished.out,
+                HasSubstr("to do password file run this as root, /etc/tva/.tva.shadow "
+                          "cannot be read: Permission denied\n"));
+}
+
+TEST_F(Check, FindsADatabaseThatMayNotBeUsed) {
+    const std::vector<Row> grants = sql("show grants for admin@localhost");
+    sql("revoke all privileges, grant option from admin@localhost");
+    const std::string found = to_do();
+    for (const Row& grant : grants) {
+        sql(grant.at(0).value());
+    }
+    EXPECT_THAT(found, testing::MatchesRegex("to do connection    grant admin its rights, for "
+                                             "instance those of grants.sql: Unable to connect to "
+                                             "Tolva Database: Access denied for user "
+                                             "'admin'@'localhost' to database 'tva'\n"));
+}
+
+TEST_F(Check, FindsAServerThatIsNotThere) {
+    const Finished finished =
+        control({.environment = {{"MYSQL_UNIX_PORT", "/nowhere"}}, .arguments = {"check"}});
+    EXPECT_THAT(finished.out,
+                HasSubstr("to do connection    look at the database server: Unable to connect to "
+                          "Tolva Database: Can't connect to local server through socket"));
 }
 
 TEST_F(Check, FindsASizeLimitThatIsNoNumber) {

@@ -263,37 +263,38 @@ TEST_F(Explain, NamesWhatASwitchedOffResponderIs) {
 TEST_F(Explain, NamesTheLetterCaseThatKeepsAKeyWordFromBeingFound) {
     add_responder(1, "key_where='subj', keystr='HELLO'");
     EXPECT_EQ(verdict(plain_message()),
-              "would not answer: responder 1: its key word is not in the subject: it stands there "
-              "in another letter case\n");
+              "would not answer: responder 1: its key word is not in the subject: it is there, but "
+              "the letter case differs\n");
     sql("update mail_resp set keystr='о ЦЕНАХ'");
     EXPECT_THAT(
         verdict(message_with({"Subject: =?utf-8?Q?=D0=9E_=D1=86=D0=B5=D0=BD=D0=B0=D1=85?="})),
-        EndsWith("it stands there in another letter case\n"));
+        EndsWith("it is there, but the letter case differs\n"));
 }
 
 TEST_F(Explain, NamesTheLineBreakThatKeepsAKeyWordFromBeingFound) {
     add_responder(1, "key_where='body', keystr='price list'");
     EXPECT_THAT(verdict(message_with({}, "Send me the price\nlist.\n")),
-                EndsWith("it stands there with a line break or other blanks in it\n"));
+                EndsWith("it is there, but with a line break or other blanks in it\n"));
     sql("update mail_resp set keystr='Price List'");
-    EXPECT_THAT(verdict(message_with({}, "Send me the price\n  list.\n")),
-                EndsWith("it stands there in another letter case and with a line break or other "
-                         "blanks in it\n"));
+    EXPECT_THAT(
+        verdict(message_with({}, "Send me the price\n  list.\n")),
+        EndsWith("it is there, but the letter case differs and there is a line break or other "
+                 "blanks in it\n"));
     sql("update mail_resp set keystr='price\\nlist'");
     EXPECT_THAT(verdict(message_with({}, "Send me the price\nlist.\n")),
-                EndsWith("it holds a line end, and no line does\n"));
+                EndsWith("it contains a line break, but is compared with one line at a time\n"));
 }
 
 TEST_F(Explain, NamesThePlaceThatKeepsAKeyWordFromBeingFound) {
     add_responder(1, "key_where='body', keystr='Hello'");
-    EXPECT_THAT(verdict(plain_message()), EndsWith("it stands in the subject\n"));
+    EXPECT_THAT(verdict(plain_message()), EndsWith("it is in the subject\n"));
     sql("update mail_resp set key_where='subj', keystr='there?'");
-    EXPECT_THAT(verdict(plain_message()), EndsWith("it stands in the text\n"));
+    EXPECT_THAT(verdict(plain_message()), EndsWith("it is in the text\n"));
     sql("update mail_resp set key_where='body', keystr='Berlin'");
     EXPECT_THAT(verdict(message_with({"Content-Type: multipart/mixed; boundary=o"},
                                      "--o\nContent-Type: multipart/alternative; boundary=i\n\n"
                                      "--i\nContent-Type: text/plain\n\nin Berlin\n--i--\n--o--\n")),
-                EndsWith("it stands in part 1.1, text/plain, which is not looked at\n"));
+                EndsWith("it is in part 1.1, text/plain, which is not searched\n"));
     sql("update mail_resp set keystr='nowhere'");
     EXPECT_EQ(verdict(plain_message()),
               "would not answer: responder 1: its key word is not in the text\n");
@@ -303,8 +304,8 @@ TEST_F(Explain, NamesTheLimitThatIsReached) {
     add_responder(1, "ans_freq='2'");
     sql("insert into resp_freq set rn_id=1, email='sender@example.org', num=2");
     EXPECT_EQ(verdict(plain_message()),
-              "would not answer: responder 1: the limit is reached: 2 answered today, and 2 "
-              "allowed\n");
+              "would not answer: responder 1: the limit is reached: 2 of 2 replies to this sender "
+              "today\n");
     sql("update mail_resp set ans_freq='many'");
     EXPECT_EQ(verdict(plain_message()),
               "would not answer: responder 1: it allows no replies at all: ans_freq is 'many'\n");
@@ -350,21 +351,49 @@ TEST_F(Explain, TellsWhatWasTakenFromTheMessage) {
                              "--o\nContent-Type: TEXT/HTML; charset=koi8-r\n\n<p>1\n2\n3\n4\n5\n6\n"
                              "--o--\n"))
             .out;
-    EXPECT_THAT(text,
-                HasSubstr("  sender      ann@example.net, from Reply-To:\n"
-                          "  subject     caf\xC3\xA9\n"
-                          "  date        today\n"
-                          "  text        part 2 of 2, TEXT/HTML\n"
-                          "              a multipart/related within it is not looked into\n"
-                          "              its HTML source is what key words are looked for in\n"
-                          "  charset     koi8-r\n"
-                          "              | <p>1\n"
-                          "              | 2\n"
-                          "              | 3\n"
-                          "              | 4\n"
-                          "              | 5\n"
-                          "              | ...\n"
-                          "  loop        none\n"));
+    EXPECT_THAT(text, HasSubstr("  sender      ann@example.net, from Reply-To:\n"
+                                "  subject     caf\xC3\xA9\n"
+                                "  date        today\n"
+                                "  text        part 2 of 2, TEXT/HTML\n"
+                                "              a multipart/related within it is not searched\n"
+                                "              key words are looked for in its HTML source\n"
+                                "  charset     koi8-r\n"
+                                "              | <p>1\n"
+                                "              | 2\n"
+                                "              | 3\n"
+                                "              | 4\n"
+                                "              | 5\n"
+                                "              | ...\n"
+                                "  loop        none\n"));
+}
+
+TEST_F(Explain, MarksATextOnlyWhereMoreFollows) {
+    add_responder(1);
+    const auto shown = [](const std::string& body) {
+        const std::string text = explain(message_with({}, body)).out;
+        const std::size_t begin = text.find("  charset");
+        return text.substr(begin, text.find("  loop") - begin);
+    };
+    const std::string charset = "  charset     US-ASCII\n";
+    const auto lines = [](int last) {
+        std::string text;
+        for (int number = 1; number <= last; ++number) {
+            text += "              | " + std::to_string(number) + "\n";
+        }
+        return text;
+    };
+    EXPECT_EQ(shown("1\n"), charset + lines(1));
+    EXPECT_EQ(shown("1\n2\n3\n4\n5\n"), charset + lines(5));
+    EXPECT_EQ(shown("1\n2\n3\n4\n5\n\n\r\n"), charset + lines(5));
+    EXPECT_EQ(shown("1\n2\n3\n4\n5\n\n6\n"), charset + lines(5) + "              | ...\n");
+    EXPECT_EQ(shown("\n\n1\n"), charset + "              | \n              | \n" + lines(1));
+    EXPECT_EQ(shown("1\r\n2\r\n"), charset + "              | 1\\x0d\n              | 2\\x0d\n");
+    EXPECT_EQ(shown("\n\n"), charset);
+}
+
+TEST_F(Explain, ShowsWhatTheAutoresponderWouldLog) {
+    EXPECT_THAT(explain(plain_message(), "nobody@example.com").out,
+                HasSubstr("The autoresponder would log\n  autoresponder: Mailname not found: "));
 }
 
 TEST_F(ExplainedAndAnswered, WhereOnlyPeopleAreAnswered) {
@@ -389,7 +418,7 @@ TEST_F(ExplainedAndAnswered, WhereOnlyPeopleAreAnswered) {
     EXPECT_EQ(verdict(messages[4]), "would not answer: only people are answered: List-Id: field\n");
     EXPECT_EQ(explained(messages[4])["not_a_person"], "List-Id: field");
     EXPECT_THAT(explain(messages[0]).out,
-                HasSubstr("  answers     only people, as which the sender passes\n"));
+                HasSubstr("  answers     only people; the sender counts as one\n"));
 }
 
 TEST_F(Explain, SaysThatAMessageIsEmpty) {

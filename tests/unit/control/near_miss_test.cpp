@@ -44,27 +44,28 @@ TEST(LowerCase, LeavesOtherBytesAlone) {
 }
 
 TEST(NearMiss, IsTheLetterCase) {
-    EXPECT_EQ(in_subject("PRICE", "the price"), "it stands there in another letter case");
-    EXPECT_EQ(in_text("price", "the\nPrice list"), "it stands there in another letter case");
+    EXPECT_EQ(in_subject("PRICE", "the price"), "it is there, but the letter case differs");
+    EXPECT_EQ(in_text("price", "the\nPrice list"), "it is there, but the letter case differs");
 }
 
 TEST(NearMiss, IsALineBreakOrOtherBlanks) {
     EXPECT_EQ(in_text("price list", "price\nlist"),
-              "it stands there with a line break or other blanks in it");
+              "it is there, but with a line break or other blanks in it");
     EXPECT_EQ(in_text("price list", "price  \r\n list"),
-              "it stands there with a line break or other blanks in it");
+              "it is there, but with a line break or other blanks in it");
     EXPECT_EQ(in_subject("price list", "price\tlist"),
-              "it stands there with a line break or other blanks in it");
+              "it is there, but with a line break or other blanks in it");
 }
 
 TEST(NearMiss, IsBoth) {
-    EXPECT_EQ(in_text("price list", "PRICE\nlist"),
-              "it stands there in another letter case and with a line break or other blanks in it");
+    EXPECT_EQ(
+        in_text("price list", "PRICE\nlist"),
+        "it is there, but the letter case differs and there is a line break or other blanks in it");
 }
 
 TEST(NearMiss, IsTheOtherPlace) {
-    EXPECT_EQ(in_subject("price", "Hello", "the price"), "it stands in the text");
-    EXPECT_EQ(in_text("price", "Hello", "the price"), "it stands in the subject");
+    EXPECT_EQ(in_subject("price", "Hello", "the price"), "it is in the text");
+    EXPECT_EQ(in_text("price", "Hello", "the price"), "it is in the subject");
 }
 
 TEST(NearMiss, IsAnotherPart) {
@@ -72,11 +73,12 @@ TEST(NearMiss, IsAnotherPart) {
                       "Content-Type: multipart/mixed; boundary=o\n\n"
                       "--o\nContent-Type: text/plain\n\nHello\n"
                       "--o\nContent-Type: text/html\n\nthe Price\n--o--\n"),
-              "it stands in part 2, text/html, which is not looked at");
+              "it is in part 2, text/html, which is not searched");
 }
 
 TEST(NearMiss, IsALineEndInTheKeyWord) {
-    EXPECT_EQ(in_text("price\nlist", "price\nlist"), "it holds a line end, and no line does");
+    EXPECT_EQ(in_text("price\nlist", "price\nlist"),
+              "it contains a line break, but is compared with one line at a time");
 }
 
 TEST(NearMiss, IsNoneOfThese) {

@@ -61,7 +61,7 @@ MYSQL* __real_mysql_init(MYSQL* handle);
 MYSQL* __real_mysql_real_connect(MYSQL* connection, const char* host, const char* user,
                                  const char* password, const char* database, unsigned port,
                                  const char* socket, unsigned long flags);
-int __real_mysql_query(MYSQL* connection, const char* statement);
+int __real_mysql_real_query(MYSQL* connection, const char* statement, unsigned long length);
 MYSQL_RES* __real_mysql_store_result(MYSQL* connection);
 MYSQL_ROW __real_mysql_fetch_row(MYSQL_RES* result);
 }
@@ -70,7 +70,8 @@ namespace {
 
 // Has the handle report an error number.
 void set_error(MYSQL* connection) {
-    __real_mysql_query(connection, "no statement");
+    constexpr std::string_view statement = "no statement";
+    __real_mysql_real_query(connection, statement.data(), statement.size());
 }
 
 }  // namespace
@@ -95,14 +96,15 @@ MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char
     return connected;
 }
 
-int __wrap_mysql_query(MYSQL* connection, const char* statement) {
-    if (std::string_view(statement).starts_with("SHOW VARIABLES") &&
-        is_due(LibraryFault::lost_session)) {
+int __wrap_mysql_real_query(MYSQL* connection, const char* text, unsigned long length) {
+    const std::string_view statement(text, length);
+    if (statement.starts_with("SHOW VARIABLES") && is_due(LibraryFault::lost_session)) {
         testing_support::execute_as_root("kill " + std::to_string(mysql_thread_id(connection)));
     }
-    const bool setting = std::string_view(statement).starts_with("SELECT val FROM misc");
+    const bool setting = statement.starts_with("SELECT val FROM misc");
     const bool two = setting && is_due(LibraryFault::two_columns);
-    return __real_mysql_query(connection, two ? "select 'mysql41_compatible', 'true'" : statement);
+    const std::string_view sent = two ? "select 'mysql41_compatible', 'true'" : statement;
+    return __real_mysql_real_query(connection, sent.data(), sent.size());
 }
 
 MYSQL_RES* __wrap_mysql_store_result(MYSQL* connection) {
