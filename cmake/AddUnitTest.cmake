@@ -17,6 +17,12 @@ set_target_properties(test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
 target_compile_options(test_headers PRIVATE -fPIE)
 target_precompile_headers(test_headers PRIVATE ${test_headers})
 
+# Seconds. The slowest takes two; instrumented and on a busy machine they take their time.
+set(unit_test_timeout 60)
+if(AUTORESPONDER_SANITIZE OR AUTORESPONDER_COVERAGE)
+    set(unit_test_timeout 240)
+endif()
+
 # add_unit_test(NAME <name> SOURCES <files> LIBRARIES <targets>)
 # A GoogleTest program of the name given, registered with CTest as one test of that name.
 function(add_unit_test)
@@ -29,5 +35,5 @@ function(add_unit_test)
     target_precompile_headers(${arg_NAME} REUSE_FROM test_headers)
     set_source_files_properties(${c_sources} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
     add_test(NAME ${arg_NAME} COMMAND ${arg_NAME})
-    set_tests_properties(${arg_NAME} PROPERTIES TIMEOUT 240)
+    set_tests_properties(${arg_NAME} PROPERTIES TIMEOUT ${unit_test_timeout})
 endfunction()

@@ -6,6 +6,8 @@ target_include_directories(autoresponder_options INTERFACE "${PROJECT_SOURCE_DIR
 target_compile_options(autoresponder_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     $<$<BOOL:${AUTORESPONDER_WARNINGS_AS_ERRORS}>:-Werror>)
+# File sizes have 64 bits on 32-bit systems, too.
+target_compile_definitions(autoresponder_options INTERFACE _FILE_OFFSET_BITS=64)
 
 # The program runs as root on mail from strangers.
 set(hardened "$<CONFIG:Release,RelWithDebInfo>")

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+static_assert(sizeof(off_t) == 8, "a reply may be larger than 2 GiB");
+
 /// The mail system's size limit for messages.
 class SizeLimit {
   public:

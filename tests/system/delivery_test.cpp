@@ -298,6 +298,21 @@ TEST_F(Delivery, AReplyFileThatCannotBeMadeIsASendError) {
     EXPECT_EQ(outcome.out, record);
 }
 
+TEST_F(Delivery, ALinkInPlaceOfTheReplyFileIsNotFollowed) {
+    // There is a reply file already when the notice about the missing file is sent.
+    add_attachment(1, "missing.txt");
+    replace_mail_program(
+        "ln -sf /etc/passwd \"$(echo /tmp/tva-response-uu-*)\"; exec \"$CAPTURE\" \"$@\"\n");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_THAT(outcome.err,
+                MatchesRegex("autoresponder: Failed to open temporary file with response mail "
+                             "contents '/tmp/tva-response-uu-[A-Za-z0-9]+': Too many levels of "
+                             "symbolic links .40.\n"
+                             "autoresponder: Send error: .*\nSystem error 40: .*\n"));
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].arguments.back(), "owner@clients.example");
+}
+
 TEST_F(Delivery, AfterASendErrorTheNextRowFollows) {
     const SmallTmp tmp("nr_inodes=2");
     add_responder(2);

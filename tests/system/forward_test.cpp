@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,14 @@ TEST_F(Forward, WithoutAddressesNothingIsSentOn) {
 TEST_F(Forward, NullAddressesAloneSendNothingOn) {
     sql("insert into resp_forward set rn_id=1, address=NULL");
     EXPECT_THAT(answer(plain_message()).mails, SizeIs(1));
+}
+
+TEST_F(Forward, AnEmptyAddressIsHandedOn) {
+    add_forward(1, "");
+    const Outcome outcome = answer(plain_message());
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_THAT(outcome.mails[0].arguments,
+                ElementsAre("/usr/sbin/sendmail", "-f", "user@example.com", ""));
 }
 
 TEST_F(Forward, OneMailProgramGetsAllAddressesInRowOrderBeforeTheReply) {
@@ -146,12 +155,16 @@ TEST_F(Forward, ACopyThatIsCutShortIsNotMentionedUnlessItIsForwarded) {
 }
 
 TEST_F(Forward, WithoutAddressesTheCopyIsNotOpened) {
-    // Opening it would fail: the first responder's mail program takes it away.
+    // The first responder's mail program puts a pipe in its place, at which somebody waits.
     add_responder(2);
-    replace_mail_program("rm -f /tmp/tva-autoresponder-*; exec \"$CAPTURE\" \"$@\"\n");
+    replace_mail_program(
+        "copy=$(echo /tmp/tva-autoresponder-*); rm \"$copy\"; mkfifo \"$copy\"\n"
+        "timeout 10 sh -c 'exec 3>\"$1\"; touch /world/opened' sh \"$copy\" >/dev/null 2>&1 &\n"
+        "exec \"$CAPTURE\" \"$@\"\n");
     const Outcome outcome = answer(plain_message());
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_FALSE(std::filesystem::exists("/world/opened"));
 }
 
 TEST_F(Forward, WithoutANewProcessTheRunGoesOn) {

@@ -424,6 +424,17 @@ TEST_F(OnlyPeople, InternationalisedDomainsAreRecognisedInBothForms) {
     }
 }
 
+TEST_F(OnlyPeople, AnInternationalisedDomainIsRecognisedBesideAnother) {
+    set("true");
+    sql("update domains set name='xn--bcher-kva.example'");
+    sql("insert into domainaliases set dom_id=1, name='books.example', mail='true'");
+    EXPECT_EQ(run_afresh(to("To: user@b\xC3\xBC"
+                            "cher.example"),
+                         {}, "user@books.example")
+                  .err,
+              "");
+}
+
 // What is asked of the database
 
 TEST_F(OnlyPeople, TheHeaderAloneRefusesWithoutTheDatabase) {

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,12 +62,16 @@ class Privileges : public World {
 };
 
 TEST_F(Privileges, ASetUserIdProgramBecomesRootAndDropsItsCallersEnvironment) {
-    const Outcome without_server = run(started_by_nobody_);
+    Invocation invocation = started_by_nobody_;
+    invocation.recipient = std::nullopt;
+    invocation.environment["RESP_"] = "comes first";
+    invocation.environment["RESP_RECIPIENT"] = "user@example.com";
+    const Outcome without_server = run(invocation);
     EXPECT_THAT(without_server.err,
                 testing::StartsWith("autoresponder: Unable to connect to Tolva Database: "));
     ASSERT_NO_FATAL_FAILURE(put_server_at(socket_named_in(without_server.err)));
 
-    const Outcome outcome = run(started_by_nobody_);
+    const Outcome outcome = run(invocation);
     EXPECT_EQ(outcome.err, "");
     ASSERT_THAT(outcome.mails, SizeIs(1));
     const Submission& mail = outcome.mails[0];

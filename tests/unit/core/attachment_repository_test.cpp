@@ -132,6 +132,12 @@ TEST_F(Repository, FollowsLinksUpToALimit) {
     EXPECT_EQ(error_of("absolute"), 0);
     EXPECT_EQ(error_of("loop"), ELOOP);
     EXPECT_FALSE(has("loop"));
+    for (int i = 1; i <= 41; ++i) {
+        std::filesystem::create_symlink(i == 1 ? "file" : "link" + std::to_string(i - 1),
+                                        directory_.path("link" + std::to_string(i)));
+    }
+    EXPECT_EQ(error_of("link40"), 0);
+    EXPECT_EQ(error_of("link41"), ELOOP);
 }
 
 TEST_F(Repository, HasNoNameThatIsTooLong) {

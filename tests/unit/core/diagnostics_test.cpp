@@ -12,6 +12,7 @@
 
 #include "support/descriptor.h"
 #include "support/log.h"
+#include "tests/unit/core/interrupted_pipe.h"
 
 namespace {
 
@@ -44,6 +45,17 @@ TEST(Diagnostics, AReportIsOneWrite) {
     std::string packet(100, '\0');
     const ssize_t length = read(read_end.get(), packet.data(), packet.size());
     EXPECT_EQ(packet.substr(0, static_cast<std::size_t>(length)), "one two three\n");
+}
+
+TEST(Diagnostics, AReportIsWrittenWholeHoweverOftenItIsInterrupted) {
+    const std::string text(200000, 'x');  // more than the pipe holds
+    const tolva::Descriptor standard_error(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+    InterruptedPipe pipe;
+    dup2(pipe.write_end(), STDERR_FILENO);
+    report("first ", text, " last");
+    dup2(standard_error.get(), STDERR_FILENO);
+    const std::string& written = pipe.finish();
+    EXPECT_TRUE(written == "first " + text + " last\n") << written.size();
 }
 
 TEST(Diagnostics, ARecordNamesTheErrorGivenAndNoOlderOne) {

@@ -62,6 +62,11 @@ TEST(MessageAnalysis, TellsWhereThingsWereTaken) {
     EXPECT_EQ(parts->sender_field, Sender::Field::kFrom);
     EXPECT_EQ(parts->text_source, MessageText::Source::kPart);
     EXPECT_EQ(parts->text_part, 1U);
+    const auto no_text = analyse_message(text("From: a@b.org\n"
+                                              "Content-Type: multipart/mixed; boundary=o\n\n"
+                                              "--o\n\nno type\n--o--\n"),
+                                         "");
+    EXPECT_EQ(no_text->text_source, MessageText::Source::kNoPart);
 }
 
 TEST(MessageAnalysis, WarnsOfTheBodyBeforeTheSubject) {

@@ -8,6 +8,7 @@
 #include "core/header_fields.h"
 #include "core/mail_address.h"
 #include "core/mail_content.h"
+#include "encoding/idn.h"
 
 namespace {
 
@@ -42,6 +43,14 @@ TEST(MailboxAddresses, CompareInBothFormsOfAnInternationalisedDomain) {
         EXPECT_FALSE(own.contain({"ann", "bucher.example"})) << domain;
         EXPECT_FALSE(own.contain({"ann", "b\xFF.example"})) << domain;
     }
+}
+
+TEST(MailboxAddresses, CompareInBothFormsOfALongDomain) {
+    const std::string written =
+        "a-shop-for-all-sorts-of-new-and-second-hand-b\xC3\xBC"
+        "cher.example";
+    const MailboxAddresses own = of("ann", tolva::idn::toAscii(written));
+    EXPECT_TRUE(own.contain({"ann", written}));
 }
 
 TEST(MailboxAddresses, ADomainWithoutAnotherFormIsItself) {

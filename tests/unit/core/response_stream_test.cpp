@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "support/descriptor.h"
+#include "tests/unit/core/interrupted_pipe.h"
 
 namespace {
 
@@ -59,6 +60,16 @@ TEST_F(ResponseStreamTo, AFileWritesSingleCharactersBeyondItsBuffer) {
     stream.finish();
     EXPECT_TRUE(stream);
     EXPECT_EQ(contents(), text);
+}
+
+TEST(ResponseStream, WritesEverythingHoweverOftenItIsInterrupted) {
+    InterruptedPipe pipe;
+    ResponseStream stream(pipe.write_end(), SizeLimit::none());
+    const std::string text = pattern(kMoreThanABuffer);
+    stream << text;
+    stream.finish();
+    EXPECT_TRUE(stream);
+    EXPECT_TRUE(pipe.finish() == text);
 }
 
 TEST_F(ResponseStreamTo, TextAsLargeAsTheLimitIsTaken) {

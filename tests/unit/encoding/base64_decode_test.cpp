@@ -73,6 +73,10 @@ TEST(LenientBase64, BadSymbolsAreNamedSkippedAndCounted) {
               "Bad base64 symbol: *\nBad base64 symbol: *\nBad base64 symbol: *\n");
 }
 
+TEST(LenientBase64, SymbolsOfTheUrlAlphabetAreBadSymbols) {
+    EXPECT_EQ(complaints("QU-_JD"), "Bad base64 symbol: -\nBad base64 symbol: _\n");
+}
+
 TEST(LenientBase64, ZeroAndHighBytesAreBadSymbols) {
     EXPECT_EQ(complaints(std::string("\0QUJD", 5)), std::string("Bad base64 symbol: \0\n", 21));
     EXPECT_EQ(complaints("\xC3\xBCQUJD"), "Bad base64 symbol: \xC3\nBad base64 symbol: \xBC\n");

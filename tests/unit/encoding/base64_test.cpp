@@ -92,6 +92,16 @@ TEST(Base64Encode, HighAndZeroBytes) {
     EXPECT_EQ(encode("\xFB\xEF\xBE"), "++++");
 }
 
+TEST(Base64Encode, WhatFollowsTheBytesDoesNotCount) {
+    const std::string bytes = "f\xFF\xFF\xFF";
+    std::vector<char> output(9);
+
+    EXPECT_EQ(base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()), 1, output.data()),
+              4U);
+
+    EXPECT_STREQ(output.data(), "Zg==");
+}
+
 TEST(Base64Encode, InPlaceEqualsIntoAnotherBuffer) {
     const std::string bytes = all_bytes();
     for (std::size_t length = 0; length <= bytes.size(); ++length) {
@@ -120,6 +130,11 @@ TEST(Base64ArrayDecode, OnePaddingCharacterYieldsTwoBytes) {
 
 TEST(Base64ArrayDecode, TwoPaddingCharactersYieldOneByte) {
     EXPECT_EQ(decode("QQ=="), "A");
+}
+
+TEST(Base64ArrayDecode, BitsThatThePaddingCutsOffDoNotCount) {
+    EXPECT_EQ(decode("Qf=="), "A");
+    EXPECT_EQ(decode("QUD="), "A@");
 }
 
 TEST(Base64ArrayDecode, GroupsBeforeThePaddedOneAreWhole) {
@@ -166,10 +181,10 @@ TEST(Base64ArrayDecode, PaddingCharacterInsideIsForeignToo) {
               "ABC");
 }
 
-TEST(Base64ArrayDecode, CodesOf128AndAboveStayInsideTheTable) {
+TEST(Base64ArrayDecode, CodesOf128AndAboveAreForeign) {
     for (int code = 128; code < 256; ++code) {
         const std::string text(4, static_cast<char>(code));
-        EXPECT_EQ(decode(text).size(), 3U);
+        EXPECT_EQ(decode(text), "\x0C\x30\xBF") << "code " << code;
     }
 }
 

@@ -64,6 +64,19 @@ TEST(Complaints, NotMoreThan64KibibytesAreCollected) {
     EXPECT_THAT(standard_error.take(), ElementsAre("next\n"));
 }
 
+TEST(Complaints, ALineThatIsOneByteTooLongIsNotCollected) {
+    const std::string line(65529, 'x');
+    StderrWrites standard_error;
+    {
+        Complaints complaints;
+        complaints.add("first", "");
+        complaints.add(line, "");  // with both line feeds 65536 bytes
+        complaints.add("", "");
+        EXPECT_THAT(standard_error.take(), ElementsAre("first\n" + line + "\n"));
+    }
+    EXPECT_THAT(standard_error.take(), ElementsAre("\n"));
+}
+
 TEST(Complaints, LinesAreNeverTornApart) {
     const std::string line(50000, 'x');
     StderrWrites standard_error;

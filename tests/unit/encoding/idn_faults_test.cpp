@@ -27,9 +27,13 @@ struct Call {
 
 Call last_call;
 
+// The text that was handed out and not yet freed.
+char* text = nullptr;
+
 int answer(const char* function, const char* input, char** output, int flags) {
     last_call = {function, input, flags};
-    *output = outcome.with_text ? strdup("text") : nullptr;
+    text = outcome.with_text ? strdup("text") : nullptr;
+    *output = text;
     return outcome.code;
 }
 
@@ -41,6 +45,15 @@ extern "C" int idna_to_ascii_8z(const char* input, char** output, int flags) {
 
 extern "C" int idna_to_unicode_8z8z(const char* input, char** output, int flags) {
     return answer("idna_to_unicode_8z8z", input, output, flags);
+}
+
+extern "C" void __real_free(void* memory);
+
+extern "C" void __wrap_free(void* memory) {
+    if (memory == text) {
+        text = nullptr;
+    }
+    __real_free(memory);
 }
 
 TEST(IdnFaults, ToAsciiAsksWithoutFlags) {
@@ -79,4 +92,5 @@ TEST(IdnFaults, MallocErrorOfLibidnIsAnIdnaError) {
 TEST(IdnFaults, TextLeftByAFailureIsReleased) {
     outcome = {IDNA_ICONV_ERROR, true};
     EXPECT_THROW(tolva::idn::toAscii("a"), tolva::idn::IdnaError);
+    EXPECT_EQ(text, nullptr);
 }

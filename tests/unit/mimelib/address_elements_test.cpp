@@ -42,6 +42,7 @@ TEST(AddressElements, AColonMakesAGroup) {
     EXPECT_THAT(elements("g: a, b;, c", Groups::kRecognised), ElementsAre("(g: a, b;)", " c"));
     EXPECT_THAT(elements("\"g h\":;", Groups::kRecognised), ElementsAre("(\"g h\":;)"));
     EXPECT_THAT(elements("g: a, b", Groups::kRecognised), ElementsAre("(g: a, b)"));
+    EXPECT_THAT(elements("g (x) .:a;", Groups::kRecognised), ElementsAre("(g (x) .:a;)"));
 }
 
 TEST(AddressElements, AGroupWithoutNameIsToldApart) {

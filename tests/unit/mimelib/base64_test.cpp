@@ -63,6 +63,7 @@ TEST(Base64, WellFormedInputNeedsNoPadding) {
     EXPECT_EQ(result("QUJD\r\nREVG\r\n"), 0);
     EXPECT_EQ(result(""), 0);
     EXPECT_EQ(result("\r\n\r\n"), 0);
+    EXPECT_EQ(result("\n\n\n"), 0);
 }
 
 TEST(Base64, TellsMalformedInput) {

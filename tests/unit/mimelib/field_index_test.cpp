@@ -8,7 +8,12 @@ namespace {
 
 std::optional<std::string> field(const std::string& headers, mimelib::KnownField known) {
     const auto slice = mimelib::index_fields(headers)[known];
-    return slice ? std::optional(headers.substr(slice->begin, slice->length)) : std::nullopt;
+    if (!slice) {
+        return std::nullopt;
+    }
+    EXPECT_LE(slice->begin, headers.size());
+    EXPECT_LE(slice->length, headers.size() - slice->begin);
+    return headers.substr(slice->begin, slice->length);
 }
 
 TEST(FieldIndex, FindsEachKnownField) {

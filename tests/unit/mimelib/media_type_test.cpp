@@ -110,6 +110,8 @@ TEST(MediaType, ABoundaryLosesSingleQuotes) {
                 ElementsAre("boundary=x", "BOUNDARY=y z"));
     EXPECT_THAT(parameters("a/b; boundary=''; boundary='x; charset='y'"),
                 ElementsAre("boundary=''", "boundary='x", "charset='y'"));
+    EXPECT_THAT(parameters("a/b; boundary='xy; boundary=xy'"),
+                ElementsAre("boundary='xy", "boundary=xy'"));
 }
 
 TEST(MediaType, AWalkGoesOnFromAnyParameterThatIsKept) {

@@ -105,6 +105,7 @@ TEST(QuotedPrintable, TellsMalformedInput) {
     EXPECT_EQ(result("a=41=\n"), 0);
     EXPECT_EQ(result("=4z"), -1);
     EXPECT_EQ(result("=4"), -1);
+    EXPECT_EQ(result("=zz=41"), -1);
 }
 
 TEST(QuotedPrintable, OutputMayBeTheInput) {

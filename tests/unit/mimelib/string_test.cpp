@@ -1,4 +1,5 @@
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <mimelib/string.h>
@@ -38,6 +39,12 @@ TEST(DwString, SubstringsEndWithTheString) {
     EXPECT_TRUE(text.substr(10, 1).empty());
     EXPECT_TRUE(text.substr(11, 1).empty());
     EXPECT_EQ(text.substr(2, 4).substr(1), DwString("345"));
+}
+
+TEST(DwString, AnEmptySubstringKeepsNothingOfTheString) {
+    const DwString text("0123456789");
+    EXPECT_EQ(text.substr(10).data(), DwString().data());
+    EXPECT_EQ(text.substr(3, 0).data(), DwString().data());
 }
 
 TEST(DwString, CStrOfAnEndingSliceSharesTheBuffer) {
@@ -84,6 +91,18 @@ TEST(DwString, AskingForCStrAgainTakesNoMoreMemory) {
     EXPECT_EQ(heap.requests(), 0U);
 }
 
+TEST(DwString, WhatCStrCopiesGoesWithTheString) {
+    constexpr std::size_t length = 10000;
+    const std::string bytes(length, 'x');
+    const HeapUse heap;
+    for (int i = 0; i < 20; ++i) {
+        const DwString text(bytes.data(), bytes.size());
+        text.substr(0, length - 1).c_str();
+        text.substr(0, length - 2).c_str();
+    }
+    EXPECT_LT(heap.peak(), 5 * length);
+}
+
 TEST(DwString, CStrOfASliceInFrontOfAZeroByteIsNoCopy) {
     const DwString text("ab\0cd", 5);
     EXPECT_EQ(text.substr(0, 2).c_str(), text.data());
@@ -106,6 +125,23 @@ TEST(DwString, AppendingToASliceOverwritesNothing) {
     slice += DwString("x");
     EXPECT_EQ(slice, DwString("234x"));
     EXPECT_EQ(text, DwString("0123456789"));
+}
+
+TEST(DwString, AppendingToTheRestOfAStringFindsRoomAfterIt) {
+    DwString text(std::string(10000, 'x').c_str());
+    text = text.substr(9997);
+    text += DwString("abc");
+    // In what the buffer has given back, if anything.
+    const std::vector<std::string> neighbours(40, std::string(500, 'y'));
+    EXPECT_EQ(text, DwString("xxxabc"));
+}
+
+TEST(DwString, AppendingEndsTheStringWhereItIs) {
+    DwString text("0123456789");
+    text = text.substr(0, 3);
+    text += DwString("x");
+    EXPECT_STREQ(text.c_str(), "012x");
+    EXPECT_EQ(text.c_str(), text.data());
 }
 
 TEST(DwString, AppendsItselfAndSlicesOfItself) {

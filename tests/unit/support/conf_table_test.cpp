@@ -140,6 +140,9 @@ TEST(ConfReadFile, NameFollowedOnlyByACommentIsRejected) {
 
 TEST(ConfReadFile, NamesAreLettersDigitsAndUnderscores) {
     EXPECT_EQ(read("_aZ09 b\n9 c\n"), "9=c;_aZ09=b;");
+    EXPECT_EQ(
+        report_on_text("a-b c\n"),
+        "Invalid variable definition a-b c\n\nExpected a space after variable name\n\n0 0 \n");
 }
 
 TEST(ConfReadFile, LastDefinitionOfANameCounts) {

@@ -1,10 +1,8 @@
 #include "support/db_handle.h"
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,35 +12,15 @@
 #include "tests/system/world.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/database.h"
+#include "tests/unit/support/memory_limit.h"
 
 namespace {
 
+using testing_support::kManyRows;
+using testing_support::MemoryLimit;
 using testing_support::run_beside_world;
 using tolva::db::ConnectionHandle;
 using tolva::db::store_result;
-
-constexpr char kManyRows[] =
-    "with recursive n(i) as (select 1 union all select i + 1 from n where i < 300) "
-    "select repeat('x', 1000000) from n";
-
-// While it lives, the process can get no more than some megabytes.
-class MemoryLimit {
-  public:
-    MemoryLimit() {
-        getrlimit(RLIMIT_AS, &before_);
-        std::size_t pages = 0;
-        std::ifstream("/proc/self/statm") >> pages;
-        const rlim_t size = pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
-        const rlimit limit = {size + (32U << 20U), before_.rlim_max};
-        setrlimit(RLIMIT_AS, &limit);
-    }
-    MemoryLimit(const MemoryLimit&) = delete;
-    MemoryLimit& operator=(const MemoryLimit&) = delete;
-    ~MemoryLimit() { setrlimit(RLIMIT_AS, &before_); }
-
-  private:
-    rlimit before_{};
-};
 
 void note_statement(MYSQL* connection) {
     const int result = mysql_query(connection, "do 1");

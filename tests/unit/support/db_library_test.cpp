@@ -1,10 +1,14 @@
+#include <arpa/inet.h>
+#include <netdb.h>
 #include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -56,6 +60,18 @@ TEST(DbLibraryInit, AsksNoNameService) {
         note("ready");
     });
     EXPECT_EQ(run.noted, "ready\n");
+}
+
+TEST(DbLibraryInit, LeavesServicesToTheirFile) {
+    if (!std::filesystem::exists("/etc/services")) {
+        GTEST_SKIP() << "this machine has no list of services";
+    }
+    const ChildRun run = run_in_child([] {
+        db_library_init();
+        const servent* smtp = getservbyname("smtp", "tcp");
+        note(smtp != nullptr ? int{ntohs(static_cast<std::uint16_t>(smtp->s_port))} : -1);
+    });
+    EXPECT_EQ(run.noted, "25\n");
 }
 
 }  // namespace

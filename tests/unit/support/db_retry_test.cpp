@@ -83,6 +83,8 @@ TEST(Patience, RunsOut) {
     while (patience.wait()) {
         ASSERT_LT(++waits, 100);
     }
+    // A limit of 0 seconds would be none.
+    EXPECT_EQ(patience.seconds_for_try(30), waits > 0 ? 1U : 30U);
 }
 
 TEST(Patience, IsUsedUpByATryThatTakesLonger) {

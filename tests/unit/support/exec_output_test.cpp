@@ -133,6 +133,18 @@ TEST(PopenExecGetoutput, AFailedReadIsReported) {
               "System error 5: Input/output error\n");
 }
 
+TEST(PopenExecGetoutput, AFailedReadIsReportedWithItsOwnErrorWhereTheWaitIsInterrupted) {
+    const ChildRun run = run_in_child([] {
+        testing_support::interrupt_every_20_milliseconds();
+        const int next = next_descriptor();  // the pipe's read end
+        testing_support::fail_system_call_with(SYS_read, static_cast<unsigned char>(next), EIO);
+        GivenText output;
+        const int result = popen_exec_getoutput(output.target(), "exec >&-; sleep 0.2");
+        note(outcome(result), output.text());
+    });
+    EXPECT_EQ(run.noted, "-1 EIO (null)\n");
+}
+
 TEST(PopenExecGetoutput, AFailedWaitYieldsMinusOneAndNoText) {
     const ChildRun run = run_in_child([] {
         signal(SIGCHLD, SIG_IGN);

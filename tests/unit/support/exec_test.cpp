@@ -294,6 +294,10 @@ constexpr char kListDescriptors[] =
 void list_descriptors_beside_a_secret() {
     const int secret = open("/dev/zero", O_RDONLY);
     const int high = fcntl(secret, F_DUPFD, 500);
+    constexpr int first_other = 3;
+    if (fcntl(first_other, F_SETFD, 0) == -1) {  // open, whosever it is
+        dup2(secret, first_other);
+    }
     run_shell(0, 1, 2, kListDescriptors);
     close(secret);
     close(high);

@@ -1,5 +1,6 @@
 #include "support/log.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
@@ -175,6 +176,18 @@ TEST(Messlog, ErrnoIsKept) {
     const ChildRun run = run_in_child([] {
         errno = ENOENT;
         messlog2(0, 0, "%s", std::string(5000, 'x').c_str());
+        note(testing_support::error_name());
+    });
+    EXPECT_EQ(run.noted, "ENOENT\n");
+}
+
+TEST(Messlog, ErrnoIsKeptWhereNothingCanBeWritten) {
+    const ChildRun run = run_in_child([] {
+        const int full = open("/dev/full", O_WRONLY);
+        dup2(full, STDOUT_FILENO);
+        dup2(full, STDERR_FILENO);
+        errno = ENOENT;
+        messlog2(0, 0, "text");
         note(testing_support::error_name());
     });
     EXPECT_EQ(run.noted, "ENOENT\n");

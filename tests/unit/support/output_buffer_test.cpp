@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -114,6 +115,29 @@ TEST(OutputBuffer, NoMemoryKeepsWhatWasRead) {
     EXPECT_EQ(buffer.read_from(file), Outcome::ended);
     EXPECT_EQ(view(buffer), content);
     close(file);
+}
+
+TEST(OutputBuffer, NoMemoryLeavesTheTextTerminated) {
+    const int file = file_with(std::string(10000, 'x'));
+    auto* block = static_cast<char*>(std::malloc(4096));
+    ASSERT_NE(block, nullptr);
+    std::memset(block, 'y', 4096);
+    OutputBuffer buffer(block, 0, 4096);
+    {
+        const FailingAllocation memory(1);
+        EXPECT_EQ(buffer.read_from(file), Outcome::no_memory);
+    }
+    EXPECT_EQ(buffer.length(), 4095U);
+    EXPECT_EQ(buffer.text()[4095], '\0');
+    close(file);
+}
+
+TEST(OutputBuffer, WithoutATextThereIsNoCapacity) {
+    OutputBuffer buffer(nullptr, 10, 20);
+    EXPECT_EQ(buffer.length(), 0U);
+    EXPECT_EQ(buffer.capacity(), 0U);
+    EXPECT_TRUE(buffer.reserve());
+    EXPECT_STREQ(buffer.text(), "");
 }
 
 TEST(OutputBuffer, NoMemoryAtAllIsReportedByReserve) {
