@@ -36,6 +36,16 @@ bool mail_programs_end() {
     return false;
 }
 
+// Removes what is in /tmp now and was not before, which was files at most: the tree that the tests
+// were built from may be there, too.
+void remove_files(const std::vector<std::string>& now, const std::vector<std::string>& before) {
+    for (const std::string& name : now) {
+        if (std::find(before.begin(), before.end(), name) == before.end()) {
+            fs::remove("/tmp/" + name);
+        }
+    }
+}
+
 }  // namespace
 
 void Faults::install(const std::string& injector, const std::string& failing_allocations,
@@ -131,9 +141,7 @@ Faults::Run Faults::run_with_fault(const Invocation& invocation,
     if (left != before) {
         run.left_files = true;
         run.complaints.push_back("files in /tmp: " + testing::PrintToString(left));
-        for (const std::string& name : left) {
-            fs::remove_all("/tmp/" + name);
-        }
+        remove_files(left, before);
     }
     run.outcome.mails = captured_mails();
     return run;
