@@ -8,26 +8,14 @@
 
 #include "core/mail_content.h"
 #include "core/responder_row.h"
+#include "tests/unit/core/first_message.h"
 
 namespace {
-
-// The placeholders keep the values of the process's first message; other tests of the core have one
-// like it.
-const Mail_content& mail() {
-    static const Mail_content mail = [] {
-        Mail_content content;
-        content.from = "ann@correspondent.example";
-        content.to = "info@client.example";
-        content.subject = "A question";
-        return content;
-    }();
-    return mail;
-}
 
 std::string subject(const std::string& own_subject) {
     ResponderRow row;
     row.subject = own_subject;
-    return response_subject(mail(), row);
+    return response_subject(first_message(), row);
 }
 
 TEST(ResponseSubject, EmptySubjectBecomesReAndTheIncomingOne) {

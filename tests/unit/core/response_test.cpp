@@ -1,7 +1,5 @@
 #include "core/response.h"
 
-#include <cstdlib>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -10,23 +8,11 @@
 #include <gtest/gtest.h>
 
 #include "core/attachment_repository.h"
-#include "core/mail_content.h"
 #include "core/responder_row.h"
+#include "tests/unit/core/first_message.h"
 #include "tests/unit/core/temporary_directory.h"
 
 namespace {
-
-// The placeholders keep the values of the process's first message, so all tests share one.
-const Mail_content& mail() {
-    static const Mail_content mail = [] {
-        Mail_content content;
-        content.from = "ann@correspondent.example";
-        content.to = "info@client.example";
-        content.subject = "A question";
-        return content;
-    }();
-    return mail;
-}
 
 ResponderRow responder() {
     ResponderRow row;
@@ -41,7 +27,7 @@ std::string written(const ResponderRow& row, const std::vector<std::string>& att
     const AttachmentRepository repository(directory, ".");
     const std::string boundary = "BOUNDARY";
     std::ostringstream out;
-    write_response(out, mail(), row, {repository, attachments, boundary});
+    write_response(out, first_message(), row, {repository, attachments, boundary});
     return out.str();
 }
 
