@@ -1,7 +1,11 @@
-# Optimising the tests themselves would take longer than running them.
+# Optimising the tests themselves would take longer than running them, and so would looking for
+# undefined behaviour in their own code.
 add_library(test_options INTERFACE)
 target_compile_options(test_options INTERFACE
     -O0 -U_FORTIFY_SOURCE $<$<NOT:$<CONFIG:Debug>>:-g1>)
+if(AUTORESPONDER_SANITIZE MATCHES "undefined")
+    target_compile_options(test_options INTERFACE -fno-sanitize=undefined)
+endif()
 
 # Half of the time that a test takes to compile goes into these headers. (The debug preset reads them
 # anew in each file, which shows an include that is missing.)
