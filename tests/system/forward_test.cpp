@@ -159,7 +159,8 @@ TEST_F(Forward, WithoutAddressesTheCopyIsNotOpened) {
     add_responder(2);
     replace_mail_program(
         "copy=$(echo /tmp/tva-autoresponder-*); rm \"$copy\"; mkfifo \"$copy\"\n"
-        "timeout 10 sh -c 'exec 3>\"$1\"; touch /world/opened' sh \"$copy\" >/dev/null 2>&1 &\n"
+        "{ timeout 10 dd conv=nocreat of=\"$copy\" </dev/null && touch /world/opened; }"
+        " >/dev/null 2>&1 &\n"
         "exec \"$CAPTURE\" \"$@\"\n");
     const Outcome outcome = answer(plain_message());
     EXPECT_EQ(outcome.err, "");
