@@ -52,6 +52,11 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
+// The sanitizer would have one of its own, whose blocks must not be given to free.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return std::malloc(size);
+}
+
 void operator delete(void* block) noexcept {
     std::free(block);
 }
