@@ -47,7 +47,7 @@ class AddressBuilder {
     [[nodiscard]] const MailAddress& address() const { return address_; }
 
   private:
-    enum class Part { kLocalPart, kDomain, kBehindDomain };
+    enum class Part { kLocalPart, kDomain, kAfterDomain };
 
     void begin_domain() {
         if (part_ != Part::kLocalPart) {
@@ -85,7 +85,7 @@ class AddressBuilder {
             append_lowered(address_.domain, token.text);
             expects_word_ = token.is('.');
         } else {
-            part_ = Part::kBehindDomain;
+            part_ = Part::kAfterDomain;
         }
     }
 

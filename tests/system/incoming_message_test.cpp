@@ -193,7 +193,7 @@ TEST_F(Incoming, AMissingSubjectIsEmpty) {
     EXPECT_EQ(outcome.mails[0].message, plain_reply("Re: "));
 }
 
-TEST_F(Incoming, BlanksBehindASubjectAreCut) {
+TEST_F(Incoming, BlanksAfterASubjectAreCut) {
     EXPECT_EQ(reply_subject("Hello \t  "), "Re: Hello");
     EXPECT_EQ(reply_subject("Hello \n \n\t"), "Re: Hello");
     EXPECT_EQ(reply_subject("=?utf-8?Q?Hello?= "), "Re: Hello");
@@ -289,7 +289,7 @@ TEST_F(Incoming, ACharsetThatIgnoresInvalidBytesEnds) {
         "key"));
 }
 
-TEST_F(Incoming, ZeroBytesInABodyHideNothingBehindThem) {
+TEST_F(Incoming, ZeroBytesInABodyHideNothingAfterThem) {
     using namespace std::string_view_literals;
     EXPECT_TRUE(body_holds(message_with({}, "a\0b key\0\n"sv), "key"));
     // "key" in UTF-16LE and in base64.
