@@ -289,14 +289,14 @@ TEST_F(MailboxOwner, HasNoPartInFilesOfRootsInARepositoryOfRoots) {
 TEST_F(MailboxOwner, HasNoPartInLinksOfRoots) {
     ASSERT_EQ(chown(kMailbox, 0, 0), 0);
     fs::remove_all(kRepository);
-    make_directory("/var/qmail/shared/files");
-    write_file("/var/qmail/shared/files/terms.txt", "Shared terms");
-    set_mode("/var/qmail/shared/files/terms.txt", 0600);
-    fs::create_directory_symlink("../../../shared", kRepository);
-    fs::create_symlink("/var/qmail/shared/files/terms.txt", "/var/qmail/shared/link.txt");
-    expect_attached("files/terms.txt", "Shared terms");
+    make_directory("/var/qmail/common/files");
+    write_file("/var/qmail/common/files/terms.txt", "Common terms");
+    set_mode("/var/qmail/common/files/terms.txt", 0600);
+    fs::create_directory_symlink("../../../common", kRepository);
+    fs::create_symlink("/var/qmail/common/files/terms.txt", "/var/qmail/common/link.txt");
+    expect_attached("files/terms.txt", "Common terms");
     sql("delete from resp_attach");
-    expect_attached("link.txt", "Shared terms");
+    expect_attached("link.txt", "Common terms");
 }
 
 TEST_F(MailboxOwner, MayOwnTheDirectoryOfAllMailboxes) {
