@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/captured_output.h"
 
 #include <fcntl.h>
@@ -9,7 +10,9 @@
 #include <cstdio>
 
 #include "control/failure.h"
-#include "core/diagnostics.h"
+#include "core/run/diagnostics.h"
+
+namespace autoresponder::control {
 
 namespace {
 
@@ -51,3 +54,5 @@ std::string CapturedOutput::errors() const {
     text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
     return text;
 }
+
+}  // namespace autoresponder::control

@@ -1,8 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
 
 #include "support/descriptor.h"
+
+namespace autoresponder::control {
 
 /// While it lives, what is written to standard output and standard error goes to memory. The
 /// autoresponder's code says there what it would say to the mail system.
@@ -22,3 +25,5 @@ class CapturedOutput {
     tolva::Descriptor standard_output_;
     tolva::Descriptor standard_error_;
 };
+
+}  // namespace autoresponder::control

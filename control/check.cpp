@@ -1,35 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/check.h"
 
+#include <mysqld_error.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
-#include <optional>
-#include <string>
-#include <string_view>
 
-#include "control/check_database.h"
-#include "control/checklist.h"
 #include "control/failure.h"
 #include "control/panel.h"
-#include "core/diagnostics.h"
-#include "core/only_people.h"
-#include "core/size_limit.h"
+#include "control/terminal.h"
+#include "core/panel/session.h"
+#include "core/reply/size_limit.h"
+#include "core/run/settings.h"
+#include "core/send/mail_program.h"
 #include "support/conf.h"
 #include "support/conf_variables.h"
+#include "support/db.h"
+#include "support/db_password.h"
+
+namespace autoresponder::control {
 
 namespace {
 
-constexpr const char* kConfiguration = "/etc/tva/tva.conf";
-constexpr const char* kPasswordFile = "/etc/tva/.tva.shadow";
-constexpr const char* kMailProgram = "/usr/sbin/sendmail";
-constexpr const char* kSizeLimitFile = "/var/qmail/control/databytes";
-constexpr std::size_t kLongestPassword = 99;
+constexpr int kThingWidth = 14;
+const char* const kConfiguration = tva_conf_file;
+constexpr const char* kPasswordFile = tolva::db::AdminPassword::kFile;
+constexpr const char* kMailProgram = MailProgram::kPath;
+constexpr const char* kSizeLimitFile = SizeLimit::kFile;
 
 std::string octal(mode_t mode) {
     std::array<char, 8> text{};
@@ -49,10 +53,14 @@ void check_configuration(Checklist& checklist) {
     }
 }
 
-void check_only_people(Checklist& checklist) {
-    checklist.good("answers", answers_only_people()
+void check_settings(Checklist& checklist) {
+    const Settings settings = read_settings();
+    checklist.good("answers", settings.audience == Audience::kOnlyPeople
                                   ? "only people: AUTORESPONDER_ONLY_PEOPLE is true"
                                   : "everybody: AUTORESPONDER_ONLY_PEOPLE is not true");
+    checklist.good("verdicts", settings.verdicts
+                                   ? "logged: AUTORESPONDER_VERDICTS is true"
+                                   : "not logged: AUTORESPONDER_VERDICTS is not true");
 }
 
 void check_mail_names(Checklist& checklist) {
@@ -97,7 +105,7 @@ void check_password_file(Checklist& checklist) {
     } else if (password.empty()) {
         checklist.to_do("password file",
                         "write the password into the first line of " + name + ": it is empty");
-    } else if (password.size() > kLongestPassword) {
+    } else if (password.size() > tolva::db::AdminPassword::kMostBytes) {
         checklist.to_do("password file",
                         "choose a shorter password: only 99 characters of " + name + " are read");
     } else if (password.ends_with('\r')) {
@@ -136,39 +144,50 @@ void check_size_limit(Checklist& checklist) {
     }
 }
 
-// What to do about a connection that could not be made for that reason. A server that says it in
-// another language than English gets the last of these.
+// What to do about a connection that could not be made for that reason.
 std::string remedy_for(const std::string& reason) {
-    const auto says = [&](const char* text) { return reason.find(text) != std::string::npos; };
-    if (says("admin password file: ")) {
-        return "see to the password file first: " + reason;
+    switch (db_connect_errno()) {
+        case 0:
+            return "see to the password file first: " + reason;
+        case ER_DBACCESS_DENIED_ERROR:
+            return "grant admin its rights, for instance those of grants.sql: " + reason;
+        case ER_ACCESS_DENIED_ERROR:
+            return std::string("correct the password in the first line of ") + kPasswordFile +
+                   ": " + reason;
+        default:
+            return "look at the database server: " + reason;
     }
-    if (says(": Access denied") && says(" to database ")) {
-        return "grant admin its rights, for instance those of grants.sql: " + reason;
-    }
-    if (says(": Access denied")) {
-        return std::string("correct the password in the first line of ") + kPasswordFile + ": " +
-               reason;
-    }
-    return "look at the database server: " + reason;
 }
 
 }  // namespace
 
+void Checklist::good(std::string_view thing, const std::string& found) {
+    out_ << coloured("good  ", Colour::kGood) << std::left << std::setw(kThingWidth) << thing
+         << printable(found) << "\n";
+}
+
+void Checklist::to_do(std::string_view thing, const std::string& what) {
+    all_good_ = false;
+    out_ << coloured("to do ", Colour::kBad) << std::left << std::setw(kThingWidth) << thing
+         << printable(what) << "\n";
+}
+
 bool check_installation() {
     Checklist checklist(std::cout);
     check_configuration(checklist);
-    check_only_people(checklist);
+    check_settings(checklist);
     check_mail_names(checklist);
     check_password_file(checklist);
     check_mail_program(checklist);
     check_size_limit(checklist);
     try {
-        const tolva::db::ConnectionHandle connection = connect_or_fail();
-        checklist.good("connection", mysql_get_server_info(connection.get()));
-        check_database(checklist, connection.get());
+        Session session = connect_or_fail();
+        checklist.good("connection", mysql_get_server_info(session.connection()));
+        check_database(checklist, session);
     } catch (const Failure& failure) {
         checklist.to_do("connection", remedy_for(failure.what()));
     }
     return checklist.all_good();
 }
+
+}  // namespace autoresponder::control

@@ -1,5 +1,4 @@
-#include "control/check_database.h"
-
+// SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -9,7 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "core/database.h"
+#include "control/check.h"
+#include "core/panel/responder_row.h"
+#include "core/panel/session.h"
+
+namespace autoresponder::control {
 
 namespace {
 
@@ -46,14 +49,13 @@ struct Column {
 using Columns = std::map<std::string, Column>;
 
 // The columns of the table that can be seen, by their names; none if it is not there.
-Columns columns_of(MYSQL* connection, const char* table) {
+Columns columns_of(Session& session, const char* table) {
     Columns columns;
-    QueryResult rows = rows_or_end_run(
-        connection,
+    QueryResult rows = session.ask_or_end_run(
         std::string("select lower(column_name), lower(data_type), lower(column_default),"
                     " character_maximum_length from information_schema.columns"
                     " where table_schema=database() and table_name='") +
-            table + "'");
+        table + "'");
     while (rows.fetch()) {
         columns[rows.text(0, "")] = {.type = rows.text(1, ""),
                                      .default_value = rows.text(2, ""),
@@ -106,9 +108,9 @@ void check_frequency_table(Checklist& checklist, const Columns& columns) {
     checklist.good("resp_freq", "its times and addresses serve the daily limit");
 }
 
-void check_tables(Checklist& checklist, MYSQL* connection) {
+void check_tables(Checklist& checklist, Session& session) {
     for (const Table& table : tables()) {
-        const Columns columns = columns_of(connection, table.name);
+        const Columns columns = columns_of(session, table.name);
         const std::string missing = missing_from(columns, table);
         if (columns.empty()) {
             checklist.to_do(table.name, "create this table, or grant the right to see it to admin");
@@ -123,7 +125,7 @@ void check_tables(Checklist& checklist, MYSQL* connection) {
 }
 
 // The server wants the same rights for an explanation as for the statement, which is not run.
-void check_grants(Checklist& checklist, MYSQL* connection) {
+void check_grants(Checklist& checklist, Session& session) {
     std::vector<std::pair<std::string, std::string>> statements;
     for (const Table& table : tables()) {
         statements.emplace_back(
@@ -138,7 +140,7 @@ void check_grants(Checklist& checklist, MYSQL* connection) {
     std::vector<const char*> refused;
     std::string reason;
     for (const auto& [right, statement] : statements) {
-        const QueryResult result = send_statement(connection, statement);
+        const QueryResult result = session.ask(statement);
         if (!result.answered()) {
             refused.push_back(right.c_str());
             reason = result.reason();
@@ -158,13 +160,13 @@ int local_deliveries() {
     return deliveries;
 }
 
-void check_connections(Checklist& checklist, MYSQL* connection) {
-    QueryResult rows = rows_or_end_run(connection, "select @@max_connections");
-    const std::string text = rows.fetch() ? rows.text(0, "0") : "0";
+void check_connections(Checklist& checklist, Session& session) {
+    QueryResult rows = session.ask_or_end_run("select @@max_connections");
+    const PanelNumber most(rows.fetch() ? rows.text(0, "0") : "0");
     const int deliveries = local_deliveries();
     const std::string both =
-        text + " connections for " + std::to_string(deliveries) + " local deliveries at once";
-    if (std::atoi(text.c_str()) < deliveries) {
+        most.text + " connections for " + std::to_string(deliveries) + " local deliveries at once";
+    if (most.value < deliveries) {
         checklist.to_do("connections", "raise max_connections of the database: " + both);
     } else {
         checklist.good("connections", both);
@@ -173,8 +175,10 @@ void check_connections(Checklist& checklist, MYSQL* connection) {
 
 }  // namespace
 
-void check_database(Checklist& checklist, MYSQL* connection) {
-    check_tables(checklist, connection);
-    check_grants(checklist, connection);
-    check_connections(checklist, connection);
+void check_database(Checklist& checklist, Session& session) {
+    check_tables(checklist, session);
+    check_grants(checklist, session);
+    check_connections(checklist, session);
 }
+
+}  // namespace autoresponder::control

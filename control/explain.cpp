@@ -1,28 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/explain.h"
 
-#include <exception>
+#include <algorithm>
+#include <cstddef>
+#include <map>
 #include <memory>
-#include <new>
+#include <sstream>
 #include <utility>
+#include <vector>
 
 #include "control/captured_output.h"
-#include "control/explain_responders.h"
-#include "control/failure.h"
 #include "control/mail_files.h"
+#include "control/near_miss.h"
 #include "control/parts.h"
-#include "core/automatic_mail.h"
-#include "core/database.h"
-#include "core/diagnostics.h"
-#include "core/dw_string.h"
-#include "core/envelope_sender.h"
-#include "core/header_fields.h"
-#include "core/loop_check.h"
-#include "core/only_people.h"
-#include "core/run_end.h"
-#include "core/size_limit.h"
-#include "support/conf.h"
+#include "core/ending.h"
+#include "core/files/attachment_repository.h"
+#include "core/message/dw_string.h"
+#include "core/reply/reply.h"
+#include "core/reply/size_limit.h"
+#include "core/run/diagnostics.h"
+#include "core/run/settings.h"
+#include "core/send/delivery.h"
+#include "core/send/missing_file_notice.h"
+#include "core/story.h"
+#include "core/verdict_line.h"
+#include "core/walk.h"
+
+namespace autoresponder::control {
 
 namespace {
+
+// The ending that shows: it counts and sends nothing, and keeps what would be handed over.
+class Show : public Ending {
+  public:
+    // `source` is the message as it was read.
+    Show(const DwString& source, MailFiles& files)
+        : Ending(Effects::kNone), source_(source), files_(files) {}
+
+    int forward(const ResponderStory& responder, const Mail_content& mail) override {
+        files_.add(keep(ExplainedMail::Kind::kForward, responder, mail.to, responder.forwards),
+                   to_view(source_));
+        return 0;
+    }
+
+    int notify(const ResponderStory& responder, const MissingFileNotice& notice,
+               const Mail_content& mail) override {
+        std::ostringstream text;
+        write_missing_file_notice(text, notice, mail);
+        files_.add(keep(ExplainedMail::Kind::kNotice, responder, notice.sender, {notice.recipient}),
+                   text.view());
+        return 0;
+    }
+
+    int reply(const ResponderStory& responder, tolva::Descriptor contents, const Envelope& envelope,
+              ReplyKind kind) override {
+        replies_[&responder] = mails_.size();
+        files_.add(keep(kind == ReplyKind::kReply ? ExplainedMail::Kind::kReply
+                                                  : ExplainedMail::Kind::kSizeNotice,
+                        responder, envelope.sender, {envelope.recipient}),
+                   contents);
+        return 0;
+    }
+
+    [[nodiscard]] const std::vector<ExplainedMail>& mails() const { return mails_; }
+
+    // The reply of that responder; null if it has none.
+    [[nodiscard]] const ExplainedMail* reply_of(const ResponderStory& responder) const {
+        const auto found = replies_.find(&responder);
+        return found != replies_.end() ? &mails_[found->second] : nullptr;
+    }
+
+  private:
+    ExplainedMail& keep(ExplainedMail::Kind kind, const ResponderStory& responder,
+                        const std::string& sender, const std::vector<std::string>& recipients) {
+        return mails_.emplace_back(ExplainedMail{.kind = kind,
+                                                 .responder = responder.row.id,
+                                                 .sender = sender,
+                                                 .recipients = recipients});
+    }
+
+    const DwString& source_;
+    MailFiles& files_;
+    std::vector<ExplainedMail> mails_;
+    std::map<const ResponderStory*, std::size_t> replies_;  // where they are in mails_
+};
 
 std::unique_ptr<DwMessage> parsed(const DwString& text) {
     DwInitialize();
@@ -31,168 +92,139 @@ std::unique_ptr<DwMessage> parsed(const DwString& text) {
     return message;
 }
 
-std::vector<ExplainedPart> parts_of(const DwMessage& message) {
-    std::vector<ExplainedPart> parts;
+void explain_parts(Explanation& explanation, const DwMessage& message) {
     for (const DwBodyPart* part = message.Body().FirstBodyPart(); part != nullptr;
          part = part->Next()) {
-        parts.push_back({.type = type_of(*part), .is_multipart = is_multipart(*part)});
+        explanation.parts.push_back({.type = type_of(*part), .is_multipart = is_multipart(*part)});
     }
-    return parts;
+    const MessageAnalysis& analysis = *explanation.story.message;
+    explanation.text_type = analysis.text_source == MessageText::Source::kPart
+                                ? explanation.parts.at(analysis.text_part).type
+                                : type_of(message);
 }
 
-std::string without_prefix(const std::string& line) {
-    const std::string prefix = "autoresponder: ";
-    return line.starts_with(prefix) ? line.substr(prefix.size()) : line;
-}
-
-std::string first_line(const std::string& text) {
-    return text.substr(0, text.find('\n'));
-}
-
-// What the autoresponder's database sessions are, but for the right to write.
-tolva::db::ConnectionHandle connect_for_reading() {
-    tolva::db::ConnectionHandle connection = connect_or_end_run();
-    // A server that does not know it has nothing to fear: only selects are sent.
-    mysql_query(connection.get(), "SET SESSION TRANSACTION READ ONLY");
-    return connection;
-}
-
-std::string verdict_of(const std::vector<ExplainedResponder>& responders) {
-    if (responders.empty()) {
-        return "the mailbox has no responder";
+std::vector<ExplainedAttachment> explain_attachments(const Attachments& attachments,
+                                                     const AttachmentRepository& repository) {
+    std::vector<ExplainedAttachment> explained;
+    for (const std::string& name : attachments.present) {
+        const auto file = repository.open(name);
+        explained.push_back({.name = name,
+                             .state = file ? ExplainedAttachment::State::kPresent
+                                           : ExplainedAttachment::State::kUnreadable,
+                             .reason = file ? "" : error_text(file.error())});
     }
-    if (responders.size() == 1) {
-        return "responder " + responders[0].row.id + ": " + responders[0].reason;
+    for (const std::string& name : attachments.missing) {
+        explained.push_back({.name = name, .state = ExplainedAttachment::State::kMissing});
     }
-    std::string reason = "none of the " + std::to_string(responders.size()) + " responders answers";
-    for (const ExplainedResponder& responder : responders) {
-        reason.append(reason.find(':') == std::string::npos ? ": " : "; ")
-            .append(responder.row.id)
-            .append(": ")
-            .append(responder.reason);
-    }
-    return reason;
+    return explained;
 }
 
-std::string answering(const std::vector<ExplainedResponder>& responders) {
+ExplainedReply explain_reply(const ResponderStory& responder, const Mail_content& mail,
+                             const ExplainedMail& reply) {
+    return {.subject = reply_subject(mail, responder.row),
+            .charset = reply_text(responder.row.text, responder.header.charset).charset,
+            .content_type = responder.header.content_type,
+            .size = reply.size,
+            .too_large = reply.kind == ExplainedMail::Kind::kSizeNotice};
+}
+
+void explain_responders(Explanation& explanation, const DwMessage& message, const Show& show) {
+    const Story& story = explanation.story;
+    if (story.responders.empty()) {
+        return;
+    }
+    const Mail_content& mail = story.message->content;
+    const AttachmentRepository repository(*story.mailbox);
+    for (const ResponderStory& responder : story.responders) {
+        ExplainedResponder explained;
+        explained.key_occurs = key_occurs(responder.row, mail);
+        if (!explained.key_occurs) {
+            explained.near_miss = near_miss(responder.row, mail, message);
+        }
+        explained.attachments = explain_attachments(responder.attachments, repository);
+        if (const ExplainedMail* reply = show.reply_of(responder)) {
+            explained.reply = explain_reply(responder, mail, *reply);
+        }
+        explanation.responders.push_back(std::move(explained));
+    }
+}
+
+std::string answering_ids(const Story& story) {
     std::string ids;
-    for (const ExplainedResponder& responder : responders) {
-        if (responder.verdict == Verdict::kWouldAnswer) {
+    for (const ResponderStory& responder : story.responders) {
+        if (responder.verdict == Verdict::kAnswered) {
             ids.append(ids.empty() ? "" : ", ").append(responder.row.id);
         }
     }
     return ids;
 }
 
+std::string refusals(const std::vector<ResponderStory>& responders) {
+    if (responders.size() == 1) {
+        return "responder " + responders[0].row.id + ": " + responders[0].reason;
+    }
+    std::string all = "none of the " + std::to_string(responders.size()) + " responders answers";
+    for (const ResponderStory& responder : responders) {
+        all.append(&responder == &responders.front() ? ": " : "; ")
+            .append(responder.row.id)
+            .append(": ")
+            .append(responder.reason);
+    }
+    return all;
+}
+
+// Sums the story up.
 void conclude(Explanation& explanation) {
-    const std::string ids = answering(explanation.responders);
-    if (ids.empty()) {
-        explanation.reason = verdict_of(explanation.responders);
-        return;
-    }
-    explanation.verdict = Verdict::kWouldAnswer;
-    explanation.reason = (ids.find(',') == std::string::npos ? "responder " : "responders ") + ids;
-}
-
-// What the message yields; nothing if it cannot be answered at all, for a reason that is reported.
-std::optional<ExplainedMessage> explain_message(const DwString& source, const DwMessage& parsed,
-                                                const std::string& recipient,
-                                                DwString& header_text) {
-    std::optional<MessageAnalysis> analysis =
-        analyse_message(source, recipient.c_str(), &header_text);
-    if (!analysis) {
-        report(kAbnormalExit);
-        return std::nullopt;
-    }
-    ExplainedMessage message{
-        .analysis = std::move(*analysis), .text_type = type_of(parsed), .parts = parts_of(parsed)};
-    if (message.analysis.text_source == MessageText::Source::kPart) {
-        message.text_type = message.parts.at(message.analysis.text_part).type;
-    }
-    return message;
-}
-
-// Whether the message alone, without the panel, says that it is not answered.
-bool is_refused(Explanation& explanation, const HeaderFields& header) {
-    const Mail_content& mail = explanation.message->analysis.content;
-    if (const char* loop = loop_reason(mail)) {
-        report(loop);
-        explanation.loop = loop;
-        explanation.reason = std::string("it would make a loop: ") + loop;
-        return true;
-    }
-    if (!explanation.only_people) {
-        return false;
-    }
-    const auto rule = machine_reason(mail, envelope_sender(header), header);
-    if (rule) {
-        report_not_answered(*rule);
-        explanation.not_a_person = *rule;
-        explanation.reason = "only people are answered: " + *rule;
-    }
-    return rule.has_value();
-}
-
-void explain_mailbox(Explanation& explanation, const MessageAtHand& message, MailFiles& files) {
-    const Mail_content& mail = explanation.message->analysis.content;
-    EscapedAddress recipient = escape_recipient(mail);
-    const tolva::db::ConnectionHandle connection = connect_for_reading();
-    adapt_to_session(recipient, connection.get(), mail);
-    explanation.mailbox = find_mailbox(connection.get(), recipient);
-    if (!explanation.mailbox) {
-        report(mailbox_not_found(mail).reason());
-        explanation.reason = "there is no mailbox " + on_one_line(mail.to);
-        return;
-    }
-    explain_responders(explanation, message, connection.get(), recipient, files);
-    conclude(explanation);
-}
-
-// Follows the autoresponder as far as it goes.
-void follow(Explanation& explanation, const DwString& source, MailFiles& files,
-            const CapturedOutput& captured) {
-    const std::unique_ptr<DwMessage> message = parsed(source);
-    DwString header_text;
-    explanation.message = explain_message(source, *message, explanation.recipient, header_text);
-    if (!explanation.message) {
-        explanation.reason = without_prefix(first_line(captured.errors()));
-        return;
-    }
-    const HeaderFields header(to_view(header_text));
-    if (!is_refused(explanation, header)) {
-        explain_mailbox(explanation,
-                        {source, *message, explanation.only_people ? &header : nullptr}, files);
+    const Story& story = explanation.story;
+    const auto unseen = std::ranges::find(story.responders, Verdict::kNotLookedAt,
+                                          [](const ResponderStory& one) { return one.verdict; });
+    const std::string answering = answering_ids(story);
+    if (unseen != story.responders.end()) {
+        explanation.answer = Answer::kCannotTell;
+        explanation.reason = unseen->reason;
+    } else if (!answering.empty()) {
+        explanation.answer = Answer::kWouldAnswer;
+        const bool several = answering.find(',') != std::string::npos;
+        explanation.reason = (several ? "responders " : "responder ") + answering;
+    } else if (!story.responders.empty()) {
+        explanation.reason = refusals(story.responders);
+    } else {
+        explanation.answer = story.failed ? Answer::kCannotTell : Answer::kWouldNotAnswer;
+        explanation.reason = story.reason;
     }
 }
 
 }  // namespace
 
-Explanation explain(const DwString& message, const std::string& recipient,
+Explanation explain(const DwString& text, const std::string& recipient,
                     const std::optional<std::string>& mail_directory) {
-    Explanation explanation{.recipient = recipient};
-    explanation.empty = message.length() <= 1;  // the line feed that reading adds
-    explanation.size_limit = SizeLimit::of_mail_system().bytes();
-    explanation.only_people = autoprepend() == 0 && answers_only_people();
+    const Settings settings = read_settings();
+    Explanation explanation{.story = {.recipient = recipient},
+                            .audience = settings.audience,
+                            .empty = text.length() <= 1,  // the newline that reading adds
+                            .size_limit = SizeLimit::of_mail_system().bytes()};
     MailFiles files(mail_directory);
-    const CapturedOutput captured;
-    const auto cannot_tell = [&](const std::string& reason) {
-        explanation.verdict = Verdict::kCannotTell;
-        explanation.reason = without_prefix(reason);
-    };
-    try {
-        follow(explanation, message, files, captured);
-    } catch (const Failure&) {
-        throw;
-    } catch (const EndOfRun&) {
-        report_end_of_run();
-        cannot_tell(first_line(captured.errors()));
-    } catch (const std::bad_alloc&) {
-        report_end_of_run();
-        cannot_tell("Program failed due to exhausted memory");
-    } catch (const std::exception& error) {
-        report_end_of_run();
-        explanation.reason = std::string("it cannot be processed: ") + error.what();
+    Show show(text, files);
+    std::unique_ptr<DwMessage> message;
+    {
+        const CapturedOutput captured;
+        tell(explanation.story, [&] {
+            message = parsed(text);
+            walk(text, settings.audience, explanation.story, show);
+        });
+        if (settings.verdicts) {
+            report(verdict_line(explanation.story));
+        }
+        explanation.diagnostics = captured.errors();
     }
-    explanation.diagnostics = captured.errors();
+    files.throw_if_failed();
+    if (explanation.story.message) {
+        explain_parts(explanation, *message);
+        explain_responders(explanation, *message, show);
+    }
+    explanation.mails = show.mails();
+    conclude(explanation);
     return explanation;
 }
+
+}  // namespace autoresponder::control

@@ -1,10 +1,10 @@
-#include "control/explain_json.h"
-
-#include <cstdlib>
-
+// SPDX-License-Identifier: Apache-2.0
 #include <nlohmann/json.hpp>
 
+#include "control/explanation.h"
 #include "control/words.h"
+
+namespace autoresponder::control {
 
 namespace {
 
@@ -12,11 +12,6 @@ using Json = nlohmann::ordered_json;
 
 Json or_null(const std::string& text) {
     return text.empty() ? Json() : Json(text);
-}
-
-// As the autoresponder reads it.
-int number(const std::string& text) {
-    return std::atoi(text.c_str());
 }
 
 Json lines_of(const BodyLines& lines) {
@@ -30,35 +25,37 @@ Json lines_of(const BodyLines& lines) {
     return all;
 }
 
-Json message_of(const ExplainedMessage& message) {
-    const Mail_content& mail = message.analysis.content;
-    const bool taken = is_taken(message.analysis.text_source);
+Json message_of(const Explanation& explanation) {
+    const MessageAnalysis& message = *explanation.story.message;
+    const Mail_content& mail = message.content;
     Json parts = Json::array();
-    for (const ExplainedPart& part : message.parts) {
+    for (const ExplainedPart& part : explanation.parts) {
         parts.push_back({{"type", or_null(part.type)}, {"multipart", part.is_multipart}});
     }
-    Json text = {{"source", word_of(message.analysis.text_source)},
-                 {"part", Json()},
-                 {"type", or_null(message.text_type)},
-                 {"charset", mail.charset},
-                 {"first_lines", taken ? lines_of(mail.body_lines) : Json::array()}};
-    if (message.analysis.text_source == MessageText::Source::kPart) {
-        text["part"] = message.analysis.text_part + 1;
+    Json text = {
+        {"source", word_of(message.text_source)},
+        {"part", Json()},
+        {"type", or_null(explanation.text_type)},
+        {"charset", mail.charset},
+        {"first_lines", is_taken(message.text_source) ? lines_of(mail.body_lines) : Json::array()}};
+    if (message.text_source == MessageText::Source::kPart) {
+        text["part"] = message.text_part + 1;
     }
-    return {{"sender", mail.from},     {"sender_field", word_of(message.analysis.sender_field)},
+    return {{"sender", mail.from},     {"sender_field", word_of(message.sender_field)},
             {"subject", mail.subject}, {"date", or_null(mail.date)},
             {"text", std::move(text)}, {"parts", std::move(parts)}};
 }
 
-Json limit_of(const ExplainedResponder& responder) {
-    if (!responder.limit) {
+Json limit_of(const ResponderStory& responder) {
+    const std::optional<FrequencyRecord>& record = responder.limit.record;
+    if (!record) {
         return {};
     }
-    return {{"replies_today", number(responder.limit->replies_today)},
-            {"replies_allowed", number(responder.row.ans_freq)},
-            {"senders_remembered", number(responder.limit->senders)},
-            {"senders_allowed", number(responder.row.mem_limit)},
-            {"evicts", responder.limit->evicts}};
+    return {{"replies_today", record->replies ? record->replies->value : 0},
+            {"replies_allowed", responder.row.ans_freq.value},
+            {"senders_remembered", record->senders.value},
+            {"senders_allowed", responder.row.mem_limit.value},
+            {"evicts", responder.limit.evicts}};
 }
 
 Json attachments_of(const ExplainedResponder& responder) {
@@ -82,20 +79,20 @@ Json reply_of(const ExplainedResponder& responder) {
             {"too_large", responder.reply->too_large}};
 }
 
-Json responder_of(const ExplainedResponder& responder) {
-    return {{"id", responder.row.id},
-            {"verdict", word_of(responder.verdict)},
-            {"reason", or_null(responder.reason)},
-            {"on", is_on(responder.row)},
+Json responder_of(const ResponderStory& story, const ExplainedResponder& explained) {
+    return {{"id", story.row.id},
+            {"verdict", word_of(story.verdict)},
+            {"reason", or_null(story.reason)},
+            {"on", story.row.on},
             {"condition",
-             {{"where", word_of(responder.condition.place)},
-              {"key", responder.row.keystr},
-              {"holds", responder.condition.holds},
-              {"near_miss", or_null(responder.condition.near_miss)}}},
-            {"limit", limit_of(responder)},
-            {"forwards", responder.forwards},
-            {"attachments", attachments_of(responder)},
-            {"reply", reply_of(responder)}};
+             {{"where", word_of(story.row.key_place)},
+              {"key", story.row.key},
+              {"holds", explained.key_occurs},
+              {"near_miss", or_null(explained.near_miss)}}},
+            {"limit", limit_of(story)},
+            {"forwards", story.forwards},
+            {"attachments", attachments_of(explained)},
+            {"reply", reply_of(explained)}};
 }
 
 Json mail_of(const ExplainedMail& mail) {
@@ -104,36 +101,39 @@ Json mail_of(const ExplainedMail& mail) {
             {"size", mail.size},          {"file", or_null(mail.file)}};
 }
 
-Json mailbox_of(const Explanation& explanation) {
-    if (!explanation.mailbox) {
+Json mailbox_of(const std::optional<Mailbox>& mailbox) {
+    if (!mailbox) {
         return {};
     }
-    return {{"id", explanation.mailbox->id},
-            {"address", explanation.mailbox->name + "@" + explanation.mailbox->domain},
-            {"found_by", word_of(explanation.mailbox->found_by)}};
+    return {{"id", mailbox->id},
+            {"address", mailbox->name + "@" + mailbox->domain},
+            {"found_by", word_of(mailbox->found_by)}};
 }
 
 }  // namespace
 
 std::string to_json(const Explanation& explanation) {
-    Json json = {{"recipient", explanation.recipient},
-                 {"verdict", word_of(explanation.verdict)},
+    const Story& story = explanation.story;
+    Json json = {{"recipient", *story.recipient},
+                 {"verdict", word_of(explanation.answer)},
                  {"reason", or_null(explanation.reason)},
                  {"empty", explanation.empty},
-                 {"message", explanation.message ? message_of(*explanation.message) : Json()},
-                 {"loop", or_null(explanation.loop)},
-                 {"only_people", explanation.only_people},
-                 {"not_a_person", or_null(explanation.not_a_person)},
-                 {"mailbox", mailbox_of(explanation)},
+                 {"message", story.message ? message_of(explanation) : Json()},
+                 {"loop", or_null(story.loop)},
+                 {"only_people", explanation.audience == Audience::kOnlyPeople},
+                 {"not_a_person", or_null(story.not_a_person)},
+                 {"mailbox", mailbox_of(story.mailbox)},
                  {"size_limit", explanation.size_limit ? Json(*explanation.size_limit) : Json()},
                  {"responders", Json::array()},
                  {"mails", Json::array()},
                  {"diagnostics", explanation.diagnostics}};
-    for (const ExplainedResponder& responder : explanation.responders) {
-        json["responders"].push_back(responder_of(responder));
+    for (std::size_t i = 0; i < story.responders.size(); ++i) {
+        json["responders"].push_back(responder_of(story.responders[i], explanation.responders[i]));
     }
     for (const ExplainedMail& mail : explanation.mails) {
         json["mails"].push_back(mail_of(mail));
     }
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
+
+}  // namespace autoresponder::control

@@ -1,38 +1,37 @@
-#include "control/explain_text.h"
-
+// SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <string_view>
 
+#include "control/explanation.h"
 #include "control/terminal.h"
 #include "control/words.h"
+#include "encoding/utf8.h"
+#include "support/ascii.h"
+
+namespace autoresponder::control {
 
 namespace {
 
 constexpr std::size_t kLabelWidth = 12;
 constexpr std::size_t kShownWidth = 100;
 
-Colour colour_of(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::kWouldAnswer:
-            return Colour::kGood;
-        case Verdict::kWouldNotAnswer:
-            return Colour::kBad;
-        case Verdict::kCannotTell:
-            break;
-    }
-    return Colour::kUnsure;
+constexpr Colour colour_of(bool good, bool unsure) {
+    return good ? Colour::kGood : unsure ? Colour::kUnsure : Colour::kBad;
 }
 
-// The beginning of a printable text, without half a character at its end.
+Colour colour_of(Answer answer) {
+    return colour_of(answer == Answer::kWouldAnswer, answer == Answer::kCannotTell);
+}
+
+Colour colour_of(Verdict verdict) {
+    return colour_of(verdict == Verdict::kAnswered, verdict == Verdict::kNotLookedAt);
+}
+
+// The beginning of a printable text.
 std::string cut(const std::string& text) {
-    if (text.size() <= kShownWidth) {
-        return text;
-    }
-    std::size_t end = kShownWidth;
-    while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) {
-        --end;
-    }
-    return text.substr(0, end) + "...";
+    return text.size() <= kShownWidth
+               ? text
+               : std::string(tolva::utf8_prefix(text, kShownWidth)).append("...");
 }
 
 std::string heading(const std::string& text) {
@@ -44,33 +43,23 @@ std::string line(const std::string& label, const std::string& text) {
     return "  " + label + std::string(pad, ' ') + text + "\n";
 }
 
-std::string part_named(const ExplainedMessage& message, std::size_t number) {
-    return "part " + std::to_string(number + 1) + " of " + std::to_string(message.parts.size());
-}
-
 // Which part of the message the text was taken from.
-std::string origin_of(const ExplainedMessage& message) {
+std::string origin_of(const Explanation& explanation) {
     const std::string type =
-        message.text_type.empty() ? "without a Content-Type" : printable(message.text_type);
-    switch (message.analysis.text_source) {
+        explanation.text_type.empty() ? "without a Content-Type" : printable(explanation.text_type);
+    const MessageAnalysis& message = *explanation.story.message;
+    switch (message.text_source) {
         case MessageText::Source::kMessage:
             return "the message itself, " + type;
         case MessageText::Source::kPart:
-            return part_named(message, message.analysis.text_part) + ", " + type;
+            return "part " + std::to_string(message.text_part + 1) + " of " +
+                   std::to_string(explanation.parts.size()) + ", " + type;
         case MessageText::Source::kNoPart:
             return "none: no direct part of the " + type + " says it is a text";
         case MessageText::Source::kOtherType:
             break;
     }
     return "none: the message is " + type;
-}
-
-bool is_html(const ExplainedMessage& message) {
-    std::string type = message.text_type;
-    std::ranges::transform(type, type.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return is_taken(message.analysis.text_source) && type.starts_with("text/html");
 }
 
 // The text without the empty lines at its end.
@@ -95,64 +84,63 @@ std::string first_lines(const BodyLines& lines) {
     return text;
 }
 
-std::string text_of(const ExplainedMessage& message) {
-    const Mail_content& mail = message.analysis.content;
-    std::string text = line("text", origin_of(message));
-    for (const ExplainedPart& part : message.parts) {
+std::string text_of(const Explanation& explanation) {
+    const MessageAnalysis& message = *explanation.story.message;
+    std::string text = line("text", origin_of(explanation));
+    for (const ExplainedPart& part : explanation.parts) {
         if (part.is_multipart) {
             text += line("", "a " + printable(part.type) + " within it is not searched");
         }
     }
-    if (!is_taken(message.analysis.text_source)) {
+    if (!is_taken(message.text_source)) {
         return text;
     }
-    if (is_html(message)) {
+    if (tolva::lowered(explanation.text_type).starts_with("text/html")) {
         text += line("", "key words are looked for in its HTML source");
     }
-    return text + line("charset", printable(mail.charset)) + first_lines(mail.body_lines);
+    return text + line("charset", printable(message.content.charset)) +
+           first_lines(message.content.body_lines);
 }
 
 std::string message_of(const Explanation& explanation) {
-    std::string text = heading("The message to " + printable(explanation.recipient));
+    const Story& story = explanation.story;
+    std::string text = heading("The message to " + printable(*story.recipient));
     if (explanation.empty) {
         return text + line("", "the message is empty");
     }
-    if (!explanation.message) {
+    if (!story.message) {
         return text;
     }
-    const Mail_content& mail = explanation.message->analysis.content;
+    const Mail_content& mail = story.message->content;
     return text +
-           line("sender", printable(mail.from) + ", from " +
-                              word_of(explanation.message->analysis.sender_field) + ":") +
+           line("sender",
+                printable(mail.from) + ", from " + word_of(story.message->sender_field) + ":") +
            line("subject", cut(printable(mail.subject))) + line("date", printable(mail.date)) +
-           text_of(*explanation.message);
+           text_of(explanation);
 }
 
-std::string condition_of(const ExplainedResponder& responder) {
-    const ExplainedCondition& condition = responder.condition;
-    if (condition.place == KeyPlace::kEverything) {
+std::string condition_of(const ResponderRow& row, const ExplainedResponder& explained) {
+    if (row.key_place == KeyPlace::kNowhere) {
         return "none, it answers everything";
     }
-    std::string text = "\"" + cut(printable(responder.row.keystr)) + "\" in the " +
-                       word_of(condition.place) + (condition.holds ? ": found" : ": not found");
-    if (!condition.near_miss.empty()) {
-        text += "; " + printable(condition.near_miss);
+    std::string text = "\"" + cut(printable(row.key)) + "\" in the " + word_of(row.key_place) +
+                       (explained.key_occurs ? ": found" : ": not found");
+    if (!explained.near_miss.empty()) {
+        text += "; " + printable(explained.near_miss);
     }
     return text;
 }
 
-std::string limit_of(const ExplainedResponder& responder) {
-    if (!responder.limit) {
+std::string limit_of(const ResponderStory& responder) {
+    const std::optional<FrequencyRecord>& record = responder.limit.record;
+    if (!record) {
         return "";
     }
-    const ExplainedLimit& limit = *responder.limit;
-    std::string text =
-        line("today", printable(limit.replies_today) + " of " + printable(responder.row.ans_freq) +
-                          " replies to this sender");
-    text += line("", printable(limit.senders) + " of " + printable(responder.row.mem_limit) +
-                         " senders remembered" +
-                         (limit.evicts ? "; the oldest are forgotten for this one" : ""));
-    return text;
+    return line("today", printable(record->replies ? record->replies->text : "0") + " of " +
+                             printable(responder.row.ans_freq.text) + " replies to this sender") +
+           line("", printable(record->senders.text) + " of " +
+                        printable(responder.row.mem_limit.text) + " senders remembered" +
+                        (responder.limit.evicts ? "; the oldest are forgotten for this one" : ""));
 }
 
 std::string attachments_of(const ExplainedResponder& responder) {
@@ -184,27 +172,27 @@ std::string reply_of(const ExplainedResponder& responder, const std::optional<in
            line("size", size_of(*responder.reply, limit));
 }
 
-std::string responder_of(const ExplainedResponder& responder, const std::optional<int>& limit) {
-    std::string text = coloured("Responder " + responder.row.id + ": ", Colour::kStrong) +
-                       coloured(word_of(responder.verdict), colour_of(responder.verdict)) +
-                       (responder.reason.empty() ? "" : ", " + printable(responder.reason)) + "\n";
-    text += line("is", is_on(responder.row) ? "on" : "off");
-    text += line("condition", condition_of(responder));
-    text += limit_of(responder);
-    for (const std::string& address : responder.forwards) {
-        text +=
-            line(&address == &responder.forwards.front() ? "forwards to" : "", printable(address));
+std::string responder_of(const ResponderStory& story, const ExplainedResponder& explained,
+                         const std::optional<int>& limit) {
+    std::string text = coloured("Responder " + story.row.id + ": ", Colour::kStrong) +
+                       coloured(word_of(story.verdict), colour_of(story.verdict)) +
+                       (story.reason.empty() ? "" : ", " + printable(story.reason)) + "\n";
+    text += line("is", story.row.on ? "on" : "off");
+    text += line("condition", condition_of(story.row, explained));
+    text += limit_of(story);
+    for (const std::string& address : story.forwards) {
+        text += line(&address == &story.forwards.front() ? "forwards to" : "", printable(address));
     }
-    return text + attachments_of(responder) + reply_of(responder, limit);
+    return text + attachments_of(explained) + reply_of(explained, limit);
 }
 
 std::string answers_of(const Explanation& explanation) {
-    if (!explanation.only_people) {
+    if (explanation.audience != Audience::kOnlyPeople) {
         return "";
     }
-    return line("answers", explanation.not_a_person.empty()
-                               ? "only people; the sender counts as one"
-                               : "only people: " + printable(explanation.not_a_person));
+    const std::string& rule = explanation.story.not_a_person;
+    return line("answers", rule.empty() ? "only people; the sender counts as one"
+                                        : "only people: " + printable(rule));
 }
 
 std::string mails_of(const Explanation& explanation) {
@@ -239,21 +227,25 @@ std::string diagnostics_of(const Explanation& explanation) {
 }  // namespace
 
 std::string to_text(const Explanation& explanation) {
+    const Story& story = explanation.story;
     std::string text = message_of(explanation);
-    if (explanation.message) {
-        text += line("loop", explanation.loop.empty() ? "none" : explanation.loop);
+    if (story.message) {
+        text += line("loop", story.loop.empty() ? "none" : story.loop);
         text += answers_of(explanation);
     }
-    if (explanation.mailbox) {
-        text += heading("The mailbox " + printable(explanation.mailbox->name) + "@" +
-                        printable(explanation.mailbox->domain));
-        text += line("found by", word_of(explanation.mailbox->found_by));
+    if (story.mailbox) {
+        text += heading("The mailbox " + printable(story.mailbox->name) + "@" +
+                        printable(story.mailbox->domain));
+        text += line("found by", word_of(story.mailbox->found_by));
     }
-    for (const ExplainedResponder& responder : explanation.responders) {
-        text += responder_of(responder, explanation.size_limit);
+    for (std::size_t i = 0; i < story.responders.size(); ++i) {
+        text +=
+            responder_of(story.responders[i], explanation.responders[i], explanation.size_limit);
     }
     text += mails_of(explanation) + diagnostics_of(explanation);
     const std::string verdict =
-        std::string(word_of(explanation.verdict)) + ": " + printable(explanation.reason);
-    return text + coloured("Verdict: " + verdict, colour_of(explanation.verdict)) + "\n";
+        std::string(word_of(explanation.answer)) + ": " + printable(explanation.reason);
+    return text + coloured("Verdict: " + verdict, colour_of(explanation.answer)) + "\n";
 }
+
+}  // namespace autoresponder::control

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -5,44 +6,24 @@
 #include <string>
 #include <vector>
 
-#include "core/incoming_message.h"
-#include "core/mailbox.h"
-#include "core/responder_row.h"
+#include "core/run/settings.h"
+#include "core/story.h"
 
 /// What the autoresponder would do with a message, as a record that can be shown. Texts are bytes
-/// as the autoresponder holds them, UTF-8 as far as they could be converted.
+/// as the autoresponder has them, UTF-8 as far as they could be converted.
+namespace autoresponder::control {
 
-enum class Verdict {
-    kWouldAnswer,
-    kWouldNotAnswer,
-    kCannotTell,  ///< something that the answer depends on could not be found out
+/// The values are exit statuses.
+enum class Answer {
+    kWouldAnswer = 0,
+    kWouldNotAnswer = 1,
+    kCannotTell = 2,  ///< something that the answer depends on could not be found out
 };
 
 /// A direct part of a multipart message.
 struct ExplainedPart {
     std::string type = {};  ///< its Content-Type field up to the first parameter; empty: none
     bool is_multipart = false;
-};
-
-struct ExplainedMessage {
-    MessageAnalysis analysis = {};
-    std::string text_type = {};  ///< type of the text that was taken, as in ExplainedPart
-    std::vector<ExplainedPart> parts = {};  ///< of a multipart
-};
-
-/// Where a responder looks for its key word.
-enum class KeyPlace { kEverything, kSubject, kText };
-
-struct ExplainedCondition {
-    KeyPlace place = KeyPlace::kEverything;
-    bool holds = true;
-    std::string near_miss = {};  ///< what alone keeps the key word from being found; empty: nothing
-};
-
-struct ExplainedLimit {
-    std::string replies_today = {};  ///< to this sender, a number as text
-    std::string senders = {};        ///< remembered today, a number as text
-    bool evicts = false;             ///< others have to be forgotten for this sender
 };
 
 struct ExplainedAttachment {
@@ -73,31 +54,33 @@ struct ExplainedReply {
     bool too_large = false;
 };
 
+/// What is shown of a responder besides its story.
 struct ExplainedResponder {
-    ResponderRow row = {};
-    Verdict verdict = Verdict::kWouldNotAnswer;
-    std::string reason = {};  ///< why it would not answer
-    ExplainedCondition condition = {};
-    // What follows is told of a responder that is on and applies; what comes after the limit only
-    // of one that may answer.
-    std::optional<ExplainedLimit> limit = {};
-    std::vector<std::string> forwards = {};
+    bool key_occurs = true;
+    std::string near_miss = {};  ///< what alone keeps the key word from being found; empty: nothing
     std::vector<ExplainedAttachment> attachments = {};
     std::optional<ExplainedReply> reply = {};
 };
 
 struct Explanation {
-    std::string recipient = {};
-    Verdict verdict = Verdict::kWouldNotAnswer;
-    std::string reason = {};  ///< the verdict in one line
-    bool empty = false;       ///< nothing was given for a message
-    std::optional<ExplainedMessage> message = {};
-    std::string loop = {};          ///< why it would make a loop; empty: it would not
-    bool only_people = false;       ///< whether only people are answered
-    std::string not_a_person = {};  ///< the rule that says it is no person's mail; empty: none
-    std::optional<Mailbox> mailbox = {};
-    std::optional<int> size_limit = {};  ///< of the mail system in bytes
-    std::vector<ExplainedResponder> responders = {};
+    Story story = {};
+    Answer answer = Answer::kWouldNotAnswer;
+    std::string reason = {};  ///< of the answer, in one line
+    Audience audience = Audience::kEverybody;
+    bool empty = false;                     ///< nothing was given for a message
+    std::string text_type = {};             ///< of the text that was taken, as in ExplainedPart
+    std::vector<ExplainedPart> parts = {};  ///< of a multipart
+    std::optional<int> size_limit = {};     ///< of the mail system in bytes
+    std::vector<ExplainedResponder> responders = {};  ///< one for each of the story's
     std::vector<ExplainedMail> mails = {};
     std::string diagnostics = {};  ///< what the autoresponder would write to standard error
 };
+
+/// The explanation for people, in lines; the answer is the last one.
+std::string to_text(const Explanation& explanation);
+
+/// The explanation for programs: an object on one line, without a newline. Its members are
+/// described in autoresponderctl(8).
+std::string to_json(const Explanation& explanation);
+
+}  // namespace autoresponder::control

@@ -1,6 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <stdexcept>
+
+namespace autoresponder::control {
 
 /// Something that the person at the terminal has to be told, on one line; the program then ends
 /// with status 2.
@@ -14,3 +17,5 @@ class UsageError : public Failure {
   public:
     using Failure::Failure;
 };
+
+}  // namespace autoresponder::control

@@ -1,106 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/mail_files.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
+#include <cstddef>
+#include <memory>
+#include <span>
 #include <utility>
 
 #include "control/failure.h"
 #include "control/words.h"
-#include "core/diagnostics.h"
-#include "core/response_stream.h"
-#include "support/descriptor.h"
+#include "core/run/diagnostics.h"
 
-namespace {
-
-constexpr mode_t kOwnersAlone = 0600;
-
-[[noreturn]] void fail(const std::string& what, const std::string& path) {
-    const int error = errno;
-    throw Failure("cannot " + what + " " + path + ": " + error_text(error));
-}
-
-tolva::Descriptor create(const std::string& path) {
-    tolva::Descriptor file(
-        open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kOwnersAlone));
-    if (!file) {
-        fail("write", path);
-    }
-    return file;
-}
-
-void write_all(int fd, std::string_view bytes, const std::string& path) {
-    while (!bytes.empty()) {
-        const ssize_t count = write(fd, bytes.data(), bytes.size());
-        if (count > 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            fail("write", path);
-        }
-    }
-}
-
-void copy_from_start(int from, int to, const std::string& path) {
-    std::array<char, 65536> block;  // NOLINT(*-member-init): filled by each read
-    off_t position = 0;
-    for (;;) {
-        const ssize_t count = pread(from, block.data(), block.size(), position);
-        if (count == 0) {
-            return;
-        }
-        if (count > 0) {
-            write_all(to, {block.data(), static_cast<std::size_t>(count)}, path);
-            position += count;
-        } else if (errno != EINTR) {
-            fail("write", path);
-        }
-    }
-}
-
-}  // namespace
+namespace autoresponder::control {
 
 MailFiles::MailFiles(std::optional<std::string> directory) : directory_(std::move(directory)) {
-    constexpr mode_t kOwnersAloneDirectory = 0700;
-    if (directory_ && mkdir(directory_->c_str(), kOwnersAloneDirectory) != 0 && errno != EEXIST) {
-        fail("make the directory", *directory_);
+    constexpr mode_t owners_alone = 0700;
+    if (directory_ && mkdir(directory_->c_str(), owners_alone) != 0 && errno != EEXIST) {
+        throw Failure("cannot make the directory " + *directory_ + ": " + error_text(errno));
     }
 }
 
-void MailFiles::add(ExplainedMail& mail, int fd) {
-    struct stat status {};
-    if (fstat(fd, &status) != 0) {
-        fail("read", "the mail");
+void MailFiles::add(ExplainedMail& mail, std::string_view text) {
+    begin(mail);
+    mail.size = text.size();
+    if (!mail.file.empty()) {
+        write(mail.file, text);
+        write_envelope(mail);
     }
-    mail.size = static_cast<std::size_t>(status.st_size);
+}
+
+void MailFiles::add(ExplainedMail& mail, const tolva::Descriptor& text) {
+    begin(mail);
+    const tolva::Descriptor file = mail.file.empty() ? tolva::Descriptor() : create(mail.file);
+    constexpr std::size_t size = 65536;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(size);
+    std::size_t length = size;
+    while (length == size && failure_.empty()) {
+        fail_unless(tolva::read_block(text.get(), std::span(buffer.get(), size), length),
+                    "the mail");
+        mail.size += length;
+        if (file) {
+            fail_unless(tolva::write_whole(file.get(), {buffer.get(), length}), mail.file);
+        }
+    }
+    if (file) {
+        write_envelope(mail);
+    }
+}
+
+void MailFiles::throw_if_failed() const {
+    if (!failure_.empty()) {
+        throw Failure(failure_);
+    }
+}
+
+void MailFiles::begin(ExplainedMail& mail) {
     ++count_;
-    if (!directory_) {
-        return;
+    if (directory_ && failure_.empty()) {
+        mail.file = *directory_ + "/" + std::to_string(count_) + "-" + word_of(mail.kind) + ".eml";
     }
-    const std::string base = *directory_ + "/" + std::to_string(count_) + "-" + word_of(mail.kind);
-    mail.file = base + ".eml";
-    copy_from_start(fd, create(mail.file).get(), mail.file);
+}
+
+void MailFiles::write_envelope(const ExplainedMail& mail) {
     std::string envelope = mail.sender + "\n";
     for (const std::string& recipient : mail.recipients) {
         envelope += recipient + "\n";
     }
-    write_all(create(base + ".envelope").get(), envelope, base + ".envelope");
+    constexpr std::string_view ending = ".eml";
+    write(mail.file.substr(0, mail.file.size() - ending.size()) + ".envelope", envelope);
 }
 
-void MailFiles::add(ExplainedMail& mail, const std::function<void(std::ostream&)>& write_mail) {
-    const tolva::Descriptor memory(memfd_create("mail", MFD_CLOEXEC));
-    if (!memory) {
-        fail("make", "a file in memory");
+void MailFiles::write(const std::string& path, std::string_view bytes) {
+    if (const tolva::Descriptor file = create(path)) {
+        fail_unless(tolva::write_whole(file.get(), bytes), path);
     }
-    ResponseStream stream(memory.get(), SizeLimit::none());
-    write_mail(stream);
-    stream.finish();
-    if (!stream) {
-        errno = stream.error();
-        fail("write", "a file in memory");
-    }
-    add(mail, memory.get());
 }
+
+tolva::Descriptor MailFiles::create(const std::string& path) {
+    constexpr mode_t owners_alone = 0600;
+    tolva::Descriptor file(
+        open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, owners_alone));
+    if (!file) {
+        fail_unless(tolva::Errno{errno}, path);
+    }
+    return file;
+}
+
+void MailFiles::fail_unless(tolva::Result<void> result, const std::string& path) {
+    if (!result && failure_.empty()) {
+        failure_ = "cannot write " + path + ": " + error_text(result.error());
+    }
+}
+
+}  // namespace autoresponder::control

@@ -1,28 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
+#include <string_view>
 
 #include "control/explanation.h"
+#include "support/descriptor.h"
+#include "support/result.h"
 
-/// Where the mails that would be handed over are written to, each with its envelope.
+namespace autoresponder::control {
+
+/// Where the mails that would be handed over are written to, each with its envelope. A failure to
+/// write one is kept until it is asked for, and nothing more is written.
 class MailFiles {
   public:
     /// Into the directory `directory`, which is created if it does not exist; nowhere if it is
     /// null. Throws Failure.
     explicit MailFiles(std::optional<std::string> directory);
 
-    /// Writes the bytes that are read from `fd`, and the envelope of `mail`: to <number>-<kind>.eml
-    /// and <number>-<kind>.envelope, where the first line is the sender and each other one a
-    /// recipient. Sets size and file of `mail`. Throws Failure.
-    void add(ExplainedMail& mail, int fd);
+    /// Writes `text`, and the envelope of `mail`: to <number>-<kind>.eml and
+    /// <number>-<kind>.envelope, where the first line is the sender and each other one a recipient.
+    /// Sets size and file of `mail`.
+    void add(ExplainedMail& mail, std::string_view text);
 
-    /// The same with the bytes that `write_mail` writes.
-    void add(ExplainedMail& mail, const std::function<void(std::ostream&)>& write_mail);
+    /// The same with what is read from `text`.
+    void add(ExplainedMail& mail, const tolva::Descriptor& text);
+
+    /// Throws Failure if a mail could not be written.
+    void throw_if_failed() const;
 
   private:
+    void begin(ExplainedMail& mail);
+    void write_envelope(const ExplainedMail& mail);
+    void write(const std::string& path, std::string_view bytes);
+    tolva::Descriptor create(const std::string& path);
+    void fail_unless(tolva::Result<void> result, const std::string& path);
+
     std::optional<std::string> directory_;
+    std::string failure_;
     int count_ = 0;
 };
+
+}  // namespace autoresponder::control

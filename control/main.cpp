@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <getopt.h>
 
 #include <array>
@@ -13,14 +14,15 @@
 #include "control/answered.h"
 #include "control/check.h"
 #include "control/explain.h"
-#include "control/explain_json.h"
-#include "control/explain_text.h"
+#include "control/explanation.h"
 #include "control/failure.h"
 #include "control/version.h"
-#include "core/diagnostics.h"
-#include "core/message_input.h"
-#include "core/run_end.h"
+#include "core/message/incoming_message.h"
+#include "core/run/diagnostics.h"
+#include "core/run/run_end.h"
 #include "support/log.h"
+
+namespace autoresponder::control {
 
 namespace {
 
@@ -43,21 +45,13 @@ constexpr std::string_view kHelp =
 
 int explain_message(bool json, const std::optional<std::string>& replies,
                     const std::string& recipient) {
-    const MessageInput message = read_message(nullptr);
-    if (message.error != 0) {
-        throw Failure("the message cannot be read: " + error_text(message.error));
+    const MessageInput message = read_message();
+    if (!message.read) {
+        throw Failure("the message cannot be read: " + error_text(message.read.error()));
     }
     const Explanation explanation = explain(message.text, recipient, replies);
     std::cout << (json ? to_json(explanation) + "\n" : to_text(explanation));
-    switch (explanation.verdict) {
-        case Verdict::kWouldAnswer:
-            return EXIT_SUCCESS;
-        case Verdict::kWouldNotAnswer:
-            return EXIT_FAILURE;
-        case Verdict::kCannotTell:
-            break;
-    }
-    return kCannot;
+    return static_cast<int>(explanation.answer);
 }
 
 // The options and operands of a command, which getopt_long(3) has put last.
@@ -123,10 +117,8 @@ int run_answered(int argc, char* argv[]) {
     if (arguments.clear && arguments.clear_all) {
         throw UsageError("--clear and --clear-all exclude each other");
     }
-    if (arguments.clear) {
-        clear_answered(recipient, *arguments.clear);
-    } else if (arguments.clear_all) {
-        clear_all_answered(recipient);
+    if (arguments.clear || arguments.clear_all) {
+        clear_answered(recipient, arguments.clear);
     } else {
         list_answered(recipient);
     }
@@ -167,7 +159,7 @@ int run_and_report(int argc, char* argv[]) {
     } catch (const UsageError& error) {
         report("autoresponderctl: ", error.what(), "; see autoresponderctl --help");
     } catch (const EndOfRun& end) {
-        report("autoresponderctl: ", end.reason());
+        report("autoresponderctl: ", end.line());
     } catch (const std::exception& error) {
         report("autoresponderctl: ", error.what());
     }
@@ -176,9 +168,11 @@ int run_and_report(int argc, char* argv[]) {
 
 }  // namespace
 
+}  // namespace autoresponder::control
+
 int main(int argc, char* argv[]) {
     PROGNAME =
         "autoresponder";  // what the support library says is said in the autoresponder's name
     messlog_set_end([](int /*status*/) {});
-    return run_and_report(argc, argv);
+    return autoresponder::control::run_and_report(argc, argv);
 }

@@ -1,15 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
 
-#include "core/mailbox.h"
-#include "support/db_handle.h"
+#include "core/panel/mailbox.h"
+#include "core/panel/session.h"
 
 /// The panel's database as the commands use it.
+namespace autoresponder::control {
 
-/// Opens the connection as the autoresponder does. Throws Failure with the reason.
-tolva::db::ConnectionHandle connect_or_fail();
+/// Opens a session as the autoresponder does. Throws Failure with the reason.
+Session connect_or_fail();
 
 /// The mailbox that `address` leads to. Throws Failure when there is none, EndOfRun if a statement
 /// fails.
-Mailbox mailbox_or_fail(MYSQL* connection, const std::string& address);
+Mailbox mailbox_or_fail(Session& session, const std::string& address);
+
+}  // namespace autoresponder::control

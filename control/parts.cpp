@@ -1,11 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/parts.h"
 
 #include <algorithm>
 #include <stdexcept>
 
-#include "core/dw_string.h"
-#include "core/message_text.h"
+#include "core/message/dw_string.h"
+#include "core/message/message_text.h"
 #include "encoding/iconv_recode.h"
+
+namespace autoresponder::control {
 
 namespace {
 
@@ -36,10 +39,7 @@ class PartVisitor {
         if (is_multipart(part)) {
             return depth == kDeepest || visit_parts_of(part, number + ".", depth + 1);
         }
-        DwHeaders& headers = part.Headers();
-        const bool is_text =
-            headers.HasContentType() && headers.ContentType().Type() == DwMime::kTypeText;
-        return !is_text || visit_(part, number);
+        return !is_text(part) || visit_(part, number);
     }
 
     const Visit& visit_;
@@ -80,3 +80,5 @@ void visit_text_parts(
     const std::function<bool(const DwEntity& part, const std::string& number)>& visit) {
     PartVisitor(visit).visit_parts_of(message, "", 1);
 }
+
+}  // namespace autoresponder::control

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <functional>
@@ -5,7 +6,8 @@
 
 #include <mimelib/mimepp.h>
 
-/// The parts of a message, for telling what is looked at and what is not.
+/// The parts of a message, which are searched for key words or not.
+namespace autoresponder::control {
 
 /// The type of an entity as its Content-Type field states it, up to the first parameter; empty if
 /// it has no such field.
@@ -23,3 +25,5 @@ std::string text_in_utf8(const DwEntity& entity);
 void visit_text_parts(
     const DwMessage& message,
     const std::function<bool(const DwEntity& part, const std::string& number)>& visit);
+
+}  // namespace autoresponder::control

@@ -1,87 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/words.h"
 
+#include <array>
+#include <cstddef>
+
+namespace autoresponder::control {
+
+namespace {
+
+// The word for the enumerator of that position.
+template <typename Enum, std::size_t count>
+const char* word_at(Enum value, const std::array<const char*, count>& words) {
+    return words.at(static_cast<std::size_t>(value));
+}
+
+}  // namespace
+
+const char* word_of(Answer answer) {
+    return word_at(answer, std::array{"would answer", "would not answer", "cannot tell"});
+}
+
 const char* word_of(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::kWouldAnswer:
-            return "would answer";
-        case Verdict::kWouldNotAnswer:
-            return "would not answer";
-        case Verdict::kCannotTell:
-            break;
-    }
-    return "cannot tell";
+    return word_at(verdict, std::array{"not looked at", "would not answer", "would answer"});
 }
 
 const char* word_of(Sender::Field field) {
-    return field == Sender::Field::kReplyTo ? "Reply-To" : "From";
+    return word_at(field, std::array{"Reply-To", "From"});
 }
 
 const char* word_of(MessageText::Source source) {
-    switch (source) {
-        case MessageText::Source::kMessage:
-            return "the message";
-        case MessageText::Source::kPart:
-            return "a part";
-        case MessageText::Source::kNoPart:
-            return "no part";
-        case MessageText::Source::kOtherType:
-            break;
-    }
-    return "nothing";
+    return word_at(source, std::array{"the message", "a part", "no part", "nothing"});
 }
 
 const char* word_of(Lookup lookup) {
-    switch (lookup) {
-        case Lookup::kOwnName:
-            return "its own name";
-        case Lookup::kMailAlias:
-            return "a mail alias";
-        case Lookup::kDomainAlias:
-            return "a domain alias";
-        case Lookup::kBothAliases:
-            break;
-    }
-    return "a mail alias on a domain alias";
+    return word_at(lookup, std::array{"its own name", "a mail alias", "a domain alias",
+                                      "a mail alias on a domain alias"});
 }
 
 const char* word_of(KeyPlace place) {
-    switch (place) {
-        case KeyPlace::kSubject:
-            return "subject";
-        case KeyPlace::kText:
-            return "text";
-        case KeyPlace::kEverything:
-            break;
-    }
-    return "everything";
+    return word_at(place, std::array{"everything", "subject", "text"});
 }
 
 const char* word_of(ExplainedAttachment::State state) {
-    switch (state) {
-        case ExplainedAttachment::State::kPresent:
-            return "present";
-        case ExplainedAttachment::State::kMissing:
-            return "missing";
-        case ExplainedAttachment::State::kUnreadable:
-            break;
-    }
-    return "unreadable";
+    return word_at(state, std::array{"present", "missing", "unreadable"});
 }
 
 const char* word_of(ExplainedMail::Kind kind) {
-    switch (kind) {
-        case ExplainedMail::Kind::kForward:
-            return "forward";
-        case ExplainedMail::Kind::kNotice:
-            return "notice";
-        case ExplainedMail::Kind::kReply:
-            return "reply";
-        case ExplainedMail::Kind::kSizeNotice:
-            break;
-    }
-    return "size-notice";
+    return word_at(kind, std::array{"forward", "notice", "reply", "size-notice"});
 }
 
 bool is_taken(MessageText::Source source) {
     return source == MessageText::Source::kMessage || source == MessageText::Source::kPart;
 }
+
+}  // namespace autoresponder::control

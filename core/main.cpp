@@ -1,20 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <unistd.h>
+
+#include <cstdlib>
+#include <utility>
 
 #include <mimelib/mimepp.h>
 
-#include "core/automatic_mail.h"
-#include "core/diagnostics.h"
-#include "core/envelope_sender.h"
-#include "core/header_fields.h"
-#include "core/incoming_message.h"
-#include "core/loop_check.h"
-#include "core/mail_content.h"
-#include "core/only_people.h"
-#include "core/responder.h"
-#include "core/run_end.h"
-#include "core/run_start.h"
-#include "support/conf.h"
+#include "core/act.h"
+#include "core/message/incoming_message.h"
+#include "core/message/message_copy.h"
+#include "core/run/diagnostics.h"
+#include "core/run/run_end.h"
+#include "core/run/run_start.h"
+#include "core/run/settings.h"
+#include "core/run/temporary_files.h"
+#include "core/story.h"
+#include "core/verdict_line.h"
+#include "core/walk.h"
 #include "support/log.h"
+#include "support/result.h"
+
+namespace autoresponder {
 
 namespace {
 
@@ -25,39 +31,33 @@ void become_root() {
     [[maybe_unused]] const int gid_result = setgid(0);
 }
 
-// Answers the message unless a machine seems to have sent it.
-void answer_person(Mail_content& mail, const DwString& header_text) {
-    const HeaderFields header({header_text.data(), header_text.length()});
-    if (const auto reason = machine_reason(mail, envelope_sender(header), header)) {
-        report_not_answered(*reason);
+void answer_message(Story& story, Audience audience) {
+    tolva::Result<MessageCopy> copy = MessageCopy::make();
+    if (!copy) {
+        give_up(story, kNoCopy);
         return;
     }
-    db_mail_act(&mail, &header);
+    DwString text = receive_message(*copy);
+    act(std::exchange(text, DwString()), audience, copy->whole(), story);
 }
 
-void answer_message() {
+void run() {
     prepare_run();
-    const bool only_people = autoprepend() == 0 && answers_only_people();
-    Mail_content mail;
-    DwString header;
+    const Settings settings = read_settings();
     become_root();
-
-    if (parse_message(&mail, only_people ? &header : nullptr) != 0) {
-        report(kAbnormalExit);
-        return;
+    Story story;
+    if (const char* recipient = std::getenv("RESP_RECIPIENT")) {
+        story.recipient = recipient;
     }
-    if (const char* reason = loop_reason(mail)) {
-        report(reason);
-        return;
-    }
-    if (only_people) {
-        answer_person(mail, header);
-    } else {
-        db_mail_act(&mail);
+    tell(story, [&] { answer_message(story, settings.audience); });
+    if (settings.verdicts) {
+        report(verdict_line(story));
     }
 }
 
 }  // namespace
+
+}  // namespace autoresponder
 
 int main(int argc, char* argv[]) {
     PROGNAME = argc > 0 && *argv[0] != '\0' ? argv[0] : "autoresponder";
@@ -66,9 +66,9 @@ int main(int argc, char* argv[]) {
     messlog_set_end([](int /*status*/) {});
 
     try {
-        answer_message();
+        autoresponder::run();
     } catch (...) {
-        report_end_of_run();
+        autoresponder::report_end_of_run();
     }
-    correct_exit();
+    autoresponder::correct_exit();
 }

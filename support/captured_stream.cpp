@@ -9,11 +9,11 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <optional>
 #include <span>
 #include <utility>
 
 #include "support/child_process.h"
+#include "support/descriptor.h"
 #include "support/log.h"
 
 namespace tolva {
@@ -79,7 +79,7 @@ bool CapturedStream::open() {
     if (target_ == nullptr) {
         return true;
     }
-    std::optional<Pipe> pipe = make_pipe();
+    Result<Pipe> pipe = make_pipe();
     if (!pipe) {
         messlog2(0, 0, "fork_execv_getouterr: pipe() failed");
         return false;

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/descriptor.h"
 #include "support/log.h"
 
 namespace tolva::child {
@@ -207,10 +208,8 @@ const char* reason(int error) {
     return description != nullptr ? description : "Unknown error";
 }
 
-void say_pieces(std::span<const iovec> pieces) {
-    while (writev(STDERR_FILENO, pieces.data(), static_cast<int>(pieces.size())) == -1 &&
-           errno == EINTR) {
-    }
+void say_pieces(std::span<iovec> pieces) {
+    [[maybe_unused]] const Result<void> written = write_whole(STDERR_FILENO, pieces);
 }
 
 ArgumentVector collect_arguments(va_list arguments) {

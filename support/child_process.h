@@ -45,12 +45,12 @@ int wait_for(pid_t pid);
 /// strerror(3) without a buffer or a locale; async-signal-safe.
 const char* reason(int error);
 
-void say_pieces(std::span<const iovec> pieces);
+void say_pieces(std::span<iovec> pieces);
 
 /// Writes the texts, which are const char*, to standard error with one call; async-signal-safe.
 template <typename... Texts>
 void say(Texts... texts) {
-    const std::array<iovec, sizeof...(texts)> pieces{
+    std::array<iovec, sizeof...(texts)> pieces{
         iovec{const_cast<char*>(texts), std::strlen(texts)}...};
     say_pieces(pieces);
 }

@@ -11,9 +11,9 @@
 #include <cstring>
 #include <utility>
 
+#include "support/ascii.h"
 #include "support/c_pointer.h"
 #include "support/log.h"
-#include "support/white_space.h"
 
 namespace {
 

@@ -25,6 +25,8 @@ constexpr unsigned kAnswerSeconds = 300;
 // -1: no session has been set up yet.
 int mysql41_compatible = -1;
 
+unsigned int connect_errno = 0;
+
 void set_options(MYSQL* connection, unsigned connect_seconds) {
     const my_bool off = 0;
     const unsigned int none = 0;
@@ -37,6 +39,7 @@ void set_options(MYSQL* connection, unsigned connect_seconds) {
 
 void report_refusal(MYSQL* connection, char* err, size_t size) {
     std::snprintf(err, size, "Unable to connect to Tolva Database: %s", mysql_error(connection));
+    connect_errno = mysql_errno(connection);
     errno = 0;
 }
 
@@ -118,8 +121,10 @@ MYSQL* tolva_db_connect_ex(char* err, size_t size) {
 }
 
 MYSQL* tolva_db_connect(char* err, size_t size) {
+    connect_errno = 0;
     ConnectionHandle connection(tolva_db_connect_ex(err, size));
     if (reports_error(connection)) {
+        connect_errno = mysql_errno(connection.get());
         errno = 0;
         return nullptr;
     }
@@ -132,11 +137,19 @@ MYSQL* db_connect_nothrow(char* err, size_t size) {
 
 MYSQL* db_connect(void) {
     std::array<char, 4097> reason{};
-    MYSQL* connection = tolva_db_connect(reason.data(), reason.size());
+    return db_connect_with_reason(reason.data(), reason.size());
+}
+
+MYSQL* db_connect_with_reason(char* err, size_t size) {
+    MYSQL* connection = tolva_db_connect(err, size);
     if (connection == nullptr) {
-        messlog2(0, 0, "%s", reason.data());
+        messlog2(0, 0, "%s", err);
     }
     return connection;
+}
+
+unsigned int db_connect_errno(void) {
+    return connect_errno;
 }
 
 int tolva_db_mysql41_compatible_raw(void) {

@@ -64,6 +64,13 @@ MYSQL* db_connect_nothrow(char* err, size_t size);
  * process. */
 MYSQL* db_connect(void);
 
+/* As db_connect; the caller gets the reason, too. */
+MYSQL* db_connect_with_reason(char* err, size_t size);
+
+/* The number of the database's error for which the last connection could not be opened; 0 if there
+ * was no failure, or none of the database: the password could not be read, say. */
+unsigned int db_connect_errno(void);
+
 /* Whether the sessions of this process run in UTF-8 mode: 1 or 0, or -1 until a session has been
  * set up. */
 int tolva_db_mysql41_compatible_raw(void);

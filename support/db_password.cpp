@@ -30,7 +30,7 @@ AdminPassword::~AdminPassword() {
 
 // By one read(2) of what is a small file: the buffer of a stdio stream would be a second copy.
 bool AdminPassword::read(char* err, std::size_t size) {
-    const Descriptor file(open("/etc/tva/.tva.shadow", O_RDONLY | O_CLOEXEC));
+    const Descriptor file(open(kFile, O_RDONLY | O_CLOEXEC));
     if (!file) {
         return fail("Unable to open admin password file: %s", err, size);
     }

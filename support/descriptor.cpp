@@ -19,6 +19,20 @@ bool move_above_standard_streams(Descriptor& descriptor) {
     return static_cast<bool>(descriptor);
 }
 
+// Leaves what follows the first `written` bytes of the pieces. Returns whether anything is left.
+bool skip_written(std::span<iovec>& pieces, std::size_t written) {
+    while (!pieces.empty() && written >= pieces.front().iov_len) {
+        written -= pieces.front().iov_len;
+        pieces = pieces.subspan(1);
+    }
+    if (pieces.empty()) {
+        return false;
+    }
+    pieces.front().iov_base = static_cast<char*>(pieces.front().iov_base) + written;
+    pieces.front().iov_len -= written;
+    return true;
+}
+
 }  // namespace
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
@@ -42,17 +56,64 @@ void Descriptor::close() noexcept {
     errno = saved_errno;
 }
 
-std::optional<Pipe> make_pipe() {
+Result<Descriptor> opened(int fd) {
+    if (fd < 0) {
+        return Errno{errno};
+    }
+    return Descriptor(fd);
+}
+
+Result<Pipe> make_pipe() {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) == -1) {
-        return std::nullopt;
+        return Errno{errno};
     }
     Pipe pipe{Descriptor(ends[0]), Descriptor(ends[1])};
     if (!move_above_standard_streams(pipe.read_end) ||
         !move_above_standard_streams(pipe.write_end)) {
-        return std::nullopt;
+        return Errno{errno};
     }
     return pipe;
+}
+
+Result<std::size_t> read_some(int fd, std::span<char> block) {
+    const ssize_t count = TEMP_FAILURE_RETRY(read(fd, block.data(), block.size()));
+    if (count < 0) {
+        return Errno{errno};
+    }
+    return static_cast<std::size_t>(count);
+}
+
+Result<void> read_block(int fd, std::span<char> block, std::size_t& length) {
+    for (length = 0; length < block.size();) {
+        const Result<std::size_t> count = read_some(fd, block.subspan(length));
+        if (!count) {
+            return Errno{count.error()};
+        }
+        if (*count == 0) {
+            break;
+        }
+        length += *count;
+    }
+    return {};
+}
+
+Result<void> write_whole(int fd, std::string_view bytes) {
+    // writev(2) does not write where its pieces point.
+    iovec piece{const_cast<char*>(bytes.data()), bytes.size()};
+    return write_whole(fd, std::span(&piece, 1));
+}
+
+Result<void> write_whole(int fd, std::span<iovec> pieces) {
+    while (skip_written(pieces, 0)) {
+        const ssize_t written =
+            TEMP_FAILURE_RETRY(writev(fd, pieces.data(), static_cast<int>(pieces.size())));
+        if (written <= 0) {
+            return Errno{written < 0 ? errno : EIO};
+        }
+        skip_written(pieces, static_cast<std::size_t>(written));
+    }
+    return {};
 }
 
 }  // namespace tolva

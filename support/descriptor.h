@@ -1,6 +1,12 @@
 #pragma once
 
-#include <optional>
+#include <sys/uio.h>
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+#include "support/result.h"
 
 namespace tolva {
 
@@ -29,14 +35,31 @@ class Descriptor {
     int fd_ = -1;
 };
 
+/// Owns what a system call such as open(2) has returned: a descriptor, or a negative value with the
+/// reason in errno.
+Result<Descriptor> opened(int fd);
+
 struct Pipe {
     Descriptor read_end;
     Descriptor write_end;
 };
 
-/// A pipe whose ends are closed on execv(2), or nothing with errno. The ends have numbers above 2
-/// even if a standard stream is closed: a child that is given one of them must not take it for a
-/// stream to inherit.
-[[nodiscard]] std::optional<Pipe> make_pipe();
+/// Makes a pipe whose ends are closed on execv(2). The ends have numbers above 2 even if a standard
+/// stream is closed: a child that is given one of them must not take it for a stream to inherit.
+Result<Pipe> make_pipe();
+
+/// Reads once (read(2)), whatever signals arrive. Yields the number of bytes, 0 at the end.
+Result<std::size_t> read_some(int fd, std::span<char> block);
+
+/// Reads until the block is full or the end is reached. `length` becomes the number of bytes that
+/// the block then contains, also if reading fails.
+Result<void> read_block(int fd, std::span<char> block, std::size_t& length);
+
+/// Writes all of the bytes (write(2)).
+Result<void> write_whole(int fd, std::string_view bytes);
+
+/// Writes all of the pieces, with one writev(2) unless it is interrupted. Changes `pieces`, and
+/// allocates nothing.
+Result<void> write_whole(int fd, std::span<iovec> pieces);
 
 }  // namespace tolva

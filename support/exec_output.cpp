@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
 
 #include "support/captured_stream.h"
 #include "support/child_process.h"
@@ -53,7 +52,7 @@ void report_utility(int status, const char* path, const char* output) {
 
 int getoutput(char** output, const char* path, char* const argv[]) {
     OutputBuffer text;
-    std::optional<Pipe> pipe;
+    tolva::Result<Pipe> pipe = tolva::Errno{EFAULT};
     if (argv != nullptr && text.reserve()) {
         pipe = tolva::make_pipe();
     }

@@ -1,24 +1,17 @@
 #include "support/output_buffer.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
+
+#include "support/descriptor.h"
 
 namespace tolva {
 
 namespace {
 
 constexpr std::size_t kSmallestCapacity = 4096;
-
-ssize_t read_some(int descriptor, char* into, std::size_t size) {
-    ssize_t count = 0;
-    do {
-        count = read(descriptor, into, size);
-    } while (count == -1 && errno == EINTR);
-    return count;
-}
 
 }  // namespace
 
@@ -42,23 +35,26 @@ bool OutputBuffer::reserve() {
 OutputBuffer::Outcome OutputBuffer::read_from(int descriptor) {
     while (reserve()) {
         char* end = text_.get() + length_;
-        const ssize_t count = read_some(descriptor, end, capacity_ - length_ - 1);
-        if (count == 0) {
-            return Outcome::ended;
-        }
-        if (count == -1) {
+        const Result<std::size_t> count = read_some(descriptor, {end, capacity_ - length_ - 1});
+        if (!count) {
+            errno = count.error();
             return errno == EAGAIN ? Outcome::pending : Outcome::failed;
         }
-        end[count] = '\0';
-        length_ += static_cast<std::size_t>(count);
+        if (*count == 0) {
+            return Outcome::ended;
+        }
+        end[*count] = '\0';
+        length_ += *count;
     }
     return Outcome::no_memory;
 }
 
 void OutputBuffer::drain(int descriptor) {
     std::array<char, 4096> ignored{};
-    while (read_some(descriptor, ignored.data(), ignored.size()) > 0) {
-    }
+    Result<std::size_t> count = ignored.size();
+    do {
+        count = read_some(descriptor, ignored);
+    } while (count && *count > 0);
 }
 
 }  // namespace tolva

@@ -10,8 +10,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "support/ascii.h"
 #include "support/log.h"
-#include "support/white_space.h"
 
 namespace {
 

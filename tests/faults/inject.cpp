@@ -8,9 +8,8 @@
 //   none
 //   KIND:N:error:NUMBER   the Nth call of this kind fails with this errno value
 //   KIND:N:short          it transfers a single byte, if it is a read(2), write(2) or the like
-//   KIND:N:signal:NUMBER  the signal arrives as it begins, in the program and in the child, if it
-//   is
-//                         the child's call
+//   KIND:N:signal:NUMBER  the signal arrives as it begins, in the program, and in the child if the
+//                         call is the child's
 //
 // KIND is the call's number in the kernel's table. "N+" stands for the Nth call and all later ones.
 // FILE gets a line for each call: KIND, N, and "program" or "child".

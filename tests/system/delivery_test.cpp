@@ -282,18 +282,18 @@ TEST_F(Delivery, WhatTheMailProgramSaysPassesThrough) {
     EXPECT_EQ(outcome.err, "to standard error\n");
 }
 
-TEST_F(Delivery, AReplyFileThatCannotBeMadeIsASendError) {
+TEST_F(Delivery, AReplyFileThatCannotBeMadeIsASendErrorWithItsReason) {
     // Room for the copy of the incoming message only.
     const SmallTmp tmp("nr_inodes=2");
     const Outcome outcome = answer(plain_message());
     EXPECT_THAT(outcome.mails, IsEmpty());
     const std::string record =
         "autoresponder: Send error: Failed to generate response mail contents\n"
-        "System error 2: No such file or directory\n";
+        "System error 28: No space left on device\n";
     EXPECT_THAT(outcome.err,
                 MatchesRegex("autoresponder: Failed to open temporary file with response mail "
-                             "contents '/tmp/tva-response-uu-[A-Za-z0-9]+': No such file or "
-                             "directory .2.\n" +
+                             "contents '/tmp/tva-response-uu-[A-Za-z0-9]+': No space left on "
+                             "device .28.\n" +
                              record));
     EXPECT_EQ(outcome.out, record);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // autoresponderctl explain: the same verdicts, counts and mails as the autoresponder's own.
 
 #include <sys/wait.h>
@@ -54,6 +55,14 @@ class Explain : public World {
         EXPECT_FALSE(explanation.is_discarded()) << finished.out;
         explanation["status"] = WEXITSTATUS(finished.status);
         return explanation;
+    }
+
+    // What is said about the key word of the one responder.
+    static std::string condition(const std::string& message) {
+        const std::string text = explain(message).out;
+        const std::string label = "  condition   ";
+        const std::size_t begin = text.find(label) + label.size();
+        return text.substr(begin, text.find('\n', begin) - begin);
     }
 
     // The verdict's line of the explanation for people.
@@ -248,6 +257,9 @@ TEST_F(Table, OfMessagesAndPanelsComesOutTheSame) {
             sql("insert into mail_aliases set mn_id=1, alias='info'");
             sql("insert into misc set param='admin_email', val='admin@panel.example'");
             panel.set_up();
+            if (pairs % 2 == 1) {
+                write_file("/etc/tva/tva.conf", "AUTORESPONDER_VERDICTS true\n");
+            }
             hold_together(letter.message, letter.recipient);
             ++pairs;
         }
@@ -262,40 +274,43 @@ TEST_F(Explain, NamesWhatASwitchedOffResponderIs) {
 
 TEST_F(Explain, NamesTheLetterCaseThatKeepsAKeyWordFromBeingFound) {
     add_responder(1, "key_where='subj', keystr='HELLO'");
+    EXPECT_EQ(condition(plain_message()),
+              "\"HELLO\" in the subject: not found; it is there, but the letter case differs");
     EXPECT_EQ(verdict(plain_message()),
-              "would not answer: responder 1: its key word is not in the subject: it is there, but "
-              "the letter case differs\n");
+              "would not answer: responder 1: its key word is not in the subject\n");
     sql("update mail_resp set keystr='о ЦЕНАХ'");
     EXPECT_THAT(
-        verdict(message_with({"Subject: =?utf-8?Q?=D0=9E_=D1=86=D0=B5=D0=BD=D0=B0=D1=85?="})),
-        EndsWith("it is there, but the letter case differs\n"));
+        condition(message_with({"Subject: =?utf-8?Q?=D0=9E_=D1=86=D0=B5=D0=BD=D0=B0=D1=85?="})),
+        EndsWith("it is there, but the letter case differs"));
 }
 
 TEST_F(Explain, NamesTheLineBreakThatKeepsAKeyWordFromBeingFound) {
     add_responder(1, "key_where='body', keystr='price list'");
-    EXPECT_THAT(verdict(message_with({}, "Send me the price\nlist.\n")),
-                EndsWith("it is there, but with a line break or other blanks in it\n"));
+    EXPECT_THAT(condition(message_with({}, "Send me the price\nlist.\n")),
+                EndsWith("it is there, but with a line break or other blanks in it"));
     sql("update mail_resp set keystr='Price List'");
     EXPECT_THAT(
-        verdict(message_with({}, "Send me the price\n  list.\n")),
+        condition(message_with({}, "Send me the price\n  list.\n")),
         EndsWith("it is there, but the letter case differs and there is a line break or other "
-                 "blanks in it\n"));
+                 "blanks in it"));
     sql("update mail_resp set keystr='price\\nlist'");
-    EXPECT_THAT(verdict(message_with({}, "Send me the price\nlist.\n")),
-                EndsWith("it contains a line break, but is compared with one line at a time\n"));
+    EXPECT_THAT(condition(message_with({}, "Send me the price\nlist.\n")),
+                EndsWith("it contains a line break, but is compared with one line at a time"));
 }
 
 TEST_F(Explain, NamesThePlaceThatKeepsAKeyWordFromBeingFound) {
     add_responder(1, "key_where='body', keystr='Hello'");
-    EXPECT_THAT(verdict(plain_message()), EndsWith("it is in the subject\n"));
+    EXPECT_THAT(condition(plain_message()), EndsWith("it is in the subject"));
     sql("update mail_resp set key_where='subj', keystr='there?'");
-    EXPECT_THAT(verdict(plain_message()), EndsWith("it is in the text\n"));
+    EXPECT_THAT(condition(plain_message()), EndsWith("it is in the text"));
     sql("update mail_resp set key_where='body', keystr='Berlin'");
-    EXPECT_THAT(verdict(message_with({"Content-Type: multipart/mixed; boundary=o"},
-                                     "--o\nContent-Type: multipart/alternative; boundary=i\n\n"
-                                     "--i\nContent-Type: text/plain\n\nin Berlin\n--i--\n--o--\n")),
-                EndsWith("it is in part 1.1, text/plain, which is not searched\n"));
+    EXPECT_THAT(
+        condition(message_with({"Content-Type: multipart/mixed; boundary=o"},
+                               "--o\nContent-Type: multipart/alternative; boundary=i\n\n"
+                               "--i\nContent-Type: text/plain\n\nin Berlin\n--i--\n--o--\n")),
+        EndsWith("it is in part 1.1, text/plain, which is not searched"));
     sql("update mail_resp set keystr='nowhere'");
+    EXPECT_EQ(condition(plain_message()), "\"nowhere\" in the text: not found");
     EXPECT_EQ(verdict(plain_message()),
               "would not answer: responder 1: its key word is not in the text\n");
 }

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/act.h"
+
+#include <utility>
+
+#include "core/ending.h"
+#include "core/message/mail_content.h"
+#include "core/send/delivery.h"
+#include "core/send/forward.h"
+#include "core/send/missing_file_notice.h"
+#include "core/story.h"
+#include "core/walk.h"
+
+namespace autoresponder {
+
+namespace {
+
+class Act : public Ending {
+  public:
+    explicit Act(tolva::Result<void> copy) : Ending(Effects::kReal), copy_(copy) {}
+
+    int forward(const ResponderStory& responder, const Mail_content& mail) override {
+        return send_copy(mail.to, responder.forwards, copy_);
+    }
+
+    int notify(const ResponderStory& /*responder*/, const MissingFileNotice& notice,
+               const Mail_content& mail) override {
+        return send_missing_file_notice(notice, mail);
+    }
+
+    int reply(const ResponderStory& /*responder*/, tolva::Descriptor contents,
+              const Envelope& envelope, ReplyKind /*kind*/) override {
+        return submit_reply(std::move(contents), envelope);
+    }
+
+  private:
+    const tolva::Result<void> copy_;
+};
+
+}  // namespace
+
+void act(DwString text, Audience audience, tolva::Result<void> copy, Story& story) {
+    Act ending(copy);
+    walk(std::exchange(text, DwString()), audience, story, ending);
+}
+
+int db_mail_act(Mail_content* mail) {
+    Story story{.recipient = mail->to, .message = MessageAnalysis{.content = *mail}};
+    Act ending({});
+    walk_mailbox(Audience::kEverybody, story, ending);
+    return 0;
+}
+
+}  // namespace autoresponder

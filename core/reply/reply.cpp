@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/reply/reply.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <optional>
+
+#include "core/message/mail_content.h"
+#include "core/reply/attachment_part.h"
+#include "core/reply/reply_file.h"
+#include "core/reply/size_limit.h"
+#include "core/run/diagnostics.h"
+#include "encoding/iconv_recode.h"
+#include "encoding/idn.h"
+#include "encoding/rfc1522.h"
+#include "support/template.h"
+
+namespace autoresponder {
+
+namespace {
+
+// Sorted by name, as templ_replace needs it. Filled once: the values point into the first message.
+const std::array<par_templ, 5>& autoresp_templs(const Mail_content& mail) {
+    static const std::array<par_templ, 5> templs{{
+        {"incoming_message_subject", mail.subject.c_str()},
+        {"orig_emails_sender_mailname", mail.from.c_str()},
+        {"orig_emails_subj", mail.subject.c_str()},
+        {"request_from", mail.from.c_str()},
+        {"request_subject", mail.subject.c_str()},
+    }};
+    return templs;
+}
+
+std::string fill_in(const std::string& subject, const Mail_content& mail) {
+    const auto& templs = autoresp_templs(mail);
+    std::array<char, 1000> filled{};
+    repl_ctl control{};
+    control.input_flags = TEMPL_KEEP_UNKNOWN;
+    templ_replace('<', '>', templs.data(), templs.size(), subject.c_str(), filled.data(),
+                  filled.size() - 1, &control);
+    return {filled.data(), static_cast<std::size_t>(control.output_length)};
+}
+
+// The mailbox's address as it stands in From:, or null if it cannot be converted.
+std::optional<std::string> from_address(const std::string& mailbox_address) {
+    try {
+        return tolva::idn::toAscii(mailbox_address);
+    } catch (const tolva::idn::IdnaError& error) {
+        record(0, "IDN conversion error: %s", error.what());
+    } catch (const std::bad_alloc&) {
+        record(0, "Program failed due to exhausted memory");
+    }
+    return std::nullopt;
+}
+
+void write_headers(std::ostream& out, const Mail_content& mail, const ReplySource& source) {
+    if (!source.header.reply_to.empty()) {
+        out << "Reply-To: " << source.header.reply_to << "\n";
+    }
+    if (const auto from = from_address(mail.to)) {
+        out << "From: " << *from << "\n";
+    }
+    out << "To: " << mail.from << "\n"
+        << "MIME-Version: 1.0\n"
+        << "Subject: " << tolva::rfc1522::encode(reply_subject(mail, source.responder)) << "\n";
+    source.marks.write(out);
+}
+
+void write_text(std::ostream& out, const ReplySource& source) {
+    const ReplyText text = reply_text(source.responder.text, source.header.charset);
+    out << "Content-Type: " << source.header.content_type << "; charset=\"" << text.charset
+        << "\"\n"
+        << "Content-Transfer-Encoding: 8bit\n"
+        << "Content-Disposition: inline\n"
+        << "\n"
+        << text.bytes << "\n\n\n";
+}
+
+}  // namespace
+
+ReplyKind compose_reply(const ReplyFile& file, const Mail_content& mail,
+                        const ReplySource& source) {
+    const auto written = file.write(SizeLimit::of_mail_system(),
+                                    [&](std::ostream& out) { write_reply(out, mail, source); });
+    if (written == ReplyFile::Written::kWhole) {
+        return ReplyKind::kReply;
+    }
+    file.write(SizeLimit::none(), [&](std::ostream& out) {
+        write_size_notice(out, mail, source.header.reply_to, source.marks);
+    });
+    return ReplyKind::kSizeNotice;
+}
+
+void write_reply(std::ostream& out, const Mail_content& mail, const ReplySource& source) {
+    write_headers(out, mail, source);
+    if (source.attachments.empty()) {
+        write_text(out, source);
+        return;
+    }
+    const std::string delimiter = "--" + source.boundary;
+    out << "Content-Type: multipart/mixed;\n"
+        << "\tboundary=\"" << source.boundary << "\"\n"
+        << "\n"
+        << delimiter << "\n";
+    write_text(out, source);
+    for (const std::string& name : source.attachments) {
+        out << delimiter << "\n";
+        write_attachment_part(out, source.repository, name);
+    }
+    out << delimiter << "--\n";
+}
+
+std::string reply_subject(const Mail_content& mail, const ResponderRow& responder) {
+    return responder.subject.empty() ? "Re: " + mail.subject : fill_in(responder.subject, mail);
+}
+
+ReplyText reply_text(const std::string& text, const std::string& charset) {
+    try {
+        return {tolva::iconvRecode(text, "UTF-8", charset, true), charset};
+    } catch (const std::exception&) {
+        // Whatever the charset's name or the text causes, exhausted memory included: a reply in
+        // UTF-8 is better than none.
+        return {text, "UTF-8"};
+    }
+}
+
+std::string makeBoundaryStr() {
+    constexpr int random_letters = 29;
+    constexpr int letters = 26;
+
+    std::string boundary = "--------=_";
+    for (int i = 0; i < random_letters; ++i) {
+        const int r = std::rand() % (2 * letters);
+        boundary += static_cast<char>(r < letters ? 'A' + r : 'a' + (r - letters));
+    }
+    return boundary;
+}
+
+}  // namespace autoresponder

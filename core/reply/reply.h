@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "core/panel/responder_row.h"
+#include "core/reply/reply_marks.h"
+
+/// The reply of a responder: its headers, subject, text and parts, byte by byte.
+namespace autoresponder {
+
+class AttachmentRepository;
+class ReplyFile;
+struct Mail_content;
+
+/// What a reply is made of besides the message that it answers.
+struct ReplySource {
+    const ResponderRow& responder;
+    const HeaderValues& header;  ///< from safe_header_values
+    const ReplyMarks& marks;
+    const AttachmentRepository& repository;
+    const std::vector<std::string>& attachments;  ///< names of the files, in order
+    const std::string& boundary;                  ///< divides the parts
+};
+
+/// What goes out as the reply of a responder.
+enum class ReplyKind {
+    kReply,
+    kSizeNotice,  ///< the notice in place of a reply that exceeds the mail system's size limit
+};
+
+/// Composes the reply to `mail` in `file`. Throws SendError when it cannot be written whole, and
+/// std::bad_alloc.
+ReplyKind compose_reply(const ReplyFile& file, const Mail_content& mail, const ReplySource& source);
+
+/// Writes the reply to `mail`, headers and body (RFC 5322, RFC 2045 to 2047; lines end with a line
+/// feed).
+///
+/// A From: address that cannot be converted to ASCII leaves that header out. For attachments that
+/// cannot be read see core/reply/attachment_part.h. Throws std::bad_alloc.
+void write_reply(std::ostream& out, const Mail_content& mail, const ReplySource& source);
+
+/// The subject of the reply, UTF-8, not yet encoded: the responder's own with its placeholders
+/// filled in, else "Re: " and the incoming subject.
+///
+/// The values of the placeholders are those of the first message of the process, which must stay
+/// in place as long as this is called.
+std::string reply_subject(const Mail_content& mail, const ResponderRow& responder);
+
+/// The text of a reply as it is sent.
+struct ReplyText {
+    std::string bytes;
+    std::string charset;
+};
+
+/// `text`, UTF-8, in `charset`, or as it is where it cannot be converted. Throws std::bad_alloc.
+ReplyText reply_text(const std::string& text, const std::string& charset);
+
+/// A MIME boundary of 39 characters: eight hyphens, "=_" and 29 letters from rand(3), whose
+/// generator is never seeded: every run goes through the same sequence, and each call within a run
+/// takes the next 29 numbers of it.
+std::string makeBoundaryStr();
+
+}  // namespace autoresponder

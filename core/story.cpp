@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/story.h"
+
+#include <utility>
+
+#include "core/run/run_end.h"
+#include "core/send/mail_program.h"
+
+namespace autoresponder {
+
+void ResponderStory::refuse(std::string why) {
+    verdict = Verdict::kNotAnswered;
+    reason = std::move(why);
+}
+
+void ResponderStory::note_end(std::string_view mail, int status) {
+    const std::string end = bad_end(status);
+    if (!end.empty()) {
+        bad_ends.push_back(std::string("mail program").append(mail).append(" ").append(end));
+    }
+}
+
+void Story::break_off(const EndOfRun& end) {
+    if (responders.empty()) {
+        reason = end.reason();
+        failed = end.cause() == EndOfRun::Cause::kFailure;
+        return;
+    }
+    for (ResponderStory& responder : responders) {
+        if (responder.verdict == Verdict::kNotLookedAt) {
+            responder.reason = end.reason();
+        }
+    }
+}
+
+}  // namespace autoresponder

@@ -1,0 +1,243 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/walk.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/ending.h"
+#include "core/files/attachment_repository.h"
+#include "core/message/header_fields.h"
+#include "core/message/incoming_message.h"
+#include "core/panel/mailbox.h"
+#include "core/panel/reply_limit.h"
+#include "core/panel/responder_row.h"
+#include "core/panel/session.h"
+#include "core/people/automatic_mail.h"
+#include "core/people/loop_check.h"
+#include "core/people/personal_mail.h"
+#include "core/reply/reply.h"
+#include "core/reply/reply_file.h"
+#include "core/reply/reply_marks.h"
+#include "core/run/diagnostics.h"
+#include "core/run/run_end.h"
+#include "core/send/delivery.h"
+#include "core/send/forward.h"
+#include "core/send/missing_file_notice.h"
+#include "core/story.h"
+#include "support/ascii.h"
+
+namespace autoresponder {
+
+namespace {
+
+// Whether the message yields what a reply needs.
+bool can_be_answered(DwString text, Audience audience, Story& story) {
+    const char* recipient = story.recipient ? story.recipient->c_str() : nullptr;
+    MessageAnalysis message = analyse_message(std::move(text), recipient, audience);
+    if (message.objection != nullptr) {
+        give_up(story, message.objection);
+        return false;
+    }
+    story.message = std::move(message);
+    return true;
+}
+
+bool would_loop(Story& story) {
+    const char* loop = loop_reason(story.message->content);
+    if (loop == nullptr) {
+        return false;
+    }
+    report(loop);
+    story.loop = loop;
+    story.reason = std::string("it would make a loop: ") + loop;
+    return true;
+}
+
+// Reports that the message is not a person's, and returns why nobody answers it.
+std::string refuse_machine(Story& story, const std::string& rule) {
+    report("autoresponder: Not answered: ", rule);
+    story.not_a_person = rule;
+    return "only people are answered: " + rule;
+}
+
+bool is_from_machine(Story& story) {
+    const HeaderFields header(story.message->header);
+    const auto rule = machine_reason(story.message->content, envelope_sender(header), header);
+    if (rule) {
+        story.reason = refuse_machine(story, *rule);
+    }
+    return rule.has_value();
+}
+
+// The half of the walk that asks the panel.
+class MailboxWalk {
+  public:
+    MailboxWalk(Audience audience, Story& story, Ending& ending)
+        : audience_(audience),
+          story_(story),
+          ending_(ending),
+          mail_(story.message->content),
+          header_(story.message->header),
+          recipient_(escape_recipient(mail_)),
+          session_(Session::open()) {
+        if (!session_.escapes_with_backslash()) {
+            recipient_ = escape_address(session_, mail_.to_mailname, mail_.to_domain);
+        }
+        if (!has_effects_) {
+            session_.make_read_only();
+        }
+    }
+
+    void go() {
+        if (!has_mailbox() || !has_applying_responder() || is_impersonal()) {
+            return;
+        }
+        const AttachmentRepository repository(*story_.mailbox);
+        for (ResponderStory* responder : applying_) {
+            if (may_answer_once_more(*responder)) {
+                answer(*responder, repository);
+            }
+        }
+    }
+
+  private:
+    bool has_mailbox() {
+        story_.mailbox = find_mailbox(session_, recipient_);
+        if (!story_.mailbox) {
+            report("autoresponder: Mailname not found: ", mail_.to_mailname, "@", mail_.to_domain);
+            story_.reason = "there is no mailbox " + tolva::without_control_characters(mail_.to);
+        }
+        return story_.mailbox.has_value();
+    }
+
+    bool has_applying_responder() {
+        for (ResponderRow& row : read_responders(session_, story_.mailbox->id)) {
+            story_.responders.push_back({.row = std::move(row)});
+        }
+        if (story_.responders.empty()) {
+            story_.reason = "the mailbox has no responder";
+        }
+        for (ResponderStory& responder : story_.responders) {
+            if (auto reason = why_not_applying(responder.row, mail_)) {
+                responder.refuse(std::move(*reason));
+            } else {
+                applying_.push_back(&responder);
+            }
+        }
+        return !applying_.empty();
+    }
+
+    bool is_impersonal() {
+        if (audience_ != Audience::kOnlyPeople) {
+            return false;
+        }
+        const auto rule = impersonal_reason(session_, mail_, *story_.mailbox, header_);
+        if (rule) {
+            const std::string reason = refuse_machine(story_, *rule);
+            for (ResponderStory* responder : applying_) {
+                responder->refuse(reason);
+            }
+        }
+        return rule.has_value();
+    }
+
+    bool may_answer_once_more(ResponderStory& responder) {
+        responder.limit = check_limit(session_, responder.row, mail_.from,
+                                      has_effects_ ? Counting::kCount : Counting::kOnlyLook);
+        if (responder.limit.refusal) {
+            responder.refuse(*responder.limit.refusal);
+        }
+        return !responder.limit.refusal;
+    }
+
+    void answer(ResponderStory& responder, const AttachmentRepository& repository) {
+        responder.header = safe_header_values(responder.row);
+        responder.forwards = forward_addresses(session_, responder.row.id);
+        if (!responder.forwards.empty()) {
+            responder.note_end(" for the forward", ending_.forward(responder, mail_));
+        }
+        // Every reply takes the next boundary of the run, whether or not it attaches anything.
+        const std::string boundary = makeBoundaryStr();
+        const ReplyFile file(has_effects_ ? ReplyFile::Place::kTmp : ReplyFile::Place::kMemory);
+        responder.attachments = find_attachments(session_, responder.row.id, repository);
+        const std::optional<MissingFileNotice> notice = notice_about(responder);
+        if (&responder == applying_.back()) {
+            session_.close();  // others may be waiting for it while the mail program runs
+        }
+        if (notice) {
+            responder.note_end(" for the notice", ending_.notify(responder, *notice, mail_));
+        }
+        reply(responder, file,
+              {responder.row, responder.header, marks_, repository, responder.attachments.present,
+               boundary});
+    }
+
+    std::optional<MissingFileNotice> notice_about(const ResponderStory& responder) {
+        if (responder.attachments.missing.empty()) {
+            return std::nullopt;
+        }
+        return prepare_missing_file_notice(session_, recipient_, responder.header.reply_to,
+                                           responder.attachments.missing);
+    }
+
+    void reply(ResponderStory& responder, const ReplyFile& file, const ReplySource& source) {
+        const bool sent = sent_or_recorded([&] {
+            check_reply_recipient(mail_);
+            const ReplyKind kind = compose_reply(file, mail_, source);
+            tolva::Descriptor contents = file.open();
+            const Envelope envelope = reply_envelope(mail_);
+            responder.note_end("", ending_.reply(responder, std::move(contents), envelope, kind));
+        });
+        if (sent) {
+            responder.verdict = Verdict::kAnswered;
+        } else {
+            responder.refuse("its reply cannot be sent, but counts all the same");
+        }
+    }
+
+    const Audience audience_;
+    Story& story_;
+    Ending& ending_;
+    const bool has_effects_ = ending_.effects() == Ending::Effects::kReal;
+    const Mail_content& mail_;
+    const HeaderFields header_;
+    EscapedAddress recipient_;
+    Session session_;
+    std::vector<ResponderStory*> applying_;  // in the server's order
+    const ReplyMarks marks_ =
+        audience_ == Audience::kOnlyPeople ? ReplyMarks(header_) : ReplyMarks();
+};
+
+}  // namespace
+
+void walk(DwString text, Audience audience, Story& story, Ending& ending) {
+    if (!can_be_answered(std::exchange(text, DwString()), audience, story) || would_loop(story)) {
+        return;
+    }
+    if (audience == Audience::kOnlyPeople && is_from_machine(story)) {
+        return;
+    }
+    walk_mailbox(audience, story, ending);
+}
+
+void walk_mailbox(Audience audience, Story& story, Ending& ending) {
+    MailboxWalk(audience, story, ending).go();
+}
+
+void give_up(Story& story, const char* objection) {
+    report(objection);
+    report("Abnormal exit.");
+    story.reason = objection;
+}
+
+void tell(Story& story, const std::function<void()>& steps) {
+    try {
+        steps();
+    } catch (...) {
+        story.break_off(report_end_of_run());
+    }
+}
+
+}  // namespace autoresponder
