@@ -112,5 +112,11 @@ def list_failures():
     ]
 
 
+def sign_failures():
+    source = Source('::a : "::"')
+    signs = [index for index in range(-1, 5) if source.is_sign(index, "::")]
+    return [] if signs == [0] else [f"selftest: the signs :: are the tokens {signs}"]
+
+
 def failures():
-    return sample_failures() + list_failures()
+    return sample_failures() + list_failures() + sign_failures()

@@ -129,9 +129,12 @@ class Source:
     def is_word(self, index):
         return 0 <= index < len(self.tokens) and self.tokens[index].kind == "word"
 
-    def is_sign(self, index, texts):
-        """Says whether the token is one of the signs and no literal that looks like it."""
-        return self.at(index) in texts and self.tokens[index].kind == "sign"
+    def is_sign(self, index, signs):
+        """Says whether the token is the sign, or one of several, and no literal with that text."""
+        if not 0 <= index < len(self.tokens) or self.tokens[index].kind != "sign":
+            return False
+        text = self.tokens[index].text
+        return text == signs if isinstance(signs, str) else text in signs
 
     def line(self, offset):
         return bisect.bisect_right(self._line_begins, offset)
