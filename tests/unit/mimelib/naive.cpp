@@ -277,7 +277,8 @@ Address mailbox(const std::vector<Token>& element) {
 struct Element {
     std::vector<Token> tokens;
     bool is_group = false;
-    bool has_group_name = false;  // a word before the colon
+    bool has_group_name = false;  // a word before the first colon, wherever that stands
+    bool has_colon = false;
 };
 
 // Commas divide a list only where nothing surrounds them. Angle brackets mean nothing in a group,
@@ -310,7 +311,8 @@ std::vector<Element> elements(const std::vector<Token>& list, bool groups) {
         Element& element = all.back();
         element.tokens.push_back(token);
         element.is_group = element.is_group || within == Within::kGroup;
-        element.has_group_name = element.has_group_name || (is_word(token) && !element.is_group);
+        element.has_colon = element.has_colon || is_special(token, ':');
+        element.has_group_name = element.has_group_name || (is_word(token) && !element.has_colon);
     }
     return all;
 }
