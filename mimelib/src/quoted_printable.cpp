@@ -10,6 +10,11 @@ char seven_bits(char c) {
     return static_cast<char>(c & 0x7F);
 }
 
+// Whether `c` is dropped at the end of a line. Form feeds and vertical tabs are not.
+bool is_line_padding(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
 bool is_hex_digit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
@@ -30,7 +35,7 @@ class Decoder {
   public:
     // `line` has no line end.
     void add_line(std::string_view line, bool ended) {
-        while (!line.empty() && mimelib::is_white(seven_bits(line.back()))) {
+        while (!line.empty() && is_line_padding(seven_bits(line.back()))) {
             line.remove_suffix(1);
         }
         const bool joined = add_characters(line);

@@ -11,7 +11,7 @@
 int DwDecodeBase64(const DwString& in, DwString& out);
 
 /// The input ends at its first zero byte. Every other byte loses its highest bit before it is
-/// looked at, so that 0xBD counts as '='; only a line feed itself ends a line. White space at line
-/// ends is dropped, and CR LF becomes LF. A '=' without two hex digits after it is malformed,
-/// except at the end of a line.
+/// looked at, so that 0xBD counts as '='; only a line feed itself ends a line. Spaces, tabs, CRs
+/// and LFs at line ends are dropped, but form feeds and vertical tabs are not; CR LF becomes LF. A
+/// '=' without two hex digits after it is malformed, except at the end of a line.
 int DwDecodeQuotedPrintable(const DwString& in, DwString& out);

@@ -55,10 +55,24 @@ TEST(QuotedPrintable, AnEqualsSignBeforeASingleLastCharacterIsDropped) {
     EXPECT_EQ(decoded("a==\nb"), "ab");
 }
 
-TEST(QuotedPrintable, WhiteSpaceAtLineEndsIsCut) {
-    EXPECT_EQ(decoded("a \t\nb\v\f\r\nc "), "a\nb\nc");
+TEST(QuotedPrintable, BlanksTabsAndCarriageReturnsAtLineEndsAreCut) {
+    EXPECT_EQ(decoded("a \t\nb\r\r\nc "), "a\nb\nc");
+    EXPECT_EQ(decoded(" \t\r"), "");
     EXPECT_EQ(decoded("a\t b"), "a\t b");
     EXPECT_EQ(decoded("a\rb"), "a\rb");
+}
+
+TEST(QuotedPrintable, AFormFeedOrVerticalTabAtALineEndStaysWithTheBlanksBeforeIt) {
+    EXPECT_EQ(decoded("a \f\nb\t\v \r\nc\f"), "a \f\nb\t\v\nc\f");
+    EXPECT_EQ(decoded("a\xA0\x8C\nb\x8B\xA0\n"), "a \f\nb\v\n");
+    EXPECT_EQ(decoded("\f=\n\v"), "\f\v");
+}
+
+TEST(QuotedPrintable, AnEqualsSignBeforeAFormFeedOrVerticalTabJoinsNoLines) {
+    EXPECT_EQ(decoded("a=\f\nb=\v \nc"), "a\f\nb\v\nc");
+    EXPECT_EQ(decoded("a=\x8C\nb=\x8B\nc"), "a\f\nb\v\nc");
+    EXPECT_EQ(decoded("a=\r\f\nb"), "a\xDC\nb");
+    EXPECT_EQ(result("a=\f\n"), -1);
 }
 
 TEST(QuotedPrintable, LineFeedsStay) {
