@@ -5,13 +5,18 @@
 namespace mimelib {
 namespace {
 
-// Whether nothing but padding follows the boundary text, which ends at `position`, in its line.
-bool only_padding(std::string_view body, std::size_t position) {
+// Where the dashes end that follow the boundary text, which ends at `position`, and the white space
+// that follows them.
+std::size_t padding_end(std::string_view body, std::size_t position) {
     position = body.find_first_not_of('-', position);
     if (position != std::string_view::npos) {
         position = body.find_first_not_of(" \t\r", position);
     }
-    return position == std::string_view::npos || body[position] == '\n';
+    return position == std::string_view::npos ? body.size() : position;
+}
+
+bool is_line_end(std::string_view body, std::size_t position) {
+    return position == body.size() || body[position] == '\n';
 }
 
 // The position after the first LF at or after `position`.
@@ -40,18 +45,29 @@ std::size_t find_text(std::string_view text, std::string_view pattern, std::size
 
 }  // namespace
 
-BoundarySearch::BoundarySearch(std::string_view boundary_text) : delimiter_("\n--") {
-    delimiter_ += boundary_text;
+BoundarySearch::BoundarySearch(std::string_view boundary_text)
+    : delimiter_("\n--"), length_(delimiter_.size() + boundary_text.size()) {
+    const std::size_t zero = boundary_text.find('\0');
+    delimiter_ +=
+        zero == std::string_view::npos ? boundary_text : boundary_text.substr(0, zero + 1);
 }
 
 std::optional<BoundaryLine> BoundarySearch::find(std::string_view body, std::size_t from) const {
     if (const auto found = at_start(body, from)) {
         return found;
     }
+    std::size_t padding = 0;
     for (std::size_t line_end = find_text(body, delimiter_, from);
-         line_end != std::string_view::npos; line_end = find_text(body, delimiter_, line_end + 1)) {
-        const std::size_t tail = line_end + delimiter_.size();
-        if (!only_padding(body, tail)) {
+         line_end != std::string_view::npos && length_ <= body.size() - line_end;
+         line_end = find_text(body, delimiter_, line_end + 1)) {
+        const std::size_t tail = line_end + length_;
+        // The next delimiter may begin in what this one passes over. Reading the same padding for
+        // each of them would take time in proportion to the square of the body.
+        if (tail < padding) {
+            continue;
+        }
+        padding = padding_end(body, tail);
+        if (!is_line_end(body, padding)) {
             continue;
         }
         const bool has_cr = line_end > from && body[line_end - 1] == '\r';
@@ -67,8 +83,9 @@ std::optional<BoundaryLine> BoundarySearch::find(std::string_view body, std::siz
 std::optional<BoundaryLine> BoundarySearch::at_start(std::string_view body,
                                                      std::size_t from) const {
     const std::string_view line_start = std::string_view(delimiter_).substr(1);
-    const std::size_t tail = from + line_start.size();
-    if (!body.substr(from).starts_with(line_start) || !only_padding(body, tail)) {
+    const std::size_t tail = from + length_ - 1;
+    if (!body.substr(from).starts_with(line_start) || tail > body.size() ||
+        !is_line_end(body, padding_end(body, tail))) {
         return std::nullopt;
     }
     return BoundaryLine{from, after_line(body, tail), body.substr(tail).starts_with("--")};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,7 +17,9 @@ struct BoundaryLine {
 };
 
 // Finds the boundary lines of one multipart body: "--", the boundary text, any number of
-// dashes, then nothing but spaces, tabs and CRs.
+// dashes, then nothing but spaces, tabs and CRs. The boundary text is compared as a C string: up to
+// and with its first zero byte. As many bytes as follow that one in the boundary text are passed
+// over in the body, whatever they are.
 class BoundarySearch {
   public:
     explicit BoundarySearch(std::string_view boundary_text);
@@ -27,7 +30,8 @@ class BoundarySearch {
   private:
     std::optional<BoundaryLine> at_start(std::string_view body, std::size_t from) const;
 
-    std::string delimiter_;  // LF "--" boundary text
+    std::string delimiter_;  // LF "--" boundary text, as far as it is compared
+    std::size_t length_;     // of all of it
 };
 
 // A part between two boundary lines of a body.

@@ -117,6 +117,15 @@ TEST(Hostile, ShortLinesBeforeALongBoundary) {
               "multipart-none");
 }
 
+TEST(Hostile, LinesThatPassOverAMegabyteBeforeTheSamePadding) {
+    const std::string boundary = std::string(1, '\0') + std::string(kMillion, 'b');
+    const std::string lines = repeated(std::string("\n--\0", 4), kMillion / 4);
+    for (const char padding : {'-', ' '}) {
+        const std::string body = lines + std::string(kMillion, padding) + "x\n";
+        EXPECT_EQ(read(kMultipart + "\"" + boundary + "\"\n\n" + body).kind, "multipart-none");
+    }
+}
+
 TEST(Hostile, MegabytesOfDashesAndLineFeeds) {
     constexpr std::size_t lines = kMillion / 5;
     EXPECT_EQ(read(kMultipart + "\"\"\n\n" + repeated("---------\n", lines)).kind,

@@ -7,6 +7,7 @@
 
 namespace {
 
+using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -97,6 +98,43 @@ TEST(Multipart, TheBoundaryTextIsTakenLiterally) {
     EXPECT_THAT(parts(std::string("--a\0c\none\n--a\0c--", 17), std::string("a\0c", 3)),
                 ElementsAre("one"));
     EXPECT_THAT(parts("--a\n c\none\n--a\n c--", "a\n c"), ElementsAre("one"));
+}
+
+TEST(Multipart, WhatFollowsAZeroByteInTheBoundaryTextIsPassedOverUnread) {
+    const std::string boundary("a\0bc", 4);
+    EXPECT_THAT(parts("--a\0xy\none\r\n--a\0bc\ntwo\n--a\0\0\0--"s, boundary),
+                ElementsAre("one", "two"));
+    EXPECT_THAT(parts("before\n--a\0--\none\n--a\0---\ntwo\n--a\0bc"s, boundary),
+                ElementsAre("one"));
+    EXPECT_THAT(parts("--a\0\n\n\none\n--a\0-\n--\ntwo"s, boundary), ElementsAre("one"));
+    EXPECT_THAT(parts("--\0x\none\n--\0y\ntwo"s, "\0z"s), ElementsAre("one", "two"));
+    EXPECT_THAT(parts("--a\0xyz\none\n--a\0pqr\ntwo"s, "a\0b\0c"s), ElementsAre("one", "two"));
+}
+
+TEST(Multipart, TheLineAgreesUpToAndIncludingTheZeroByte) {
+    const std::string boundary("a\0b", 3);
+    EXPECT_THAT(parts("--axb\none\n"s, boundary), IsEmpty());
+    EXPECT_THAT(parts("--x\0b\none\n"s, boundary), IsEmpty());
+    EXPECT_THAT(parts("--ab\none\n"s, boundary), IsEmpty());
+    EXPECT_THAT(parts("--a\0bx\none\n"s, boundary), IsEmpty());
+    EXPECT_THAT(parts("--b\0\none\n"s), IsEmpty());
+}
+
+TEST(Multipart, WhatIsPassedOverMustBeThere) {
+    const std::string boundary("a\0bc", 4);
+    EXPECT_THAT(parts("--a\0x"s, boundary), IsEmpty());
+    EXPECT_THAT(parts("before\n--a\0x"s, boundary), IsEmpty());
+    EXPECT_THAT(parts("--a\0xy"s, boundary), ElementsAre(""));
+    EXPECT_THAT(parts("before\n--a\0xy"s, boundary), ElementsAre(""));
+    EXPECT_THAT(parts("--a\0xy\none\n--a\0x"s, boundary), ElementsAre("one\n--a\0x"s));
+    EXPECT_THAT(parts("--a\0"s, "a\0"s), ElementsAre(""));
+}
+
+TEST(Multipart, ABoundaryLineMayBeginInWhatAnotherLinePassesOver) {
+    EXPECT_THAT(parts("x\n--\0\n--\0a\none"s, "\0a"s), ElementsAre("one"));
+    EXPECT_THAT(parts("--\0\n--\0abcd\none"s, "\0abcd"s), ElementsAre("one"));
+    EXPECT_THAT(parts("x\n--\0\n--\0-   --\none"s, "\0abcd"s), ElementsAre("one"));
+    EXPECT_THAT(parts("x\n--\0\n--\0--     x\n--\0abcd\none"s, "\0abcd"s), ElementsAre("one"));
 }
 
 }  // namespace
