@@ -12,8 +12,10 @@ std::optional<AddressElement> AddressElements::next() {
     enum class Within { kNothing, kAngle, kGroup } within = Within::kNothing;
     AddressElement element;
     element.slice.begin = position_;
-    bool has_word = false;
+    bool is_before_colon = true;
     for (Token token = tokenizer.next(); token.kind != TokenKind::kEnd; token = tokenizer.next()) {
+        is_before_colon = is_before_colon && !token.is(':');
+        element.is_named = element.is_named || (is_before_colon && token.is_word());
         if (within == Within::kAngle) {
             within = token.is('>') ? Within::kNothing : within;
         } else if (within == Within::kGroup) {
@@ -26,10 +28,8 @@ std::optional<AddressElement> AddressElements::next() {
             within = Within::kAngle;
         } else if (token.is(':') && groups_ == Groups::kRecognised) {
             within = Within::kGroup;
-            element.is_named = element.is_named || (!element.is_group && has_word);
             element.is_group = true;
         }
-        has_word = has_word || token.is_word();
     }
     element.slice.length = text_.size() - element.slice.begin;
     position_ = text_.size() + 1;

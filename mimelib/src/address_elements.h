@@ -14,7 +14,8 @@ enum class Groups { kRecognised, kIgnored };
 struct AddressElement {
     Slice slice;
     bool is_group = false;
-    // For a group: whether a word stands before the colon.
+    // For a group: whether a word stands before the first colon, which ends the name within <...>
+    // too, although only a colon elsewhere makes a group.
     bool is_named = false;
 };
 

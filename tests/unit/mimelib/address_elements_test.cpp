@@ -61,6 +61,19 @@ TEST(AddressElements, AColonInAnglesMakesNoGroup) {
     EXPECT_THAT(elements("<a:b>, c", Groups::kRecognised), ElementsAre("<a:b>", " c"));
 }
 
+TEST(AddressElements, AGroupsNameEndsAtTheFirstColonEvenInAngles) {
+    EXPECT_THAT(elements("<:x> y: a;, b", Groups::kRecognised), ElementsAre("!(<:x> y: a;)", " b"));
+    EXPECT_THAT(elements("<@:x>:a;", Groups::kRecognised), ElementsAre("!(<@:x>:a;)"));
+    EXPECT_THAT(elements("x <:> y: a;", Groups::kRecognised), ElementsAre("(x <:> y: a;)"));
+    EXPECT_THAT(elements("<x:y>: a;", Groups::kRecognised), ElementsAre("(<x:y>: a;)"));
+    EXPECT_THAT(elements("<\"\":>:;", Groups::kRecognised), ElementsAre("(<\"\":>:;)"));
+}
+
+TEST(AddressElements, AColonInATokenEndsNoName) {
+    EXPECT_THAT(elements("(:) x: a;", Groups::kRecognised), ElementsAre("((:) x: a;)"));
+    EXPECT_THAT(elements("<[:]x>: a;", Groups::kRecognised), ElementsAre("(<[:]x>: a;)"));
+}
+
 TEST(AddressElements, MailboxListsHaveNoGroups) {
     EXPECT_THAT(elements("g: a, b;", Groups::kIgnored), ElementsAre("g: a", " b;"));
 }

@@ -36,6 +36,11 @@ TEST(AddressList, NamedGroupsAreListed) {
     EXPECT_THAT(all_from(list.FirstAddress()), ElementsAre("group", "h@i"));
 }
 
+TEST(AddressList, AGroupWhoseNameEndsInAnglesBeforeItsFirstWordIsLeftOut) {
+    const DwAddressList list(DwString("<:a@b> g: c@d;, <@r:e@f> h: i@j;, <k:l> m: n@o;, p@q"));
+    EXPECT_THAT(all_from(list.FirstAddress()), ElementsAre("group", "group", "p@q"));
+}
+
 TEST(AddressList, AnEmptyListHasNoAddress) {
     EXPECT_EQ(DwAddressList(DwString()).FirstAddress(), nullptr);
     EXPECT_EQ(DwAddressList(DwString("<>, @x")).FirstAddress(), nullptr);
