@@ -41,6 +41,8 @@ TEST(AddressElements, CommasInAnglesDoNot) {
 TEST(AddressElements, AColonMakesAGroup) {
     EXPECT_THAT(elements("g: a, b;, c", Groups::kRecognised), ElementsAre("(g: a, b;)", " c"));
     EXPECT_THAT(elements("\"g h\":;", Groups::kRecognised), ElementsAre("(\"g h\":;)"));
+    EXPECT_THAT(elements("g: a, b, c;, d", Groups::kRecognised),
+                ElementsAre("(g: a, b, c;)", " d"));
     EXPECT_THAT(elements("g: a, b", Groups::kRecognised), ElementsAre("(g: a, b)"));
     EXPECT_THAT(elements("g (x) .:a;", Groups::kRecognised), ElementsAre("(g (x) .:a;)"));
 }
