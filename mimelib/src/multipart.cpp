@@ -61,8 +61,8 @@ std::optional<BoundaryLine> BoundarySearch::find(std::string_view body, std::siz
          line_end != std::string_view::npos && length_ <= body.size() - line_end;
          line_end = find_text(body, delimiter_, line_end + 1)) {
         const std::size_t tail = line_end + length_;
-        // The next delimiter may begin in what this one passes over. Reading the same padding for
-        // each of them would take time in proportion to the square of the body.
+        // A delimiter may begin in what another one passes over, and the same padding may then
+        // follow many of them. It is read only once, as it ends no line, whichever it follows.
         if (tail < padding) {
             continue;
         }

@@ -17,9 +17,9 @@ struct BoundaryLine {
 };
 
 // Finds the boundary lines of one multipart body: "--", the boundary text, any number of
-// dashes, then nothing but spaces, tabs and CRs. The boundary text is compared as a C string: up to
-// and with its first zero byte. As many bytes as follow that one in the boundary text are passed
-// over in the body, whatever they are.
+// dashes, then nothing but spaces, tabs and CRs. The boundary text is compared as a C string, up to
+// and including its first zero byte. As many bytes as follow that one in the boundary text are
+// passed over in the body, whatever they are.
 class BoundarySearch {
   public:
     explicit BoundarySearch(std::string_view boundary_text);
@@ -30,8 +30,8 @@ class BoundarySearch {
   private:
     std::optional<BoundaryLine> at_start(std::string_view body, std::size_t from) const;
 
-    std::string delimiter_;  // LF "--" boundary text, as far as it is compared
-    std::size_t length_;     // of all of it
+    std::string delimiter_;  // LF "--" boundary text, up to its first zero byte
+    std::size_t length_;     // of LF "--" and the whole boundary text
 };
 
 // A part between two boundary lines of a body.
