@@ -119,11 +119,10 @@ TEST(Hostile, ShortLinesBeforeALongBoundary) {
 
 TEST(Hostile, LinesThatPassOverAMegabyteBeforeTheSamePadding) {
     const std::string boundary = std::string(1, '\0') + std::string(kMillion, 'b');
-    const std::string lines = repeated(std::string("\n--\0", 4), kMillion / 4);
-    for (const char padding : {'-', ' '}) {
-        const std::string body = lines + std::string(kMillion, padding) + "x\n";
-        EXPECT_EQ(read(kMultipart + "\"" + boundary + "\"\n\n" + body).kind, "multipart-none");
-    }
+    const std::string start =
+        kMultipart + "\"" + boundary + "\"\n\n" + repeated(std::string("\n--\0", 4), kMillion / 4);
+    EXPECT_EQ(read(start + std::string(kMillion, '-') + "x\n").kind, "multipart-none");
+    EXPECT_EQ(read(start + std::string(kMillion, ' ') + "x\n").kind, "multipart-none");
 }
 
 TEST(Hostile, MegabytesOfDashesAndLineFeeds) {
