@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/captured_output.h"
 
 #include <unistd.h>
@@ -7,10 +8,13 @@
 
 #include <gtest/gtest.h>
 
-#include "core/diagnostics.h"
+#include "core/run/diagnostics.h"
 #include "support/log.h"
 
 namespace {
+
+using namespace autoresponder;
+using namespace autoresponder::control;
 
 TEST(CapturedOutput, HoldsWhatIsWrittenToStandardErrorByAllWays) {
     const CapturedOutput captured;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/parts.h"
 
 #include <string>
@@ -10,6 +11,7 @@
 
 namespace {
 
+using namespace autoresponder::control;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

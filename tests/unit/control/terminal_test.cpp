@@ -1,8 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control/terminal.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using namespace autoresponder::control;
 
 TEST(Printable, TextStaysAsItIs) {
     EXPECT_EQ(printable(""), "");

@@ -1,4 +1,5 @@
-#include "core/attachment_part.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/reply/attachment_part.h"
 
 #include <sstream>
 #include <string>
@@ -6,10 +7,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/attachment_repository.h"
+#include "core/files/attachment_repository.h"
 #include "tests/unit/core/temporary_directory.h"
 
 namespace {
+
+using namespace autoresponder;
 
 class AttachmentPart : public testing::Test {
   protected:

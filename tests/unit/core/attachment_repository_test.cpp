@@ -1,4 +1,5 @@
-#include "core/attachment_repository.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/files/attachment_repository.h"
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -11,10 +12,12 @@
 
 #include <gtest/gtest.h>
 
-#include "core/mailbox.h"
+#include "core/panel/mailbox.h"
 #include "tests/unit/core/temporary_directory.h"
 
 namespace {
+
+using namespace autoresponder;
 
 class Repository : public testing::Test {
   protected:
@@ -25,8 +28,8 @@ class Repository : public testing::Test {
     // The errno value of opening the file, 0 if that succeeds.
     [[nodiscard]] int error_of(const std::string& name) const {
         const auto file = AttachmentRepository(directory_.path(), ".").open(name);
-        EXPECT_EQ(static_cast<bool>(file.descriptor), file.error == 0);
-        return file.error;
+        EXPECT_EQ(file && *file, file.error() == 0);
+        return file.error();
     }
 
     TemporaryDirectory directory_;
@@ -53,9 +56,9 @@ TEST_F(Repository, HasNoDanglingLink) {
 TEST_F(Repository, OpensAFileForReading) {
     directory_.put("file", "text");
     const auto file = AttachmentRepository(directory_.path(), ".").open("file");
-    EXPECT_EQ(file.error, 0);
+    ASSERT_TRUE(file);
     std::string text(10, '\0');
-    const ssize_t length = read(file.descriptor.get(), text.data(), text.size());
+    const ssize_t length = read(file->get(), text.data(), text.size());
     EXPECT_EQ(text.substr(0, static_cast<std::size_t>(length)), "text");
 }
 
@@ -152,7 +155,7 @@ TEST_F(Repository, HasNoNameThatIsTooLong) {
 TEST(RepositoryThatIsMissing, HasNothing) {
     const AttachmentRepository repository("/nonexistent", "domain/mailbox/@attachments");
     EXPECT_FALSE(repository.has("file"));
-    EXPECT_EQ(repository.open("file").error, ENOENT);
+    EXPECT_EQ(repository.open("file").error(), ENOENT);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-#include "core/diagnostics.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/run/diagnostics.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,17 +13,14 @@
 
 #include "support/descriptor.h"
 #include "support/log.h"
-#include "tests/unit/core/interrupted_pipe.h"
+#include "tests/unit/support/interrupted_pipe.h"
 
 namespace {
 
+using namespace autoresponder;
+
 TEST(Diagnostics, ErrorIsNamedAndNumbered) {
     EXPECT_EQ(error_text(ENOENT), "No such file or directory (2)");
-}
-
-TEST(Diagnostics, ControlCharactersDoNotBreakALine) {
-    EXPECT_EQ(on_one_line("a@[x\r\n y]\x7F"), "a@[x?? y]?");
-    EXPECT_EQ(on_one_line("b\xC3\xBC.org"), "b\xC3\xBC.org");
 }
 
 TEST(Diagnostics, AReportIsOneLine) {

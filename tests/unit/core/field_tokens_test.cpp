@@ -1,4 +1,5 @@
-#include "core/field_tokens.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/message/field_tokens.h"
 
 #include <string>
 #include <string_view>
@@ -9,6 +10,7 @@
 
 namespace {
 
+using namespace autoresponder;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::string_view_literals;

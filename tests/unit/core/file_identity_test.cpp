@@ -1,4 +1,5 @@
-#include "core/file_identity.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/run/file_identity.h"
 
 #include <grp.h>
 #include <sys/stat.h>
@@ -11,12 +12,14 @@
 
 #include <gtest/gtest.h>
 
-#include "core/attachment_repository.h"
+#include "core/files/attachment_repository.h"
 #include "tests/unit/core/temporary_directory.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_calls.h"
 
 namespace {
+
+using namespace autoresponder;
 
 constexpr FileIdentity kOwner = {65534, 65534};
 
@@ -26,14 +29,15 @@ class AssumedIdentityTest : public testing::Test {
     void SetUp() override {
         std::filesystem::permissions(directory_.path(), std::filesystem::perms(0755));
         directory_.put("file", "x");
-        if (chown(directory_.path("file").c_str(), kOwner.user, kOwner.group) != 0) {
+        if (geteuid() != 0 ||
+            chown(directory_.path("file").c_str(), kOwner.user, kOwner.group) != 0) {
             GTEST_SKIP() << "this takes root, and a second user id";
         }
     }
 
     void note_opening() const {
         const AttachmentRepository repository(directory_.path(), ".");
-        const int error = repository.open("file").error;
+        const int error = repository.open("file").error();
         note("there:", repository.has("file"),
              "error:", error != 0 ? strerrorname_np(error) : "none");
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/unit/core/header_agreement.h"
 
 #include <optional>
@@ -5,15 +6,17 @@
 #include <utility>
 #include <vector>
 
-#include "core/automatic_mail.h"
-#include "core/field_tokens.h"
-#include "core/header_fields.h"
-#include "core/mail_address.h"
-#include "core/mail_content.h"
-#include "core/reply_marks.h"
+#include "core/message/field_tokens.h"
+#include "core/message/header_fields.h"
+#include "core/message/mail_address.h"
+#include "core/message/mail_content.h"
+#include "core/people/automatic_mail.h"
+#include "core/reply/reply_marks.h"
 #include "tests/unit/core/naive_header.h"
 
 namespace {
+
+using namespace autoresponder;
 
 bool is_slice(std::string_view part, const std::string& whole) {
     return part.empty() || (part.data() >= whole.data() &&

@@ -1,4 +1,5 @@
-#include "core/header_fields.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/message/header_fields.h"
 
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 
 namespace {
 
+using namespace autoresponder;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the analysis of a message copes with exhausted memory in a conversion.
 
 #include <iconv.h>
@@ -7,9 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include "core/incoming_message.h"
+#include "core/message/incoming_message.h"
 
 namespace {
+
+using namespace autoresponder;
 
 int conversions_until_exhaustion = -1;  // none
 
@@ -34,7 +37,9 @@ TEST(MessageAnalysisFaults, ExhaustedMemoryIsNoFailedConversion) {
     for (const int conversion : {0, 1}) {  // of the body, of the subject
         testing::internal::CaptureStderr();
         conversions_until_exhaustion = conversion;
-        EXPECT_THROW(analyse_message(DwString(message.data(), message.size()), ""), std::bad_alloc)
+        EXPECT_THROW(
+            analyse_message(DwString(message.data(), message.size()), "", Audience::kEverybody),
+            std::bad_alloc)
             << conversion;
         EXPECT_EQ(conversions_until_exhaustion, -1) << conversion;
         conversions_until_exhaustion = -1;

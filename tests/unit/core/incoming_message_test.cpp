@@ -1,17 +1,27 @@
-#include "core/incoming_message.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/message/incoming_message.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "core/temporary_files.h"
+#include "core/run/temporary_files.h"
 #include "support/descriptor.h"
+#include "tests/unit/core/temporary_directory.h"
+#include "tests/unit/support/process_state.h"
 
 namespace {
+
+using namespace autoresponder;
+using namespace std::string_literals;
 
 constexpr const char* kMessage =
     "Reply-To: Ann <Ann@b.org>\n"
@@ -27,10 +37,19 @@ DwString text(const std::string& bytes) {
     return {bytes.data(), bytes.size()};
 }
 
+std::string bytes_of(const DwString& text) {
+    return {text.data(), text.length()};
+}
+
+MessageAnalysis analysis_of(const std::string& bytes, const char* recipient = "",
+                            Audience audience = Audience::kEverybody) {
+    return analyse_message(text(bytes), recipient, audience);
+}
+
 TEST(MessageAnalysis, FillsEveryField) {
-    const auto analysis = analyse_message(text(kMessage), "info@client@example");
-    ASSERT_TRUE(analysis);
-    const Mail_content& mail = analysis->content;
+    const MessageAnalysis analysis = analysis_of(kMessage, "info@client@example");
+    ASSERT_EQ(analysis.objection, nullptr);
+    const Mail_content& mail = analysis.content;
     EXPECT_EQ(mail.from, "Ann@b.org");
     EXPECT_EQ(mail.to, "info@client@example");
     EXPECT_EQ(mail.to_mailname, "info");
@@ -42,48 +61,75 @@ TEST(MessageAnalysis, FillsEveryField) {
 }
 
 TEST(MessageAnalysis, OfABareMessageHasItsDefaults) {
-    const auto analysis = analyse_message(text("From: a@b.org\n\n"), "");
-    ASSERT_TRUE(analysis);
-    EXPECT_EQ(analysis->content.subject, "");
-    EXPECT_EQ(analysis->content.date, "");
-    EXPECT_EQ(analysis->content.charset, "US-ASCII");
-    EXPECT_EQ(analysis->content.body_lines.text(), "");
+    const MessageAnalysis analysis = analysis_of("From: a@b.org\n\n");
+    ASSERT_EQ(analysis.objection, nullptr);
+    EXPECT_EQ(analysis.content.subject, "");
+    EXPECT_EQ(analysis.content.date, "");
+    EXPECT_EQ(analysis.content.charset, "US-ASCII");
+    EXPECT_EQ(analysis.content.body_lines.text(), "");
 }
 
 TEST(MessageAnalysis, TellsWhereThingsWereTaken) {
-    const auto analysis = analyse_message(text(kMessage), "");
-    EXPECT_EQ(analysis->sender_field, Sender::Field::kReplyTo);
-    EXPECT_EQ(analysis->text_source, MessageText::Source::kMessage);
-    const auto parts = analyse_message(text("From: a@b.org\n"
-                                            "Content-Type: multipart/mixed; boundary=o\n\n"
-                                            "--o\n\nno type\n"
-                                            "--o\nContent-Type: text/plain\n\ntext\n--o--\n"),
-                                       "");
-    EXPECT_EQ(parts->sender_field, Sender::Field::kFrom);
-    EXPECT_EQ(parts->text_source, MessageText::Source::kPart);
-    EXPECT_EQ(parts->text_part, 1U);
-    const auto no_text = analyse_message(text("From: a@b.org\n"
-                                              "Content-Type: multipart/mixed; boundary=o\n\n"
-                                              "--o\n\nno type\n--o--\n"),
-                                         "");
-    EXPECT_EQ(no_text->text_source, MessageText::Source::kNoPart);
+    const MessageAnalysis analysis = analysis_of(kMessage);
+    EXPECT_EQ(analysis.sender_field, Sender::Field::kReplyTo);
+    EXPECT_EQ(analysis.text_source, MessageText::Source::kMessage);
+    const MessageAnalysis parts = analysis_of(
+        "From: a@b.org\n"
+        "Content-Type: multipart/mixed; boundary=o\n\n"
+        "--o\n\nno type\n"
+        "--o\nContent-Type: text/plain\n\ntext\n--o--\n");
+    EXPECT_EQ(parts.sender_field, Sender::Field::kFrom);
+    EXPECT_EQ(parts.text_source, MessageText::Source::kPart);
+    EXPECT_EQ(parts.text_part, 1U);
+    const MessageAnalysis no_text = analysis_of(
+        "From: a@b.org\n"
+        "Content-Type: multipart/mixed; boundary=o\n\n"
+        "--o\n\nno type\n--o--\n");
+    EXPECT_EQ(no_text.text_source, MessageText::Source::kNoPart);
+}
+
+TEST(MessageAnalysis, KeepsTheHeaderAsItWasSentOnlyWhereItTellsWhomToAnswer) {
+    const std::string header = "FROM: a@b.org\nList-Id:\n <x.b.org>\nSubject: =?utf-8?Q?a?=\n";
+    EXPECT_EQ(analysis_of(header + "\nbody\n", "", Audience::kOnlyPeople).header, header);
+    EXPECT_EQ(analysis_of(header + "\nbody\n", "", Audience::kEverybody).header, "");
+}
+
+TEST(MessageAnalysis, ObjectsToAMessageWithoutASender) {
+    testing::internal::CaptureStderr();
+    const MessageAnalysis analysis = analysis_of("Subject: =?x-none?Q?a?=\n\n\xE9", nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_STREQ(analysis.objection,
+                 "Could not get sender's e-mail address from Reply-To: or From: headers.");
+    EXPECT_EQ(analysis.content.subject, "");
+    EXPECT_EQ(analysis.content.to, "");
+}
+
+TEST(MessageAnalysis, ObjectsToAMessageToNobodyKnown) {
+    testing::internal::CaptureStderr();
+    const MessageAnalysis analysis =
+        analysis_of("From: a@b.org\nSubject: =?x-none?Q?a?=\n\n", nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_STREQ(analysis.objection,
+                 "Could not get recipient e-mail address from RESP_RECIPIENT environment variable");
+    EXPECT_EQ(analysis.content.from, "");
+    EXPECT_EQ(analysis.content.subject, "");
 }
 
 TEST(MessageAnalysis, WarnsOfTheBodyBeforeTheSubject) {
     testing::internal::CaptureStderr();
-    const auto analysis = analyse_message(text("From: a@b.org\n"
-                                               "Subject: =?x-other?Q?a?=\n"
-                                               "Content-Type: text/plain; charset=x-none\n\n\xE9"),
-                                          "");
+    const MessageAnalysis analysis = analysis_of(
+        "From: a@b.org\n"
+        "Subject: =?x-other?Q?a?=\n"
+        "Content-Type: text/plain; charset=x-none\n\n\xE9");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "Could not convert message body text from x-none to UTF-8.\n"
               "Could not convert message subject text from x-none to UTF-8.\n");
-    EXPECT_EQ(analysis->content.subject, "");
-    EXPECT_EQ(analysis->content.body_lines.text(), "\xE9");
+    EXPECT_EQ(analysis.content.subject, "");
+    EXPECT_EQ(analysis.content.body_lines.text(), "\xE9");
 }
 
-// Runs parse_message with the message on standard input.
-class ParseMessage : public testing::Test {
+// The message is on standard input.
+class StandardInput : public testing::Test {
   protected:
     void SetUp() override {
         std::string("/tmp/tva-autoresponder-XXXXXX").copy(mail_file_name, 29);
@@ -108,9 +154,81 @@ class ParseMessage : public testing::Test {
         ASSERT_EQ(dup2(pipe->read_end.get(), STDIN_FILENO), STDIN_FILENO);
     }
 
+    // For messages of any size.
+    void feed_file(const std::string& message) {
+        directory_.put("message", message);
+        open_input(directory_.path("message"), O_RDONLY);
+    }
+
+    static void open_input(const std::string& path, int flags) {
+        const tolva::Descriptor file(open(path.c_str(), flags | O_CLOEXEC));
+        ASSERT_TRUE(file);
+        ASSERT_EQ(dup2(file.get(), STDIN_FILENO), STDIN_FILENO);
+    }
+
+    static std::string copied() {
+        std::ifstream file(mail_file_name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    const TemporaryDirectory directory_;
+
   private:
     tolva::Descriptor standard_input_;
 };
+
+using ReadMessage = StandardInput;
+using ReceivedMessage = StandardInput;
+using ParseMessage = StandardInput;
+
+TEST_F(ReadMessage, IsTheInputAndANewline) {
+    for (const std::string& message : {""s, "\n"s, "From: a@b.org\n\nbody"s, "zero \0 byte\n"s}) {
+        feed(message);
+        const MessageInput input = read_message();
+        EXPECT_TRUE(input.read);
+        EXPECT_EQ(bytes_of(input.text), message + "\n");
+    }
+}
+
+TEST_F(ReadMessage, IsWholeWhateverItsSize) {
+    for (const std::size_t size : {65535U, 65536U, 65537U, 131072U, 1000000U}) {
+        const std::string message(size, 'x');
+        feed_file(message);
+        const MessageInput input = read_message();
+        EXPECT_TRUE(input.read);
+        EXPECT_TRUE(bytes_of(input.text) == message + "\n") << size;
+    }
+}
+
+TEST_F(ReadMessage, EndsWithANewlineWhereReadingFails) {
+    open_input(directory_.path(), O_RDONLY | O_DIRECTORY);
+    const MessageInput input = read_message();
+    EXPECT_EQ(input.read.error(), EISDIR);
+    EXPECT_EQ(bytes_of(input.text), "\n");
+}
+
+TEST_F(ReceivedMessage, IsCopiedWithItsNewline) {
+    const std::string message = std::string(100'000, 'x') + "\nlast";
+    feed_file(message);
+    auto copy = MessageCopy::make();
+    ASSERT_TRUE(copy);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(bytes_of(receive_message(*copy)) == message + "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_TRUE(copied() == message + "\n");
+    EXPECT_TRUE(copy->whole());
+}
+
+TEST_F(ReceivedMessage, ThatCannotBeReadIsReported) {
+    open_input(directory_.path(), O_RDONLY | O_DIRECTORY);
+    auto copy = MessageCopy::make();
+    ASSERT_TRUE(copy);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(bytes_of(receive_message(*copy)), "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "autoresponder: Failed to read the message: Is a directory (21)\n");
+    EXPECT_EQ(copied(), "\n");
+}
 
 TEST_F(ParseMessage, FillsTheRecord) {
     feed(kMessage);
@@ -118,6 +236,7 @@ TEST_F(ParseMessage, FillsTheRecord) {
     EXPECT_EQ(parse_message(&mail), 0);
     EXPECT_EQ(mail.from, "Ann@b.org");
     EXPECT_EQ(mail.to, "info@client.example");
+    EXPECT_EQ(copied(), std::string(kMessage) + "\n");
 }
 
 TEST_F(ParseMessage, LeavesTheRecordAloneWhereItFails) {
@@ -126,9 +245,22 @@ TEST_F(ParseMessage, LeavesTheRecordAloneWhereItFails) {
     feed("Subject: from nobody\n\n");
     testing::internal::CaptureStderr();
     EXPECT_EQ(parse_message(&mail), 1);
-    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Could not get sender's e-mail address from Reply-To: or From: headers.\n");
     EXPECT_EQ(mail.from, "untouched");
     EXPECT_EQ(mail.to, "");
+}
+
+TEST_F(ParseMessage, FailsWithoutAFileForTheCopy) {
+    Mail_content mail;
+    feed(kMessage);
+    testing::internal::CaptureStderr();
+    {
+        const testing_support::NoMoreDescriptors limit;
+        EXPECT_EQ(parse_message(&mail), 1);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Could not create a temporary file.\n");
+    EXPECT_EQ(mail.from, "");
 }
 
 }  // namespace

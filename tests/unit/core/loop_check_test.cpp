@@ -1,10 +1,13 @@
-#include "core/loop_check.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/people/loop_check.h"
 
 #include <gtest/gtest.h>
 
-#include "core/mail_content.h"
+#include "core/message/mail_content.h"
 
 namespace {
+
+using namespace autoresponder;
 
 const char* reason(const char* from, const char* to) {
     Mail_content mail;

@@ -1,4 +1,5 @@
-#include "core/message_copy.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/message/message_copy.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -7,15 +8,17 @@
 
 #include <cerrno>
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
-#include "core/temporary_files.h"
+#include "core/run/temporary_files.h"
+#include "tests/unit/support/process_state.h"
 
 namespace {
+
+using namespace autoresponder;
 
 class Copy : public testing::Test {
   protected:
@@ -23,9 +26,9 @@ class Copy : public testing::Test {
     void TearDown() override { unlink(mail_file_name); }
 
     static std::string contents() {
-        const tolva::Descriptor file = MessageCopy::open();
+        const auto file = MessageCopy::open();
         std::string text(1000, '\0');
-        const ssize_t length = read(file.get(), text.data(), text.size());
+        const ssize_t length = read(file->get(), text.data(), text.size());
         text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
         return text;
     }
@@ -54,17 +57,18 @@ class FileSizeLimit {
 };
 
 TEST_F(Copy, HoldsWhatWasAppendedAndIsReadFromItsStart) {
-    MessageCopy copy;
-    ASSERT_TRUE(copy.made());
-    copy.append("From: a@b.org\n");
-    copy.append("");
-    copy.append(std::string_view("\0\n", 2));
+    auto copy = MessageCopy::make();
+    ASSERT_TRUE(copy);
+    copy->append("From: a@b.org\n");
+    copy->append("");
+    copy->append(std::string_view("\0\n", 2));
     EXPECT_EQ(contents(), std::string("From: a@b.org\n\0\n", 16));
-    EXPECT_EQ(MessageCopy::cut_short_by(), 0);
+    EXPECT_TRUE(copy->whole());
 }
 
 TEST_F(Copy, IsReadableForItsOwnerOnly) {
-    const MessageCopy copy;
+    const auto copy = MessageCopy::make();
+    ASSERT_TRUE(copy);
     EXPECT_STREQ(MessageCopy::name(), mail_file_name);
     struct stat status {};
     ASSERT_EQ(stat(MessageCopy::name(), &status), 0);
@@ -72,34 +76,41 @@ TEST_F(Copy, IsReadableForItsOwnerOnly) {
 }
 
 TEST_F(Copy, IsAPrefixAlsoWhenLaterWritesWouldSucceed) {
-    MessageCopy copy;
-    copy.append("kept,");
+    auto copy = MessageCopy::make();
+    ASSERT_TRUE(copy);
+    copy->append("kept,");
     {
         const FileSizeLimit limit(5);
-        copy.append("lost,");
+        copy->append("lost,");
     }
-    copy.append("would fit");
+    copy->append("would fit");
     EXPECT_EQ(contents(), "kept,");
-    EXPECT_EQ(MessageCopy::cut_short_by(), EFBIG);
+    EXPECT_EQ(copy->whole().error(), EFBIG);
 }
 
 TEST_F(Copy, HoldsTheFirstPartOfAWriteThatDidNotFit) {
-    MessageCopy copy;
+    auto copy = MessageCopy::make();
+    ASSERT_TRUE(copy);
     {
         const FileSizeLimit limit(7);
-        copy.append("0123456789");
+        copy->append("0123456789");
     }
-    copy.append("0123456789");
+    copy->append("0123456789");
     EXPECT_EQ(contents(), "0123456");
-    EXPECT_EQ(MessageCopy::cut_short_by(), EFBIG);
+    EXPECT_EQ(copy->whole().error(), EFBIG);
+}
+
+TEST_F(Copy, CannotBeMadeWithoutDescriptors) {
+    const testing_support::NoMoreDescriptors limit;
+    EXPECT_EQ(MessageCopy::make().error(), EMFILE);
 }
 
 TEST_F(Copy, CannotBeOpenedOnceItIsGone) {
-    { const MessageCopy copy; }
+    ASSERT_TRUE(MessageCopy::make());
     unlink(MessageCopy::name());
-    errno = 0;
-    EXPECT_FALSE(MessageCopy::open());
-    EXPECT_EQ(errno, ENOENT);
+    const auto file = MessageCopy::open();
+    EXPECT_FALSE(file);
+    EXPECT_EQ(file.error(), ENOENT);
 }
 
 }  // namespace

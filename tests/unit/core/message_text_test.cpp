@@ -1,4 +1,5 @@
-#include "core/message_text.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/message/message_text.h"
 
 #include <memory>
 #include <string>
@@ -7,6 +8,7 @@
 
 namespace {
 
+using namespace autoresponder;
 using namespace std::string_literals;
 
 std::unique_ptr<DwMessage> parsed(const std::string& text) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/unit/core/naive_header.h"
 
 #include <algorithm>
@@ -24,7 +25,7 @@ std::string trim(const std::string& text, const std::string& what) {
 }
 
 bool is_gap(char c) {
-    return (c >= 0 && c <= ' ') || c == 0x7F;
+    return static_cast<unsigned char>(c) <= ' ' || c == 0x7F;
 }
 
 // The length of what begins `text` with '(', '"' or '[', up to what closes it; 0 if nothing does.

@@ -1,4 +1,5 @@
-#include "core/reply_marks.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/reply/reply_marks.h"
 
 #include <optional>
 #include <sstream>
@@ -7,10 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include "core/header_fields.h"
+#include "core/message/header_fields.h"
 
 namespace {
 
+using namespace autoresponder;
 using namespace std::string_view_literals;
 
 std::string written(const ReplyMarks& marks) {

@@ -1,12 +1,16 @@
-#include "core/responder_row.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/panel/responder_row.h"
 
-#include <gmock/gmock.h>
+#include <string>
+#include <utility>
+
 #include <gtest/gtest.h>
 
-#include "core/mail_content.h"
+#include "core/message/mail_content.h"
 
 namespace {
 
+using namespace autoresponder;
 using namespace std::string_literals;
 
 Mail_content mail() {
@@ -16,82 +20,114 @@ Mail_content mail() {
     return mail;
 }
 
-ResponderRow responder(std::string key_where, std::string keystr, std::string resp_on = "true") {
+ResponderRow responder(KeyPlace place, std::string key, bool on = true) {
     ResponderRow row;
-    row.key_where = std::move(key_where);
-    row.keystr = std::move(keystr);
-    row.resp_on = std::move(resp_on);
+    row.key_place = place;
+    row.key = std::move(key);
+    row.on = on;
     return row;
 }
 
-TEST(ResponderRow, IsOffOnlyWhenExactlyFalse) {
-    EXPECT_FALSE(applies_to(responder("no", "", "false"), mail()));
-    EXPECT_TRUE(applies_to(responder("no", "", "False"), mail()));
-    EXPECT_TRUE(applies_to(responder("no", "", ""), mail()));
-    EXPECT_TRUE(applies_to(responder("no", "", "true"), mail()));
+bool occurs(KeyPlace place, const std::string& key, const Mail_content& where = mail()) {
+    return key_occurs(responder(place, key), where);
 }
 
-TEST(ResponderRow, SubjectKeyIsSearchedInTheSubjectByteForByte) {
-    EXPECT_TRUE(applies_to(responder("subj", "list"), mail()));
-    EXPECT_FALSE(applies_to(responder("subj", "LIST"), mail()));
-    EXPECT_FALSE(applies_to(responder("subj", "catalogue"), mail()));
+std::string refusal(const ResponderRow& row) {
+    return why_not_applying(row, mail()).value_or("none");
 }
 
-TEST(ResponderRow, BodyKeyIsSearchedInEveryLine) {
-    EXPECT_TRUE(applies_to(responder("body", "catalogue"), mail()));
-    EXPECT_FALSE(applies_to(responder("body", "list"), mail()));
-    EXPECT_FALSE(applies_to(responder("body", "Hello,\nsend"), mail()));
+TEST(PanelNumber, IsReadUpToItsFirstCharacterThatIsNoDigit) {
+    EXPECT_EQ(PanelNumber("10").value, 10);
+    EXPECT_EQ(PanelNumber("-5").value, -5);
+    EXPECT_EQ(PanelNumber(" 2 a day").value, 2);
+    EXPECT_EQ(PanelNumber("many").value, 0);
+    EXPECT_EQ(PanelNumber("").value, 0);
+    EXPECT_EQ(PanelNumber().value, 0);
 }
 
-TEST(ResponderRow, BodyKeyIsFoundAfterAZeroByte) {
-    EXPECT_TRUE(applies_to(responder("body", "byte"), mail()));
-    EXPECT_TRUE(applies_to(responder("body", "\0 b"s), mail()));
+TEST(PanelNumber, KeepsItsText) {
+    EXPECT_EQ(PanelNumber(" 2 a day").text, " 2 a day");
+    EXPECT_EQ(PanelNumber().text, "0");
 }
 
-TEST(ResponderRow, EmptyKeyOccursEverywhere) {
-    EXPECT_TRUE(applies_to(responder("subj", ""), mail()));
-    EXPECT_TRUE(applies_to(responder("body", ""), mail()));
+TEST(ResponderRow, ThatIsOffDoesNotApplyWhateverItsKeyWord) {
+    EXPECT_EQ(refusal(responder(KeyPlace::kNowhere, "", false)), "it is switched off");
+    EXPECT_EQ(refusal(responder(KeyPlace::kSubject, "list", false)), "it is switched off");
+    EXPECT_EQ(refusal(responder(KeyPlace::kSubject, "catalogue", false)), "it is switched off");
+    EXPECT_EQ(refusal(responder(KeyPlace::kNowhere, "", true)), "none");
+}
+
+TEST(ResponderRow, DoesNotApplyWithoutItsKeyWord) {
+    EXPECT_EQ(refusal(responder(KeyPlace::kSubject, "catalogue")),
+              "its key word is not in the subject");
+    EXPECT_EQ(refusal(responder(KeyPlace::kText, "list")), "its key word is not in the text");
+    EXPECT_EQ(refusal(responder(KeyPlace::kSubject, "list")), "none");
+    EXPECT_EQ(refusal(responder(KeyPlace::kText, "catalogue")), "none");
+}
+
+TEST(ResponderRow, IsOnAndAnswersEverythingByDefault) {
+    EXPECT_EQ(refusal({}), "none");
+}
+
+TEST(KeyWord, IsSearchedInTheSubjectByteForByte) {
+    EXPECT_TRUE(occurs(KeyPlace::kSubject, "list"));
+    EXPECT_FALSE(occurs(KeyPlace::kSubject, "LIST"));
+    EXPECT_FALSE(occurs(KeyPlace::kSubject, "catalogue"));
+}
+
+TEST(KeyWord, IsSearchedInEveryLineOfTheText) {
+    EXPECT_TRUE(occurs(KeyPlace::kText, "catalogue"));
+    EXPECT_FALSE(occurs(KeyPlace::kText, "list"));
+    EXPECT_FALSE(occurs(KeyPlace::kText, "Hello,\nsend"));
+}
+
+TEST(KeyWord, IsFoundInTheTextAfterAZeroByte) {
+    EXPECT_TRUE(occurs(KeyPlace::kText, "byte"));
+    EXPECT_TRUE(occurs(KeyPlace::kText, "\0 b"s));
+}
+
+TEST(KeyWord, ThatIsEmptyOccursEverywhere) {
+    EXPECT_TRUE(occurs(KeyPlace::kSubject, ""));
+    EXPECT_TRUE(occurs(KeyPlace::kText, ""));
     const Mail_content empty;
-    EXPECT_TRUE(applies_to(responder("subj", ""), empty));
-    EXPECT_TRUE(applies_to(responder("body", ""), empty));
+    EXPECT_TRUE(occurs(KeyPlace::kSubject, "", empty));
+    EXPECT_TRUE(occurs(KeyPlace::kText, "", empty));
 }
 
-TEST(ResponderRow, AnyOtherPlaceIsNoCondition) {
-    EXPECT_TRUE(applies_to(responder("no", "nowhere"), mail()));
-    EXPECT_TRUE(applies_to(responder("Subj", "nowhere"), mail()));
-    EXPECT_TRUE(applies_to(responder("", "nowhere"), mail()));
+TEST(KeyWord, ThatIsLookedForNowhereIsNoCondition) {
+    EXPECT_TRUE(occurs(KeyPlace::kNowhere, "nowhere"));
 }
 
 TEST(HeaderValues, StayAsTheyAreWithoutControlCharacters) {
     ResponderRow row;
-    row.reply_to = "\"The desk\" <desk@b\xC3\xBC.example>";
-    row.charset = "KOI8-R";
-    row.content_type = "text/html";
+    row.header.reply_to = "\"The desk\" <desk@b\xC3\xBC.example>";
+    row.header.charset = "KOI8-R";
+    row.header.content_type = "text/html";
     testing::internal::CaptureStderr();
-    make_header_values_safe(row);
+    const HeaderValues values = safe_header_values(row);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(row.reply_to, "\"The desk\" <desk@b\xC3\xBC.example>");
-    EXPECT_EQ(row.charset, "KOI8-R");
-    EXPECT_EQ(row.content_type, "text/html");
+    EXPECT_EQ(values.reply_to, "\"The desk\" <desk@b\xC3\xBC.example>");
+    EXPECT_EQ(values.charset, "KOI8-R");
+    EXPECT_EQ(values.content_type, "text/html");
 }
 
 TEST(HeaderValues, EachWithAControlCharacterIsReplacedAndNamed) {
     for (const std::string& control : {"\n"s, "\r"s, "\t"s, "\0"s, "\x1F"s, "\x7F"s}) {
         ResponderRow row;
         row.id = "12";
-        row.reply_to = "a" + control;
-        row.charset = control + "b";
-        row.content_type = "c" + control + "d";
+        row.header.reply_to = "a" + control;
+        row.header.charset = control + "b";
+        row.header.content_type = "c" + control + "d";
         testing::internal::CaptureStderr();
-        make_header_values_safe(row);
+        const HeaderValues values = safe_header_values(row);
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
                   "autoresponder: Responder 12: reply_to holds a control character, left out\n"
                   "autoresponder: Responder 12: charset holds a control character, UTF-8 used\n"
                   "autoresponder: Responder 12: content_type holds a control character, text/plain"
                   " used\n");
-        EXPECT_EQ(row.reply_to, "");
-        EXPECT_EQ(row.charset, "UTF-8");
-        EXPECT_EQ(row.content_type, "text/plain");
+        EXPECT_EQ(values.reply_to, "");
+        EXPECT_EQ(values.charset, "UTF-8");
+        EXPECT_EQ(values.content_type, "text/plain");
     }
 }
 

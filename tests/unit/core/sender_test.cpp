@@ -1,4 +1,5 @@
-#include "core/sender.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/message/sender.h"
 
 #include <memory>
 #include <string>
@@ -6,6 +7,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using namespace autoresponder;
 
 std::unique_ptr<DwMessage> parsed(const std::string& text) {
     DwInitialize();

@@ -1,4 +1,5 @@
-#include "core/temporary_files.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/run/temporary_files.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using namespace autoresponder;
 
 bool exists(const std::string& name) {
     struct stat status {};
@@ -41,6 +44,12 @@ TEST(TemporaryFileNames, StartOutAsTemplates) {
 
 TEST_F(TemporaryFiles, AreBothRemoved) {
     remove_temporary_files();
+    EXPECT_FALSE(exists(mail_file_name));
+    EXPECT_FALSE(exists(resp_uu_file_name));
+}
+
+TEST_F(TemporaryFiles, AreBothRemovedByTheOneEndOfARunWhoseStatusIsZero) {
+    EXPECT_EXIT(correct_exit(), testing::ExitedWithCode(0), "^$");
     EXPECT_FALSE(exists(mail_file_name));
     EXPECT_FALSE(exists(resp_uu_file_name));
 }

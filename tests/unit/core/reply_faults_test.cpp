@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How composing copes with failures that only a replaced libidn can cause.
 
 #include <idna.h>
@@ -9,13 +10,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/attachment_repository.h"
-#include "core/mail_content.h"
-#include "core/responder_row.h"
-#include "core/response.h"
+#include "core/files/attachment_repository.h"
+#include "core/message/mail_content.h"
+#include "core/panel/responder_row.h"
+#include "core/reply/reply.h"
+#include "core/reply/reply_marks.h"
 #include "support/log.h"
 
 namespace {
+
+using namespace autoresponder;
 
 bool out_of_memory = false;
 
@@ -25,10 +29,10 @@ std::string written() {
     mail.to = "info@client.example";
     ResponderRow row;
     row.text = "Thank you.";
-    row.charset = "UTF-8";
-    row.content_type = "text/plain";
+    row.header.charset = "UTF-8";
+    row.header.content_type = "text/plain";
     std::ostringstream out;
-    write_response(out, mail, row, {AttachmentRepository("/", ""), {}, ""});
+    write_reply(out, mail, {row, row.header, ReplyMarks(), AttachmentRepository("/", ""), {}, ""});
     return out.str();
 }
 
@@ -50,7 +54,7 @@ int __wrap_idna_to_ascii_8z(const char* input, char** output, int flags) {
 
 namespace {
 
-TEST(ResponseFaults, ExhaustedMemoryLeavesOutTheFromHeaderAndIsRecorded) {
+TEST(ReplyFaults, ExhaustedMemoryLeavesOutTheFromHeaderAndIsRecorded) {
     const auto go_on = messlog_set_end([](int) {});
     out_of_memory = true;
     testing::internal::CaptureStdout();

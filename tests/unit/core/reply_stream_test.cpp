@@ -1,4 +1,5 @@
-#include "core/response_stream.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/reply/reply_stream.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,9 +13,11 @@
 #include <gtest/gtest.h>
 
 #include "support/descriptor.h"
-#include "tests/unit/core/interrupted_pipe.h"
+#include "tests/unit/support/interrupted_pipe.h"
 
 namespace {
+
+using namespace autoresponder;
 
 constexpr std::size_t kMoreThanABuffer = 200'000;
 
@@ -28,9 +31,9 @@ std::string pattern(std::size_t length) {
     return text;
 }
 
-class ResponseStreamTo : public testing::Test {
+class ReplyStreamTo : public testing::Test {
   protected:
-    ResponseStreamTo() : file_(mkstemp(name_.data())) {}
+    ReplyStreamTo() : file_(mkstemp(name_.data())) {}
     void TearDown() override { unlink(name_.c_str()); }
 
     [[nodiscard]] std::string contents() const {
@@ -38,12 +41,12 @@ class ResponseStreamTo : public testing::Test {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    std::string name_ = testing::TempDir() + "response-stream-XXXXXX";
+    std::string name_ = testing::TempDir() + "reply-stream-XXXXXX";
     tolva::Descriptor file_;
 };
 
-TEST_F(ResponseStreamTo, AFileWritesEverythingInOrder) {
-    ResponseStream stream(file_.get(), SizeLimit::none());
+TEST_F(ReplyStreamTo, AFileWritesEverythingInOrder) {
+    ReplyStream stream(file_.get(), SizeLimit::none());
     const std::string large = pattern(kMoreThanABuffer);
     stream << "small " << large << 'c' << " end";
     stream.finish();
@@ -51,8 +54,8 @@ TEST_F(ResponseStreamTo, AFileWritesEverythingInOrder) {
     EXPECT_EQ(contents(), "small " + large + "c end");
 }
 
-TEST_F(ResponseStreamTo, AFileWritesSingleCharactersBeyondItsBuffer) {
-    ResponseStream stream(file_.get(), SizeLimit::none());
+TEST_F(ReplyStreamTo, AFileWritesSingleCharactersBeyondItsBuffer) {
+    ReplyStream stream(file_.get(), SizeLimit::none());
     const std::string text = pattern(kMoreThanABuffer);
     for (const char c : text) {
         stream.put(c);
@@ -62,9 +65,9 @@ TEST_F(ResponseStreamTo, AFileWritesSingleCharactersBeyondItsBuffer) {
     EXPECT_EQ(contents(), text);
 }
 
-TEST(ResponseStream, WritesEverythingHoweverOftenItIsInterrupted) {
+TEST(ReplyStream, WritesEverythingHoweverOftenItIsInterrupted) {
     InterruptedPipe pipe;
-    ResponseStream stream(pipe.write_end(), SizeLimit::none());
+    ReplyStream stream(pipe.write_end(), SizeLimit::none());
     const std::string text = pattern(kMoreThanABuffer);
     stream << text;
     stream.finish();
@@ -72,8 +75,8 @@ TEST(ResponseStream, WritesEverythingHoweverOftenItIsInterrupted) {
     EXPECT_TRUE(pipe.finish() == text);
 }
 
-TEST_F(ResponseStreamTo, TextAsLargeAsTheLimitIsTaken) {
-    ResponseStream stream(file_.get(), SizeLimit(10));
+TEST_F(ReplyStreamTo, TextAsLargeAsTheLimitIsTaken) {
+    ReplyStream stream(file_.get(), SizeLimit(10));
     stream << "0123456789";
     stream.finish();
     EXPECT_TRUE(stream);
@@ -81,8 +84,8 @@ TEST_F(ResponseStreamTo, TextAsLargeAsTheLimitIsTaken) {
     EXPECT_EQ(contents(), "0123456789");
 }
 
-TEST_F(ResponseStreamTo, OneByteBeyondTheLimitIsTooMuch) {
-    ResponseStream stream(file_.get(), SizeLimit(10));
+TEST_F(ReplyStreamTo, OneByteBeyondTheLimitIsTooMuch) {
+    ReplyStream stream(file_.get(), SizeLimit(10));
     stream << "0123456789" << 'x';
     stream.finish();
     EXPECT_FALSE(stream);
@@ -90,8 +93,8 @@ TEST_F(ResponseStreamTo, OneByteBeyondTheLimitIsTooMuch) {
     EXPECT_EQ(stream.error(), 0);
 }
 
-TEST_F(ResponseStreamTo, BeyondTheLimitNothingMoreIsTaken) {
-    ResponseStream stream(file_.get(), SizeLimit(100'000));
+TEST_F(ReplyStreamTo, BeyondTheLimitNothingMoreIsTaken) {
+    ReplyStream stream(file_.get(), SizeLimit(100'000));
     const std::string block = pattern(10'000);
     int taken = 0;
     while (stream.write(block.data(), static_cast<std::streamsize>(block.size()))) {
@@ -101,18 +104,18 @@ TEST_F(ResponseStreamTo, BeyondTheLimitNothingMoreIsTaken) {
     EXPECT_LE(contents().size(), 100'000U);
 }
 
-TEST(ResponseStream, FailsForGoodAtTheFirstWriteThatFails) {
+TEST(ReplyStream, FailsForGoodAtTheFirstWriteThatFails) {
     const tolva::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
-    ResponseStream stream(full.get(), SizeLimit::none());
+    ReplyStream stream(full.get(), SizeLimit::none());
     stream << pattern(kMoreThanABuffer);
     EXPECT_FALSE(stream);
     EXPECT_EQ(stream.error(), ENOSPC);
     EXPECT_FALSE(stream << "more");
 }
 
-TEST(ResponseStream, ReportsAFailedWriteOfItsLastBytes) {
+TEST(ReplyStream, ReportsAFailedWriteOfItsLastBytes) {
     const tolva::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
-    ResponseStream stream(full.get(), SizeLimit::none());
+    ReplyStream stream(full.get(), SizeLimit::none());
     stream << "small";
     EXPECT_TRUE(stream);
     stream.finish();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 #include <cstddef>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "support/descriptor.h"
 
@@ -17,7 +19,7 @@
 /// then reads it to its end. SIGUSR1 is at its default afterwards.
 class InterruptedPipe {
   public:
-    InterruptedPipe() : pipe_(tolva::make_pipe().value()) {
+    InterruptedPipe() : pipe_(std::move(*tolva::make_pipe())) {
         struct sigaction action {};
         action.sa_handler = [](int) {};  // without SA_RESTART
         sigaction(SIGUSR1, &action, nullptr);

@@ -1,16 +1,19 @@
-#include "core/mailbox_addresses.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "core/people/personal_mail.h"
 
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
-#include "core/header_fields.h"
-#include "core/mail_address.h"
-#include "core/mail_content.h"
+#include "core/message/header_fields.h"
+#include "core/message/mail_address.h"
+#include "core/message/mail_content.h"
 #include "encoding/idn.h"
 
 namespace {
+
+using namespace autoresponder;
 
 MailboxAddresses of(const std::string& mailname, const std::string& domain) {
     Mail_content mail;
