@@ -44,11 +44,12 @@ wchar_t lower_case(wchar_t character) {
 }  // namespace
 
 std::string_view utf8_prefix(std::string_view text, std::size_t most) {
-    if (text.size() <= most) {
-        return text;
-    }
-    while (most > 0 && is_continuation(text[most])) {
-        --most;
+    constexpr std::size_t longest_character = 4;
+    for (std::size_t back = 1; back < longest_character && back <= most; ++back) {
+        const std::size_t begin = most - back;
+        if (begin < text.size() && utf8_character_length(text.substr(begin)) > back) {
+            return text.substr(0, begin);
+        }
     }
     return text.substr(0, most);
 }

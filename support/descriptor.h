@@ -58,8 +58,8 @@ Result<void> read_block(int fd, std::span<char> block, std::size_t& length);
 /// Writes all of the bytes (write(2)).
 Result<void> write_whole(int fd, std::string_view bytes);
 
-/// Writes all of the pieces, with one writev(2) unless it is interrupted. Changes `pieces`, and
-/// allocates nothing.
+/// Writes all of the pieces, at most IOV_MAX of them, with one writev(2) unless it is interrupted.
+/// Changes `pieces`, and allocates nothing.
 Result<void> write_whole(int fd, std::span<iovec> pieces);
 
 }  // namespace tolva

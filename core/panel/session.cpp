@@ -47,6 +47,12 @@ Session Session::open() {
     return Session(std::move(connection));
 }
 
+void Session::make_read_only() {
+    constexpr char statement[] = "SET SESSION TRANSACTION READ ONLY";
+    mysql_options(connection_, MYSQL_INIT_COMMAND, statement);
+    mysql_query(connection_, statement);
+}
+
 QueryResult Session::ask_or_end_run(const std::string& statement, std::string_view failure) {
     QueryResult result = ask(statement);
     if (!result.answered()) {

@@ -88,8 +88,9 @@ class Session {
     /// Uses a connection of the caller's, which must outlive the session.
     explicit Session(MYSQL* connection) : connection_(connection) {}
 
-    /// Has the server refuse changes from now on, if it can.
-    void make_read_only() { mysql_query(connection_, "SET SESSION TRANSACTION READ ONLY"); }
+    /// Has the server refuse changes from now on, also in a connection that takes this one's place.
+    /// A server that does not know the statement goes on.
+    void make_read_only();
 
     /// Closes the connection, unless it is the caller's; nothing may be asked after that.
     void close() { owned_.reset(); }

@@ -40,13 +40,12 @@ tolva::Result<MailProgram> MailProgram::started(pid_t pid) {
 }
 
 int MailProgram::wait() {
-    if (pid_ == kEnded) {
+    const pid_t pid = std::exchange(pid_, kEnded);
+    int status = 0;
+    if (pid == kEnded || TEMP_FAILURE_RETRY(waitpid(pid, &status, WUNTRACED)) < 0) {
         return 0;
     }
-    int status = 0;
-    const long waited =
-        TEMP_FAILURE_RETRY(waitpid(std::exchange(pid_, kEnded), &status, WUNTRACED));
-    return waited >= 0 ? status : 0;
+    return status;
 }
 
 std::string bad_end(int status) {
