@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Seconds that each fuzz target runs as a test.
 set(AUTORESPONDER_FUZZ_SECONDS 2 CACHE STRING "Length of each fuzz target's run under CTest")
 math(EXPR fuzz_timeout "${AUTORESPONDER_FUZZ_SECONDS} + 240")

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Optimising the tests themselves would take longer than running them, and so would looking for
 # undefined behaviour in their own code.
 add_library(test_options INTERFACE)

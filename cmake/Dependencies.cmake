@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # The installed libraries that the program calls: MariaDB Connector/C with the OpenSSL that it
 # needs, and GNU libidn, as the targets `client_library` and `idn_library` (iconv is part of glibc).
 

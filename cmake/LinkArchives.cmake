@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # link_archives(<target> <module>...)
 # Links the static libraries of pkg-config's modules to an interface target, and those of what they
 # need. The C library and its parts stay shared: iconv loads its charsets from the system's.

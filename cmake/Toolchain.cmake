@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Warnings, hardening, sanitizers and coverage, gathered in one interface target that every target
 # of the project links: autoresponder_options.
 

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /*
  * Base64 over caller-owned buffers: the alphabet of RFC 4648 section 4, "=" padding, no line
  * breaks. Nothing is allocated or reported, and nothing throws: the functions do not validate their

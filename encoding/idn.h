@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /*
  * Internationalised domain names (IDNA 2003, RFC 3490) through GNU libidn, and its result codes as
  * texts and as an exception. idn_strerror is also available in C.

@@ -1,3 +1,5 @@
+-- SPDX-License-Identifier: Apache-2.0
+
 -- For a MariaDB Galera cluster, which wants a primary key in every table: adds one where schema.sql
 -- has none, invisible to statements that do not name it. The panel's own tables may have them
 -- already.

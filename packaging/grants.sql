@@ -1,3 +1,5 @@
+-- SPDX-License-Identifier: Apache-2.0
+
 -- What the autoresponder's statements need of the panel's database, down to the column, for a server
 -- where the panel itself has another user:
 --

@@ -1,3 +1,5 @@
+-- SPDX-License-Identifier: Apache-2.0
+
 -- The panel's tables, with the columns that the autoresponder and the panel's library name.
 
 create table domains (

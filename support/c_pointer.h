@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /// Ownership of what the C library allocates and opens.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "support/captured_stream.h"
 
 #include <fcntl.h>

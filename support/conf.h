@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* The panel's installation paths: the variables of "/etc/tva/tva.conf", with compiled defaults.
  *
  * The file is loaded once, by the first call that needs it. As long as that fails, every call tries

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* A table of names and values that is read from a configuration file.
  *
  * Each line of the file defines one variable: its name (letters, digits and "_"), white space, and

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* The indices of the panel's installation paths (support/conf.h).
  *
  * They have a header of their own because C can put them only in the global namespace: only the

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* The connection to the panel's database, opened the way every tool of the panel does: on the local
  * server, as user "admin" with the password in /etc/tva/.tva.shadow, database "tva", and with the
  * session settings that the server's version and a setting of the panel ask for.

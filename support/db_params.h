@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Single parameters of the panel's key/value tables.
  *
  * Each function takes an open connection, or null: then it opens one of its own with db_connect()

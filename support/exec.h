@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Starting another program that runs alongside the caller, with its standard streams connected to
  * descriptors of the caller: vfork(2), dup2(2), execv(3).
  *

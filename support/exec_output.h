@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Running another program to its end and collecting what it writes.
  *
  * The text collected is all that was written, whatever bytes, followed by a NUL; the caller frees

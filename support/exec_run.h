@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Running another program to its end: its standard streams are the caller's or /dev/null.
  *
  * Results are those of system(3): the status of the program as from waitpid(2) (WIFEXITED,

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Running the panel's own utilities to their end.
  *
  * Results are those of system(3): the status of the program as from waitpid(2) (WIFEXITED,

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Messages of the support library, and a second log that can be filtered by level.
  *
  * messlog2 and its kin write a message to standard error and to standard output, with the base name

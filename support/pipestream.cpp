@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "support/pipestream.h"
 
 template class basic_handlestream<PipeCloseStrategy, OutputStreamStrategy>;

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Small helpers for C strings, memory and command lines. What goes wrong is reported through
  * messlog2 (support/log.h). White space and letter case are those of isspace(3) and tolower(3).
  * Strings passed must not be null unless stated otherwise. None of the functions throws.

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Substitution of named placeholders in a text.
  *
  * A placeholder is an opening character, a name of 1 to 32 bytes and a closing character; the

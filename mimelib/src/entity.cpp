@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <mimelib/body.h>
 #include <mimelib/entity.h>
 #include <mimelib/headers.h>

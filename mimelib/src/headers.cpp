@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <mimelib/address.h>
 #include <mimelib/field_body.h>
 #include <mimelib/headers.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "mimelib/src/media_type_parts.h"
 
 namespace mimelib {

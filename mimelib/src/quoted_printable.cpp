@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <mimelib/codec.h>
 
 #include "mimelib/src/decoded_text.h"

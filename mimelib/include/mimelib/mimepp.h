@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 /// The MIME library: parsing of a mail message as it came in (RFC 822/2822, RFC 2045, RFC 2046).
