@@ -12,7 +12,7 @@
 #ifndef SUPPORT_CONF_H
 #define SUPPORT_CONF_H
 
-#include "support/conf_table.h"
+#include "support/conf_table.h" /* IWYU pragma: export */
 
 #ifdef __cplusplus
 extern "C" {

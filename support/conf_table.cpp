@@ -2,8 +2,6 @@
 
 #include "support/conf_table.h"
 
-#include <sys/types.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cerrno>

@@ -2,6 +2,8 @@
 
 #include "support/exec.h"
 
+#include <sys/types.h>
+
 #include <cstdarg>
 
 #include "support/child_process.h"

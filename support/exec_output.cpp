@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
+#include "support/c_pointer.h"
 #include "support/captured_stream.h"
 #include "support/child_process.h"
 #include "support/descriptor.h"

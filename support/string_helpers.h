@@ -9,7 +9,7 @@
 
 #include <stdarg.h>
 #include <stddef.h>
-#include <string.h>
+#include <string.h> /* IWYU pragma: export */
 
 #ifdef __cplusplus
 extern "C" {

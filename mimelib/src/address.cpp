@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <utility>
+
 #include <mimelib/address.h>
 
+#include "mimelib/src/address_elements.h"
 #include "mimelib/src/address_sequence.h"
 
 using mimelib::AddressSequence;

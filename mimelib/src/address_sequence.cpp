@@ -3,6 +3,7 @@
 #include "mimelib/src/address_sequence.h"
 
 #include "mimelib/src/mailbox_parts.h"
+#include "mimelib/src/view.h"
 
 namespace mimelib {
 

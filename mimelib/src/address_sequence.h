@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 #include <mimelib/address.h>
+#include <mimelib/string.h>
 
 #include "mimelib/src/address_elements.h"
 #include "mimelib/src/last_two.h"

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <array>
+#include <cstddef>
+#include <string_view>
 
 #include <mimelib/codec.h>
+#include <mimelib/string.h>
 
 #include "mimelib/src/decoded_text.h"
 #include "mimelib/src/view.h"

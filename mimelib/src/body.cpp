@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <utility>
+
 #include <mimelib/body.h>
 #include <mimelib/entity.h>
 #include <mimelib/enum.h>
@@ -8,6 +10,7 @@
 
 #include "mimelib/src/last_two.h"
 #include "mimelib/src/multipart.h"
+#include "mimelib/src/view.h"
 
 namespace {
 

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <utility>
+
 #include <mimelib/body.h>
 #include <mimelib/entity.h>
 #include <mimelib/headers.h>
+#include <mimelib/string.h>
 
 #include "mimelib/src/entity_split.h"
 #include "mimelib/src/view.h"

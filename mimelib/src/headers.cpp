@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <utility>
+
 #include <mimelib/address.h>
 #include <mimelib/field_body.h>
 #include <mimelib/headers.h>
 #include <mimelib/media_type.h>
+#include <mimelib/string.h>
 
 #include "mimelib/src/field_index.h"
+#include "mimelib/src/view.h"
 
 using mimelib::KnownField;
 

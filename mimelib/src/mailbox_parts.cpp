@@ -2,9 +2,12 @@
 
 #include "mimelib/src/mailbox_parts.h"
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "mimelib/src/tokenizer.h"
+#include "mimelib/src/view.h"
 
 namespace mimelib {
 namespace {

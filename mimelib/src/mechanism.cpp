@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <array>
+#include <string_view>
 
 #include <mimelib/enum.h>
 #include <mimelib/field_body.h>

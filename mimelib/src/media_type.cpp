@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <array>
+#include <string_view>
+#include <utility>
 
+#include <mimelib/component.h>
 #include <mimelib/enum.h>
 #include <mimelib/media_type.h>
+#include <mimelib/string.h>
 
 #include "mimelib/src/last_two.h"
 #include "mimelib/src/media_type_parts.h"
+#include "mimelib/src/view.h"
 
 using mimelib::equals_ignoring_case;
 using mimelib::MediaTypeReader;

@@ -2,10 +2,12 @@
 
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
 #include "mimelib/src/tokenizer.h"
+#include "mimelib/src/view.h"
 
 namespace mimelib {
 

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <cstddef>
+#include <string_view>
+
 #include <mimelib/codec.h>
+#include <mimelib/string.h>
 
 #include "mimelib/src/decoded_text.h"
 #include "mimelib/src/view.h"

@@ -7,6 +7,7 @@
 
 #include <mimelib/enum.h>
 #include <mimelib/field_body.h>
+#include <mimelib/string.h>
 
 namespace mimelib {
 class AddressSequence;

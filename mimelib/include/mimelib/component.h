@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <utility>
+
 #include <mimelib/string.h>
 
 /// A piece of a message: the text it was made of and what can be read from that text.

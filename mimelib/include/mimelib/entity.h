@@ -7,6 +7,7 @@
 #include <optional>
 
 #include <mimelib/component.h>
+#include <mimelib/string.h>
 
 class DwBody;
 class DwHeaders;

@@ -2,7 +2,10 @@
 
 #pragma once
 
+#include <utility>
+
 #include <mimelib/component.h>
+#include <mimelib/string.h>
 
 /// The body of a header field: what follows the colon, without leading spaces and tabs and without
 /// trailing white space. The line ends of a folded field are kept.

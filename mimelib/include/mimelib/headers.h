@@ -6,6 +6,7 @@
 
 #include <mimelib/component.h>
 #include <mimelib/enum.h>
+#include <mimelib/string.h>
 
 class DwAddressList;
 class DwDateTime;

@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <memory>
 
+#include <mimelib/component.h>
 #include <mimelib/field_body.h>
+#include <mimelib/string.h>
 
 class DwMediaType;
 

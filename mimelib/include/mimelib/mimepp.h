@@ -17,6 +17,7 @@
 /// keep the one they return and the one used last before. All others are destroyed with everything
 /// they handed out, except for copied strings. Starting again from the first reads the text again.
 
+// IWYU pragma: begin_exports
 #include <mimelib/address.h>
 #include <mimelib/body.h>
 #include <mimelib/codec.h>
@@ -27,6 +28,7 @@
 #include <mimelib/headers.h>
 #include <mimelib/media_type.h>
 #include <mimelib/string.h>
+// IWYU pragma: end_exports
 
 /// To be called once before anything is parsed.
 void DwInitialize();
