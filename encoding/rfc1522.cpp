@@ -110,12 +110,12 @@ std::string WordDecoder::decode(const std::string& word) {
 }  // namespace
 
 bool rfc1522_nonprintable(char c) {
-    constexpr std::string_view kSpecial = "!\"()*+-/=?_";
-    return static_cast<signed char>(c) < 0x20 || kSpecial.find(c) != std::string_view::npos;
+    constexpr std::string_view special = "!\"()*+-/=?_";
+    return static_cast<signed char>(c) < 0x20 || special.find(c) != std::string_view::npos;
 }
 
 std::string qp_encode(const std::string& text) {
-    constexpr const char* kHexDigits = "0123456789ABCDEF";
+    constexpr const char* hex_digits = "0123456789ABCDEF";
     std::string encoded;
     encoded.reserve(text.size() * 3);
     for (const char c : text) {
@@ -124,8 +124,8 @@ std::string qp_encode(const std::string& text) {
         } else if (rfc1522_nonprintable(c)) {
             const auto byte = static_cast<unsigned char>(c);
             encoded += '=';
-            encoded += kHexDigits[byte >> 4];
-            encoded += kHexDigits[byte & 0xF];
+            encoded += hex_digits[byte >> 4];
+            encoded += hex_digits[byte & 0xF];
         } else {
             encoded += c;
         }

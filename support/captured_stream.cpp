@@ -63,9 +63,9 @@ void report_failed_read() {
 
 OutputBuffer::Outcome read_and_report(OutputBuffer& buffer, int fd) {
     const OutputBuffer::Outcome outcome = buffer.read_from(fd);
-    if (outcome == OutputBuffer::Outcome::no_memory) {
+    if (outcome == OutputBuffer::Outcome::kNoMemory) {
         messlog2(0, 0, "Cannot allocate memory");
-    } else if (outcome == OutputBuffer::Outcome::failed) {
+    } else if (outcome == OutputBuffer::Outcome::kFailed) {
         report_failed_read();
     }
     return outcome;
@@ -97,10 +97,10 @@ bool CapturedStream::open() {
 
 bool CapturedStream::read() {
     const OutputBuffer::Outcome outcome = read_and_report(text_, read_end_.get());
-    if (outcome == OutputBuffer::Outcome::ended) {
+    if (outcome == OutputBuffer::Outcome::kEnded) {
         read_end_.close();
     }
-    return outcome == OutputBuffer::Outcome::ended || outcome == OutputBuffer::Outcome::pending;
+    return outcome == OutputBuffer::Outcome::kEnded || outcome == OutputBuffer::Outcome::kPending;
 }
 
 void CapturedStream::hand_over() {

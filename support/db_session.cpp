@@ -29,8 +29,8 @@ bool has_session_charset(std::string_view version) {
 }
 
 const char* compatibility_setting(MYSQL_RES* result, MYSQL_ROW row) {
-    constexpr unsigned kSlot = 1;
-    return row != nullptr && kSlot < mysql_num_fields(result) ? row[kSlot] : nullptr;
+    constexpr unsigned slot = 1;
+    return row != nullptr && slot < mysql_num_fields(result) ? row[slot] : nullptr;
 }
 
 bool is_utf8_wanted(const char* setting) {
@@ -62,8 +62,8 @@ bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) 
         return true;
     }
 
-    constexpr char kSetting[] = "SELECT val FROM misc WHERE param='mysql41_compatible'";
-    if (!send_query(connection, kSetting)) {
+    constexpr char statement[] = "SELECT val FROM misc WHERE param='mysql41_compatible'";
+    if (!send_query(connection, statement)) {
         return fail(connection, "mysql41 compatible query", err, size);
     }
     const ResultHandle settings = store_result(connection);

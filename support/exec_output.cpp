@@ -70,14 +70,14 @@ int getoutput(char** output, const char* path, char* const argv[]) {
     pipe->write_end.close();
     const auto outcome = text.read_from(pipe->read_end.get());
     const int error = errno;
-    if (outcome == OutputBuffer::Outcome::no_memory) {
+    if (outcome == OutputBuffer::Outcome::kNoMemory) {
         messlog2(0, 0, "Cannot allocate buffer:\n%s", strerror(error));
-    } else if (outcome == OutputBuffer::Outcome::failed) {
+    } else if (outcome == OutputBuffer::Outcome::kFailed) {
         messlog2(0, 0, "Cannot read child output:\n%s", strerror(error));
     }
     pipe->read_end.close();
     const int status = child::wait_for(pid);
-    if (outcome != OutputBuffer::Outcome::ended) {
+    if (outcome != OutputBuffer::Outcome::kEnded) {
         errno = error;
         return -1;
     }
@@ -94,11 +94,11 @@ int getoutput(char** output, const char* path, char* const argv[]) {
 // when it cannot be read.
 bool collect_command(OutputBuffer& text, int fd) {
     const OutputBuffer::Outcome outcome = text.read_from(fd);
-    if (outcome == OutputBuffer::Outcome::no_memory) {
+    if (outcome == OutputBuffer::Outcome::kNoMemory) {
         messlog2(0, 0,
                  "popen_exec: warning: failed to allocate memory for command output buffer\n");
         OutputBuffer::drain(fd);
-    } else if (outcome == OutputBuffer::Outcome::failed) {
+    } else if (outcome == OutputBuffer::Outcome::kFailed) {
         tolva::report_failed_read();
         return false;
     }
@@ -163,9 +163,9 @@ int read_to_buf(int fd, char** buf, size_t* length, size_t* capacity) {
     *capacity = buffer.capacity();
     *buf = buffer.release();
     switch (outcome) {
-        case OutputBuffer::Outcome::ended:
+        case OutputBuffer::Outcome::kEnded:
             return 0;
-        case OutputBuffer::Outcome::pending:
+        case OutputBuffer::Outcome::kPending:
             return 1;
         default:
             return -1;

@@ -40,15 +40,15 @@ OutputBuffer::Outcome OutputBuffer::read_from(int descriptor) {
         const Result<std::size_t> count = read_some(descriptor, {end, capacity_ - length_ - 1});
         if (!count) {
             errno = count.error();
-            return errno == EAGAIN ? Outcome::pending : Outcome::failed;
+            return errno == EAGAIN ? Outcome::kPending : Outcome::kFailed;
         }
         if (*count == 0) {
-            return Outcome::ended;
+            return Outcome::kEnded;
         }
         end[*count] = '\0';
         length_ += *count;
     }
-    return Outcome::no_memory;
+    return Outcome::kNoMemory;
 }
 
 void OutputBuffer::drain(int descriptor) {

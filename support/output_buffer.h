@@ -11,7 +11,7 @@ namespace tolva {
 /// Text that is read from a descriptor: any bytes, followed by a NUL.
 class OutputBuffer {
   public:
-    enum class Outcome { ended, pending, no_memory, failed };
+    enum class Outcome { kEnded, kPending, kNoMemory, kFailed };
 
     OutputBuffer() = default;
     /// Continues a text: takes over a block of `capacity` bytes from malloc(3) of which the first
@@ -21,8 +21,8 @@ class OutputBuffer {
     /// Makes room for more text and the NUL; false with errno ENOMEM.
     bool reserve();
 
-    /// Reads until end of file (ended) or until a non-blocking descriptor has nothing more for now
-    /// (pending). no_memory and failed set errno. What was read so far is kept.
+    /// Reads until end of file (kEnded) or until a non-blocking descriptor has nothing more for now
+    /// (kPending). kNoMemory and kFailed set errno. What was read so far is kept.
     Outcome read_from(int descriptor);
 
     /// Reads to the end of file and keeps nothing.

@@ -47,7 +47,7 @@ TEST(OutputBuffer, ReadsToTheEndWhateverTheSize) {
         const std::string content(size, 'x');
         const int file = file_with(content);
         OutputBuffer buffer;
-        EXPECT_EQ(buffer.read_from(file), Outcome::ended);
+        EXPECT_EQ(buffer.read_from(file), Outcome::kEnded);
         EXPECT_EQ(view(buffer), content);
         EXPECT_EQ(buffer.text()[size], '\0');
         close(file);
@@ -58,7 +58,7 @@ TEST(OutputBuffer, KeepsZeroBytes) {
     const std::string content("a\0b\0", 4);
     const int file = file_with(content);
     OutputBuffer buffer;
-    EXPECT_EQ(buffer.read_from(file), Outcome::ended);
+    EXPECT_EQ(buffer.read_from(file), Outcome::kEnded);
     EXPECT_EQ(view(buffer), content);
     close(file);
 }
@@ -68,7 +68,7 @@ TEST(OutputBuffer, GoesOnWithWhatItHandedOver) {
         const std::string begin(size, 'a');
         const int first = file_with(begin);
         OutputBuffer buffer;
-        EXPECT_EQ(buffer.read_from(first), Outcome::ended);
+        EXPECT_EQ(buffer.read_from(first), Outcome::kEnded);
         close(first);
 
         const std::string end(5000, 'b');
@@ -76,7 +76,7 @@ TEST(OutputBuffer, GoesOnWithWhatItHandedOver) {
         const std::size_t length = buffer.length();
         const std::size_t capacity = buffer.capacity();
         OutputBuffer further(buffer.release(), length, capacity);
-        EXPECT_EQ(further.read_from(second), Outcome::ended);
+        EXPECT_EQ(further.read_from(second), Outcome::kEnded);
         EXPECT_EQ(view(further), begin + end);
         close(second);
     }
@@ -86,19 +86,19 @@ TEST(OutputBuffer, ADescriptorWithoutMoreForNowIsPending) {
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
     OutputBuffer buffer;
-    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::pending);
+    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::kPending);
     ASSERT_EQ(write(ends[1], "text", 4), 4);
-    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::pending);
+    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::kPending);
     EXPECT_EQ(view(buffer), "text");
     close(ends[1]);
-    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::ended);
+    EXPECT_EQ(buffer.read_from(ends[0]), Outcome::kEnded);
     EXPECT_EQ(view(buffer), "text");
     close(ends[0]);
 }
 
 TEST(OutputBuffer, AFailedReadLeavesErrno) {
     OutputBuffer buffer;
-    EXPECT_EQ(buffer.read_from(-1), Outcome::failed);
+    EXPECT_EQ(buffer.read_from(-1), Outcome::kFailed);
     EXPECT_EQ(errno, EBADF);
 }
 
@@ -108,11 +108,11 @@ TEST(OutputBuffer, NoMemoryKeepsWhatWasRead) {
     OutputBuffer buffer;
     {
         const FailingAllocation memory(2);
-        EXPECT_EQ(buffer.read_from(file), Outcome::no_memory);
+        EXPECT_EQ(buffer.read_from(file), Outcome::kNoMemory);
         EXPECT_EQ(errno, ENOMEM);
     }
     EXPECT_EQ(view(buffer), std::string(4095, 'x'));
-    EXPECT_EQ(buffer.read_from(file), Outcome::ended);
+    EXPECT_EQ(buffer.read_from(file), Outcome::kEnded);
     EXPECT_EQ(view(buffer), content);
     close(file);
 }
@@ -125,7 +125,7 @@ TEST(OutputBuffer, NoMemoryLeavesTheTextTerminated) {
     OutputBuffer buffer(block, 0, 4096);
     {
         const FailingAllocation memory(1);
-        EXPECT_EQ(buffer.read_from(file), Outcome::no_memory);
+        EXPECT_EQ(buffer.read_from(file), Outcome::kNoMemory);
     }
     EXPECT_EQ(buffer.length(), 4095U);
     EXPECT_EQ(buffer.text()[4095], '\0');
@@ -171,7 +171,7 @@ TEST(OutputBuffer, SignalsDoNotEndReading) {
         testing_support::interrupt_every_20_milliseconds();
         OutputBuffer buffer;
         const Outcome outcome = buffer.read_from(ends[0]);
-        note(outcome == Outcome::ended ? "ended" : "not ended", view(buffer));
+        note(outcome == Outcome::kEnded ? "ended" : "not ended", view(buffer));
     });
     EXPECT_EQ(run.noted, "ended late\n");
 }
