@@ -21,7 +21,7 @@ using CPointer = std::unique_ptr<T, FreeDeleter>;
 /// realloc(3) of an owned block. False with errno, and the block unchanged, when there is no
 /// memory.
 template <typename T>
-bool resize(CPointer<T>& block, std::size_t bytes) {
+[[nodiscard]] bool resize(CPointer<T>& block, std::size_t bytes) {
     auto* resized = static_cast<typename CPointer<T>::pointer>(std::realloc(block.get(), bytes));
     if (resized == nullptr) {
         return false;

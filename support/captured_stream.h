@@ -16,19 +16,19 @@ class CapturedStream {
     explicit CapturedStream(char** target);
 
     /// Makes the pipe; reports through messlog2 if it cannot.
-    bool open();
+    [[nodiscard]] bool open();
 
     /// What to pass for the child's stream; -1 if nothing is collected.
-    int child_end() const { return child_end_.get(); }
+    [[nodiscard]] int child_end() const { return child_end_.get(); }
 
     /// To be called once the child has its end.
     void close_child_end() { child_end_.close(); }
 
     /// The descriptor to poll, -1 at end of file.
-    int read_end() const { return read_end_.get(); }
+    [[nodiscard]] int read_end() const { return read_end_.get(); }
 
     /// Reads what is available; reports through messlog2 if that fails.
-    bool read();
+    [[nodiscard]] bool read();
 
     void close() { read_end_.close(); }
     void hand_over();
@@ -46,13 +46,13 @@ void report_failed_read();
 
 /// Reads from the descriptor as OutputBuffer does and reports a failure: with report_failed_read,
 /// or "Cannot allocate memory" through messlog2.
-OutputBuffer::Outcome read_and_report(OutputBuffer& buffer, int fd);
+[[nodiscard]] OutputBuffer::Outcome read_and_report(OutputBuffer& buffer, int fd);
 
 /// Runs the program with the caller's standard input, collects its standard output and, unless
 /// `errors` is null, its standard error, and hands the texts over. Returns the status of the
 /// program, or -1 with errno after reporting through messlog2. Nothing is thrown: a child that has
 /// been started is always waited for.
-int run_captured(CapturedStream& output, CapturedStream* errors, const char* path,
-                 char* const argv[]);
+[[nodiscard]] int run_captured(CapturedStream& output, CapturedStream* errors, const char* path,
+                               char* const argv[]);
 
 }  // namespace tolva

@@ -37,12 +37,12 @@ void report_failed_execv(const char* path, int error);
 /// become the program says so on its standard error and ends with status 255, through _exit(2):
 /// what the caller registered with atexit(3) or holds in stdio buffers is the caller's alone. No
 /// signal handler of the caller runs in the child.
-pid_t start(const Streams& wanted, const char* path, char* const argv[],
-            ExecFailureReport report = report_failed_execv);
+[[nodiscard]] pid_t start(const Streams& wanted, const char* path, char* const argv[],
+                          ExecFailureReport report = report_failed_execv);
 
 /// Waits for the end of that child, whatever signals arrive meanwhile. Returns the status as from
 /// waitpid(2), or -1 with errno.
-int wait_for(pid_t pid);
+[[nodiscard]] int wait_for(pid_t pid);
 
 /// strerror(3) without a buffer or a locale; async-signal-safe.
 const char* reason(int error);
@@ -62,7 +62,7 @@ using ArgumentVector = CPointer<char*[]>;
 
 /// The const char* arguments of a variable list up to and including the null pointer that ends it.
 /// Null with errno ENOMEM when there is no memory.
-ArgumentVector collect_arguments(va_list arguments);
+[[nodiscard]] ArgumentVector collect_arguments(va_list arguments);
 
 /// Reports "malloc() failed: %s" with the pending error through messlog2, which keeps errno.
 void report_failed_malloc(int status);
@@ -70,7 +70,7 @@ void report_failed_malloc(int status);
 /// Calls run(argv) with the arguments of a variable list. When there is no memory for them, reports
 /// "malloc() failed: %s" through messlog2 with that status and returns -1.
 template <typename Run>
-int with_arguments(va_list arguments, int status, Run run) {
+[[nodiscard]] int with_arguments(va_list arguments, int status, Run run) {
     const ArgumentVector argv = collect_arguments(arguments);
     if (argv == nullptr) {
         report_failed_malloc(status);

@@ -15,7 +15,7 @@ struct ConfTableDeleter {
 using ConfTableHandle = std::unique_ptr<conf_table, ConfTableDeleter>;
 
 /// An empty table; null when there is no memory.
-inline ConfTableHandle new_conf_table() {
+[[nodiscard]] inline ConfTableHandle new_conf_table() {
     return ConfTableHandle(conf_new_r());
 }
 

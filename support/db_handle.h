@@ -33,11 +33,11 @@ using ResultHandle = std::unique_ptr<MYSQL_RES, ResultDeleter>;
 /// still to come, and would be taken for the answer to the next statement. The connection is cut
 /// off then: every further statement fails at once, and closing it does not wait. An error that the
 /// server sent leaves the connection usable.
-bool send_query(MYSQL* connection, std::string_view statement);
+[[nodiscard]] bool send_query(MYSQL* connection, std::string_view statement);
 
 /// mysql_store_result(3), owned: the rows of the statement just sent, or null, with an error number
 /// at the handle unless it was one without rows. What send_query does if the client itself stopped
 /// reading, this does, too.
-ResultHandle store_result(MYSQL* connection);
+[[nodiscard]] ResultHandle store_result(MYSQL* connection);
 
 }  // namespace tolva::db

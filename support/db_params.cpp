@@ -30,7 +30,7 @@ class BorrowedOrOwn {
         : own_(borrowed == nullptr ? db_connect() : nullptr),
           connection_(borrowed != nullptr ? borrowed : own_.get()) {}
 
-    MYSQL* get() const { return connection_; }
+    [[nodiscard]] MYSQL* get() const { return connection_; }
 
   private:
     ConnectionHandle own_;

@@ -25,9 +25,9 @@ class AdminPassword {
     /// Reads the first line of kFile, at most kMostBytes, without the line feed
     /// at its end; a carriage return there is part of it. False with errno and the reason
     /// in err, a buffer of that size; errno is 0 if the file is empty.
-    bool read(char* err, std::size_t size);
+    [[nodiscard]] bool read(char* err, std::size_t size);
 
-    const char* text() const { return text_.data(); }
+    [[nodiscard]] const char* text() const { return text_.data(); }
 
   private:
     std::array<char, kMostBytes + 1> text_{};

@@ -38,11 +38,11 @@ class Patience {
     /// To be called after a passing refusal. Waits a moment and returns true, or returns false at
     /// once if patience has run out, or if the try took longer than all of it: a server that is
     /// silent is not asked twice.
-    bool wait();
+    [[nodiscard]] bool wait();
 
     /// The limit in seconds for the next try to connect: `most` before the first refusal, what is
     /// left of the patience after it.
-    unsigned seconds_for_try(unsigned most) const;
+    [[nodiscard]] unsigned seconds_for_try(unsigned most) const;
 
   private:
     using Clock = std::chrono::steady_clock;

@@ -42,7 +42,8 @@ bool is_utf8_wanted(const char* setting) {
 }
 
 bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size) {
-    send_query(connection, "set foreign_key_checks=0");  // an old server may not know it
+    // An old server may not know it.
+    static_cast<void>(send_query(connection, "set foreign_key_checks=0"));
 
     if (!send_query(connection, "SHOW VARIABLES LIKE 'version'")) {
         return fail(connection, "query version", err, size);

@@ -26,6 +26,6 @@ bool is_utf8_wanted(const char* setting);
 
 /// Sets the session up. Returns true with the session's mode in utf8_mode, or false with the reason
 /// in err if a step fails.
-bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size);
+[[nodiscard]] bool set_up_session(MYSQL* connection, bool& utf8_mode, char* err, size_t size);
 
 }  // namespace tolva::db

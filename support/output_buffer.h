@@ -19,22 +19,22 @@ class OutputBuffer {
     OutputBuffer(char* text, std::size_t length, std::size_t capacity);
 
     /// Makes room for more text and the NUL; false with errno ENOMEM.
-    bool reserve();
+    [[nodiscard]] bool reserve();
 
     /// Reads until end of file (kEnded) or until a non-blocking descriptor has nothing more for now
     /// (kPending). kNoMemory and kFailed set errno. What was read so far is kept.
-    Outcome read_from(int descriptor);
+    [[nodiscard]] Outcome read_from(int descriptor);
 
     /// Reads to the end of file and keeps nothing.
     static void drain(int descriptor);
 
     /// Never null.
-    const char* text() const { return text_ != nullptr ? text_.get() : ""; }
-    std::size_t length() const { return length_; }
-    std::size_t capacity() const { return capacity_; }
+    [[nodiscard]] const char* text() const { return text_ != nullptr ? text_.get() : ""; }
+    [[nodiscard]] std::size_t length() const { return length_; }
+    [[nodiscard]] std::size_t capacity() const { return capacity_; }
 
     /// Hands the text over, to be freed with free(3); null if nothing was ever reserved.
-    char* release() { return text_.release(); }
+    [[nodiscard]] char* release() { return text_.release(); }
 
   private:
     CPointer<char> text_;

@@ -59,7 +59,7 @@ class Output {
   public:
     Output(char* destination, std::size_t size) : destination_(destination), size_(size) {}
 
-    bool fits(std::size_t length) const { return length <= size_ - written_; }
+    [[nodiscard]] bool fits(std::size_t length) const { return length <= size_ - written_; }
 
     // Each false if the text had to be cut.
     bool add_literal(const char* text, std::size_t length) {
