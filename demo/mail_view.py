@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """Mails as a person wants to see them on a terminal. What comes from a mail is made printable."""
 
 import email

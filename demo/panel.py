@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """The private world of the autoresponder: its panel, what it is said to do, and what it does."""
 
 import json

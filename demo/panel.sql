@@ -1,3 +1,5 @@
+-- SPDX-License-Identifier: Apache-2.0
+
 -- The sample panel: two domains, the second name of one, and mailboxes with responders of every kind.
 
 insert into clients (id, login, pname, email) values

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """show.py PROGRAMS sample|dump [RECIPIENT]
 
 Shows in the private world what autoresponderctl says of a message and what the autoresponder then

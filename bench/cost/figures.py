@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """What the measured figures say: a file of measure.py, taken apart."""
 
 import json

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The least that a program can do to answer a message, in plain C: what the autoresponder costs is
 // measured beside this. It reads the message, keeps a copy of it on disk, connects to the panel's
 // database, sends the statements that the autoresponder sends for the panel of this benchmark,

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """measure.py [--quick] PROGRAMS STATIC_PROGRAMS FILE
 
 Measures in the private world what a message costs, and writes it to FILE, as JSON. PROGRAMS and

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """The messages of the benchmark."""
 
 RECIPIENT = "user@example.com"

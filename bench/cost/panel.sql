@@ -1,3 +1,5 @@
+-- SPDX-License-Identifier: Apache-2.0
+
 -- The panel of the benchmark. The keys are such as a panel has for its own look-ups: without them the
 -- server would read whole tables, and processes would wait for each other's rows.
 

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """pictures.py FILE DIRECTORY: draws what measure.py has written to FILE, as SVG in DIRECTORY."""
 
 import io

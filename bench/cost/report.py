@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """report.py FILE: prints the tables of what measure.py has written to FILE, in Markdown."""
 
 import pathlib

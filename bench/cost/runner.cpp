@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // runner PROCESSES OUTPUT PROGRAM [ARGUMENT]...
 //
 // Starts PROGRAM once for each line of standard input, "RECIPIENT FILE", with the file as its

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """The private world of the benchmark: its panel, its database server, and runs of programs in it."""
 
 import os

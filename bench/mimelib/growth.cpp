@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Prints how the time for reading each hostile shape grows when the shape grows tenfold, and how
 // much memory the reading takes, in multiples of the message and beyond it. Ends with status 1 when
 // a time grows by more than a factor of twelve or the memory is more than four times the message.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Reads the same messages with mimelib and with GMime, pair by pair. Both start from the message in
 // memory and do not copy it.
 

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """cluster.py PROGRAM MARIADB_SERVER: shows what becomes of messages that are answered by way of two
 nodes of a Galera cluster. To be started by `run`, in a private world whose network is its own.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Every allocation of a run fails in turn, alone or with all that follow.
 
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/faults/database_tap.h"
 
 #include <poll.h>

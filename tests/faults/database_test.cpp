@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The database goes away between any two statements of a run, or in the middle of one.
 
 #include <sys/prctl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // To be preloaded: has an allocation of the program fail, counted from the beginning of main() on.
 // The variable FAILING_ALLOCATION says which one: "7" the seventh, "7+" that one and all later
 // ones, "7>1000" the seventh of those of more than 1000 bytes, "0" none. The file that

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/faults/faults.h"
 
 #include <sys/prctl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The fixture of the fault tests: runs in which something goes wrong, and the figures.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/faults/full_run.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A run that does everything the program can do, and what has to hold of it whatever goes wrong.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Messages of a size that nobody sends in earnest: they are answered like others.
 
 #include <fcntl.h>

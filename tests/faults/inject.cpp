@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // inject [--log FILE] FAULT PROGRAM [ARGUMENT]...
 //
 // Runs PROGRAM, has something happen at one of its system calls, and ends as PROGRAM does; 125 when

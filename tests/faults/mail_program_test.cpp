@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The mail program cannot be started, or ends early at every stage.
 
 #include <sys/stat.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Signals at random times of a run.
 
 #include <array>

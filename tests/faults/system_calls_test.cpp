@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Every system call of a run fails in turn, in the program itself and in its children as long as
 // they are not yet the mail program: alone, with all later ones of the same kind, or in part. And
 // every signal arrives at every one of them.

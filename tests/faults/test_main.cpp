@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // fault_tests PROGRAM CONTROL_PROGRAM MAIL_PROGRAM INJECTOR FAILING_ALLOCATIONS [every-fault]
 // [GoogleTest's options]: to be started by private_world.
 

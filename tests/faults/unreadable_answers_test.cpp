@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The client library runs out of memory in the middle of an answer. The rest of it is still on its
 // way and would be waited for, or taken for the answer to the next statement.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // autoresponderctl answered: whom a mailbox answered today, and how to forget it.
 
 #include <sys/wait.h>

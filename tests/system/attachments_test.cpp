@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Files from the attachment repository, as parts of the reply.
 
 #include <sys/resource.h>

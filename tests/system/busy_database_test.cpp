@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A database server that has no room for a while, or goes away for a while.
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // autoresponderctl check: whether the autoresponder has everything that it needs.
 
 #include <sys/stat.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Statements that the server rolls back for a deadlock.
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Size limit and submission of the reply.
 
 #include <sys/stat.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Sending the incoming message on to the addresses of a responder.
 
 #include <sys/resource.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the program makes of the incoming message: sender, recipient, subject, body.
 
 #include <sys/socket.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The private world's /usr/sbin/sendmail: stores what it is given; see mail_program.h.
 
 #include "tests/system/mail_program.h"

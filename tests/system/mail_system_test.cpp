@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a real mail system does with the mail: the mail server dma takes it through its own
 // /usr/sbin/sendmail and delivers it to mailboxes of this machine, where it is read back.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the owner of a mailbox, who is not root, can make the program give away: nothing but what
 // the owner could read anyway.
 

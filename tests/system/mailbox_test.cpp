@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Finding the mailbox: directly, through aliases, or not at all; and the database itself missing.
 
 #include <filesystem>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The notice to the owner of a domain about files that are not in the attachment repository.
 
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The setting AUTORESPONDER_ONLY_PEOPLE: what is not answered with it and is without it, and what
 // replies bear.
 

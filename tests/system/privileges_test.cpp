@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The program as a set-user-ID one, started by somebody who is not root.
 
 #include <sys/mount.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Starts the program under test, and shows what can be seen of its run from outside.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Limits, closed descriptors and exhausted resources: the run ends with status 0, leaves no file
 // behind, and says so where a mail is lost.
 

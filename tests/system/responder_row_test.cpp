@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Which responder rows answer, and what a row with NULL columns means.
 
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How often a responder answers one sender, and whom it remembers.
 
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The reply's bytes: subject, headers, text.
 
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A run from its start to its end: loop checks, status, cleaning up.
 
 #include <sys/inotify.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Signals that reach the run: it ends with status 0, a line and no file, or goes on.
 
 #include <array>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // system_tests PROGRAM CONTROL_PROGRAM MAIL_PROGRAM [GoogleTest's options]: to be started by
 // private_world.
 

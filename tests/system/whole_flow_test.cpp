@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Several responders of different kinds answering one message.
 
 #include <string>

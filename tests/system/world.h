@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The fixture of the system tests: the private world, cleaned before each test, with a small panel.

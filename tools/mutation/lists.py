@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """The lists of changes, and what there is to try: what they list and what the operators make."""
 
 import dataclasses

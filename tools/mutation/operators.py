@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """The operators: changes that are made of any source, each where it can be expected to show."""
 
 import dataclasses

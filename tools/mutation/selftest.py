@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """A test of the tool itself: what the operators make of sample.txt, and what lists may hold."""
 
 import pathlib

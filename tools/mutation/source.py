@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """A C or C++ source as tokens and blocks, as far as changing it takes."""
 
 import bisect

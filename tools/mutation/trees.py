@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """Copies of the tree, in which changes are made, built and tested."""
 
 import glob

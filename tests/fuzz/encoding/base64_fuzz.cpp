@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The C functions of encoding/base64.h on buffers of exactly the documented sizes, and the lenient
 // decoder on what they encode.
 #include <cstddef>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Charset recoding. The first byte of the input selects a charset, or says that its name follows,
 // up to the first line feed; the rest is the text.
 #include <array>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Field bodies: whatever a stranger writes as a subject, and whatever is put into a reply's header.
 #include <algorithm>
 #include <cstddef>

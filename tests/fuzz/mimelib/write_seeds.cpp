@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes the seeds of the fuzz targets: write_seeds VECTORS DIRECTORY
 
 #include <exception>

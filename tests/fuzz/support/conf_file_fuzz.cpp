@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Reads any bytes as a configuration file and compares what it defines with another reading.
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Replaces placeholders in any text, from any table, and compares with the reference.
 //
 // Input: a byte of flags, a quarter of the destination's size, the two delimiters, lines

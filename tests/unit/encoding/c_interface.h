@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* Calls from C into the headers that are C interfaces, for c_interface_test.cpp. */
 #ifndef TESTS_UNIT_ENCODING_C_INTERFACE_H
 #define TESTS_UNIT_ENCODING_C_INTERFACE_H

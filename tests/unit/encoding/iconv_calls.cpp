@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/unit/encoding/iconv_calls.h"
 
 #include <dlfcn.h>

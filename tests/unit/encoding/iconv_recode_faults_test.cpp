@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The calls of iconv(3) that a conversion makes, and failures that no text can cause.
 #include <cerrno>
 #include <stdexcept>

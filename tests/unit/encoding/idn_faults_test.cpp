@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How libidn is called, and results that it does not return on demand. Its functions are shadowed.
 #include <idna.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The conversions that decoding a field body opens, and failures that no text can cause.
 #include <stdexcept>
 #include <string>

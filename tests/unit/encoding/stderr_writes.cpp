@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/unit/encoding/stderr_writes.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "mimelib/src/address_elements.h"
 
 #include <string>

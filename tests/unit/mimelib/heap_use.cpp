@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/unit/mimelib/heap_use.h"
 
 #include <malloc.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Messages that would take minutes, more stack than there is, or many times their size in memory,
 // if anything took time in proportion to the square of the input, recursed on it, or kept an object
 // for each of its elements.

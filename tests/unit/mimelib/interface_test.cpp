@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the program relies on of the interface, checked by the compiler: it holds for an installed
 // library too.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <gtest/gtest.h>
 #include <mimelib/enum.h>
 #include <mimelib/field_body.h>

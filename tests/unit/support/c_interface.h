@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+
 /* What a program in C makes of the library. Each function writes what it saw to seen, a buffer of
  * that size. */
 #ifndef TESTS_UNIT_SUPPORT_C_INTERFACE_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /// Runs code that ends the process, or that needs a process of its own, in a child. What the code
 /// saw there is compared in the parent, so that a test that fails tells what it was.
 #pragma once

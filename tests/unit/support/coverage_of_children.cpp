@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Coverage counters are written at exit(3). Forked children that leave through _exit(2) have theirs
 // written here, in place of that call (the linker's --wrap).
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "support/db_password.h"
 
 #include <fcntl.h>

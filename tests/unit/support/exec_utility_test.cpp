@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "support/exec_utility.h"
 
 #include <sys/wait.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /// Lets an allocation of the code under test fail. For programs linked with the linker's --wrap for
 /// malloc, calloc, realloc, reallocarray and strdup (see CMakeLists.txt), which reaches the calls
 /// of the objects linked in, not those inside the C library. operator new counts as a malloc.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 /// System calls that fail, by a filter of the kernel's. A filter cannot be removed, so this is for

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "support/output_buffer.h"
 
 #include <fcntl.h>

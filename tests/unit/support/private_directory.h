@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /// A directory of the machine replaced, for one process, by an empty one.
 #pragma once
 

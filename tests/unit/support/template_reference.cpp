@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/unit/support/template_reference.h"
 
 #include <algorithm>

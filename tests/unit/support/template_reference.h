@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /// Another way to the result of templ_replace: the straightforward one, with strings.
 #pragma once
 
