@@ -29,11 +29,9 @@ namespace autoresponder::control {
 
 namespace {
 
+using tolva::db::AdminPassword;
+
 constexpr int kThingWidth = 14;
-const char* const kConfiguration = tva_conf_file;
-constexpr const char* kPasswordFile = tolva::db::AdminPassword::kFile;
-constexpr const char* kMailProgram = MailProgram::kPath;
-constexpr const char* kSizeLimitFile = SizeLimit::kFile;
 
 std::string octal(mode_t mode) {
     std::array<char, 8> text{};
@@ -42,14 +40,14 @@ std::string octal(mode_t mode) {
 }
 
 void check_configuration(Checklist& checklist) {
-    if (access(kConfiguration, F_OK) != 0 && errno == ENOENT) {
+    if (access(tva_conf_file, F_OK) != 0 && errno == ENOENT) {
         checklist.good("configuration",
-                       std::string(kConfiguration) + " is not there, compiled defaults apply");
+                       std::string(tva_conf_file) + " is not there, compiled defaults apply");
     } else if (autoprepend() != 0) {
-        checklist.to_do("configuration", std::string("make ") + kConfiguration +
+        checklist.to_do("configuration", std::string("make ") + tva_conf_file +
                                              " readable: " + std::strerror(errno));
     } else {
-        checklist.good("configuration", kConfiguration);
+        checklist.good("configuration", tva_conf_file);
     }
 }
 
@@ -85,15 +83,15 @@ std::string first_line_of(const char* path) {
 }
 
 void check_password_file(Checklist& checklist) {
-    const std::string name = kPasswordFile;
+    const std::string name = AdminPassword::kFile;
     struct stat status {};
-    if (stat(kPasswordFile, &status) != 0) {
+    if (stat(AdminPassword::kFile, &status) != 0) {
         checklist.to_do("password file", "put the password of the database user admin into " +
                                              name + ": " + std::strerror(errno));
         return;
     }
-    const std::string password = first_line_of(kPasswordFile);
-    if (access(kPasswordFile, R_OK) != 0) {
+    const std::string password = first_line_of(AdminPassword::kFile);
+    if (access(AdminPassword::kFile, R_OK) != 0) {
         checklist.to_do("password file",
                         "run this as root, " + name + " cannot be read: " + std::strerror(errno));
     } else if (status.st_uid != 0) {
@@ -105,7 +103,7 @@ void check_password_file(Checklist& checklist) {
     } else if (password.empty()) {
         checklist.to_do("password file",
                         "write the password into the first line of " + name + ": it is empty");
-    } else if (password.size() > tolva::db::AdminPassword::kMostBytes) {
+    } else if (password.size() > AdminPassword::kMostBytes) {
         checklist.to_do("password file",
                         "choose a shorter password: only 99 characters of " + name + " are read");
     } else if (password.ends_with('\r')) {
@@ -118,25 +116,25 @@ void check_password_file(Checklist& checklist) {
 
 void check_mail_program(Checklist& checklist) {
     struct stat status {};
-    if (stat(kMailProgram, &status) != 0) {
-        checklist.to_do("mail program", std::string("install one as ") + kMailProgram + ": " +
+    if (stat(MailProgram::kPath, &status) != 0) {
+        checklist.to_do("mail program", std::string("install one as ") + MailProgram::kPath + ": " +
                                             std::strerror(errno));
-    } else if (!S_ISREG(status.st_mode) || access(kMailProgram, X_OK) != 0) {
-        checklist.to_do("mail program", std::string("make ") + kMailProgram + " executable");
+    } else if (!S_ISREG(status.st_mode) || access(MailProgram::kPath, X_OK) != 0) {
+        checklist.to_do("mail program", std::string("make ") + MailProgram::kPath + " executable");
     } else {
-        checklist.good("mail program", kMailProgram);
+        checklist.good("mail program", MailProgram::kPath);
     }
 }
 
 void check_size_limit(Checklist& checklist) {
-    const std::string file = kSizeLimitFile;
-    if (access(kSizeLimitFile, F_OK) != 0 && errno == ENOENT) {
+    const std::string file = SizeLimit::kFile;
+    if (access(SizeLimit::kFile, F_OK) != 0 && errno == ENOENT) {
         checklist.good("size limit", "none: " + file + " is not there");
-    } else if (access(kSizeLimitFile, R_OK) != 0) {
+    } else if (access(SizeLimit::kFile, R_OK) != 0) {
         checklist.to_do("size limit", "make " + file + " readable: " + std::strerror(errno));
     } else if (const auto limit = SizeLimit::of_mail_system().bytes()) {
         checklist.good("size limit", std::to_string(*limit) + " bytes");
-    } else if (first_line_of(kSizeLimitFile) == "0") {
+    } else if (first_line_of(SizeLimit::kFile) == "0") {
         checklist.good("size limit", "none: " + file + " holds 0");
     } else {
         checklist.to_do("size limit", "write a number of bytes into " + file +
@@ -152,8 +150,8 @@ std::string remedy_for(const std::string& reason) {
         case ER_DBACCESS_DENIED_ERROR:
             return "grant admin its rights, for instance those of grants.sql: " + reason;
         case ER_ACCESS_DENIED_ERROR:
-            return std::string("correct the password in the first line of ") + kPasswordFile +
-                   ": " + reason;
+            return std::string("correct the password in the first line of ") +
+                   AdminPassword::kFile + ": " + reason;
         default:
             return "look at the database server: " + reason;
     }

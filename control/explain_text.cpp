@@ -120,7 +120,7 @@ std::string message_of(const Explanation& explanation) {
 }
 
 std::string condition_of(const ResponderRow& row, const ExplainedResponder& explained) {
-    if (row.key_place == KeyPlace::kNowhere) {
+    if (row.key_place == KeyPlace::kNoKey) {
         return "none, it answers everything";
     }
     std::string text = "\"" + cut(printable(row.key)) + "\" in the " + word_of(row.key_place) +

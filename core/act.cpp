@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/ending.h"
+#include "core/message/dw_string.h"
 #include "core/message/mail_content.h"
 #include "core/send/delivery.h"
 #include "core/send/forward.h"
@@ -17,10 +18,11 @@ namespace {
 
 class Act : public Ending {
   public:
-    explicit Act(tolva::Result<void> copy) : Ending(Effects::kReal), copy_(copy) {}
+    explicit Act(tolva::Result<void> copy_whole)
+        : Ending(Effects::kReal), copy_whole_(copy_whole) {}
 
     int forward(const ResponderStory& responder, const Mail_content& mail) override {
-        return send_copy(mail.to, responder.forwards, copy_);
+        return send_copy(mail.to, responder.forwards, copy_whole_);
     }
 
     int notify(const ResponderStory& /*responder*/, const MissingFileNotice& notice,
@@ -34,14 +36,14 @@ class Act : public Ending {
     }
 
   private:
-    const tolva::Result<void> copy_;
+    const tolva::Result<void> copy_whole_;
 };
 
 }  // namespace
 
-void act(DwString text, Audience audience, tolva::Result<void> copy, Story& story) {
-    Act ending(copy);
-    walk(std::exchange(text, DwString()), audience, story, ending);
+void act(DwString text, Audience audience, tolva::Result<void> copy_whole, Story& story) {
+    Act ending(copy_whole);
+    walk(take(text), audience, story, ending);
 }
 
 int db_mail_act(Mail_content* mail) {

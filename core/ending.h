@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "core/reply/reply.h"
+#include "core/reply/size_limit.h"
 #include "support/descriptor.h"
 
 namespace autoresponder {
@@ -21,8 +21,6 @@ class Ending {
     };
 
     explicit Ending(Effects effects) : effects_(effects) {}
-    Ending(const Ending&) = delete;
-    Ending& operator=(const Ending&) = delete;
     virtual ~Ending() = default;
 
     [[nodiscard]] Effects effects() const { return effects_; }

@@ -2,11 +2,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <utility>
 
 #include <mimelib/mimepp.h>
 
 #include "core/act.h"
+#include "core/message/dw_string.h"
 #include "core/message/incoming_message.h"
 #include "core/message/message_copy.h"
 #include "core/run/diagnostics.h"
@@ -38,7 +38,7 @@ void answer_message(Story& story, Audience audience) {
         return;
     }
     DwString text = receive_message(*copy);
-    act(std::exchange(text, DwString()), audience, copy->whole(), story);
+    act(take(text), audience, copy->whole(), story);
 }
 
 void run() {

@@ -13,10 +13,10 @@ void ResponderStory::refuse(std::string why) {
     reason = std::move(why);
 }
 
-void ResponderStory::note_end(std::string_view mail, int status) {
-    const std::string end = bad_end(status);
+void ResponderStory::note_status(std::string_view mail, int status) {
+    const std::string end = bad_status(status);
     if (!end.empty()) {
-        bad_ends.push_back(std::string("mail program").append(mail).append(" ").append(end));
+        bad_statuses.push_back(std::string("mail program").append(mail).append(" ").append(end));
     }
 }
 

@@ -35,13 +35,13 @@ struct ResponderStory {
     std::vector<std::string> forwards = {};
     Attachments attachments = {};
     /// The mail programs that ended badly, such as "mail program ended with status 111".
-    std::vector<std::string> bad_ends = {};
+    std::vector<std::string> bad_statuses = {};
 
     void refuse(std::string why);
 
     /// Notes how the mail program with that wait status ended, unless it ended well. `mail` names
     /// the mail, such as " for the forward"; it is empty for the reply.
-    void note_end(std::string_view mail, int status);
+    void note_status(std::string_view mail, int status);
 };
 
 struct Story {

@@ -38,7 +38,7 @@ std::string outcomes(const Story& story) {
         all.append(all.empty() ? "" : "; ").append(responder.row.id);
         all.append(kOutcomes.at(static_cast<std::size_t>(responder.verdict)));
         all.append(responder.reason.empty() ? "" : ", ").append(responder.reason);
-        for (const std::string& end : responder.bad_ends) {
+        for (const std::string& end : responder.bad_statuses) {
             all.append(", ").append(end);
         }
     }

@@ -8,6 +8,7 @@
 
 #include "core/ending.h"
 #include "core/files/attachment_repository.h"
+#include "core/message/dw_string.h"
 #include "core/message/header_fields.h"
 #include "core/message/incoming_message.h"
 #include "core/panel/mailbox.h"
@@ -16,10 +17,11 @@
 #include "core/panel/session.h"
 #include "core/people/automatic_mail.h"
 #include "core/people/loop_check.h"
-#include "core/people/personal_mail.h"
+#include "core/people/recipient_check.h"
 #include "core/reply/reply.h"
 #include "core/reply/reply_file.h"
 #include "core/reply/reply_marks.h"
+#include "core/reply/size_limit.h"
 #include "core/run/diagnostics.h"
 #include "core/run/run_end.h"
 #include "core/send/delivery.h"
@@ -35,7 +37,7 @@ namespace {
 // Whether the message yields what a reply needs.
 bool can_be_answered(DwString text, Audience audience, Story& story) {
     const char* recipient = story.recipient ? story.recipient->c_str() : nullptr;
-    MessageAnalysis message = analyse_message(std::move(text), recipient, audience);
+    MessageAnalysis message = analyse_message(take(text), recipient, audience);
     if (message.objection != nullptr) {
         give_up(story, message.objection);
         return false;
@@ -56,7 +58,7 @@ bool would_loop(Story& story) {
 }
 
 // Reports that the message is not a person's, and returns why nobody answers it.
-std::string refuse_machine(Story& story, const std::string& rule) {
+std::string note_not_a_person(Story& story, const std::string& rule) {
     report("autoresponder: Not answered: ", rule);
     story.not_a_person = rule;
     return "only people are answered: " + rule;
@@ -66,7 +68,7 @@ bool is_from_machine(Story& story) {
     const HeaderFields header(story.message->header);
     const auto rule = machine_reason(story.message->content, envelope_sender(header), header);
     if (rule) {
-        story.reason = refuse_machine(story, *rule);
+        story.reason = note_not_a_person(story, *rule);
     }
     return rule.has_value();
 }
@@ -91,7 +93,7 @@ class MailboxWalk {
     }
 
     void go() {
-        if (!has_mailbox() || !has_applying_responder() || is_impersonal()) {
+        if (!look_up_mailbox() || !select_responders() || is_impersonal()) {
             return;
         }
         const AttachmentRepository repository(*story_.mailbox);
@@ -103,7 +105,7 @@ class MailboxWalk {
     }
 
   private:
-    bool has_mailbox() {
+    bool look_up_mailbox() {
         story_.mailbox = find_mailbox(session_, recipient_);
         if (!story_.mailbox) {
             report("autoresponder: Mailname not found: ", mail_.to_mailname, "@", mail_.to_domain);
@@ -112,7 +114,7 @@ class MailboxWalk {
         return story_.mailbox.has_value();
     }
 
-    bool has_applying_responder() {
+    bool select_responders() {
         for (ResponderRow& row : read_responders(session_, story_.mailbox->id)) {
             story_.responders.push_back({.row = std::move(row)});
         }
@@ -135,7 +137,7 @@ class MailboxWalk {
         }
         const auto rule = impersonal_reason(session_, mail_, *story_.mailbox, header_);
         if (rule) {
-            const std::string reason = refuse_machine(story_, *rule);
+            const std::string reason = note_not_a_person(story_, *rule);
             for (ResponderStory* responder : applying_) {
                 responder->refuse(reason);
             }
@@ -156,7 +158,7 @@ class MailboxWalk {
         responder.header = safe_header_values(responder.row);
         responder.forwards = forward_addresses(session_, responder.row.id);
         if (!responder.forwards.empty()) {
-            responder.note_end(" for the forward", ending_.forward(responder, mail_));
+            responder.note_status(" for the forward", ending_.forward(responder, mail_));
         }
         // Every reply takes the next boundary of the run, whether or not it attaches anything.
         const std::string boundary = makeBoundaryStr();
@@ -167,7 +169,7 @@ class MailboxWalk {
             session_.close();  // others may be waiting for it while the mail program runs
         }
         if (notice) {
-            responder.note_end(" for the notice", ending_.notify(responder, *notice, mail_));
+            responder.note_status(" for the notice", ending_.notify(responder, *notice, mail_));
         }
         reply(responder, file,
               {responder.row, responder.header, marks_, repository, responder.attachments.present,
@@ -188,7 +190,8 @@ class MailboxWalk {
             const ReplyKind kind = compose_reply(file, mail_, source);
             tolva::Descriptor contents = file.open();
             const Envelope envelope = reply_envelope(mail_);
-            responder.note_end("", ending_.reply(responder, std::move(contents), envelope, kind));
+            responder.note_status("",
+                                  ending_.reply(responder, std::move(contents), envelope, kind));
         });
         if (sent) {
             responder.verdict = Verdict::kAnswered;
@@ -213,7 +216,7 @@ class MailboxWalk {
 }  // namespace
 
 void walk(DwString text, Audience audience, Story& story, Ending& ending) {
-    if (!can_be_answered(std::exchange(text, DwString()), audience, story) || would_loop(story)) {
+    if (!can_be_answered(take(text), audience, story) || would_loop(story)) {
         return;
     }
     if (audience == Audience::kOnlyPeople && is_from_machine(story)) {

@@ -9,7 +9,7 @@
 
 #include "support/db_handle.h"
 #include "support/db_password.h"
-#include "support/db_retry.h"
+#include "support/db_patience.h"
 #include "support/db_session.h"
 #include "support/log.h"
 

@@ -10,7 +10,7 @@
  * process-wide flag is kept and nothing is locked: this is for single-threaded programs.
  *
  * A server that refuses only for the moment, because it is being restarted or has too many sessions
- * (see is_passing in support/db_retry.h), is asked again, with growing pauses, until 5 seconds
+ * (see is_passing in support/db_patience.h), is asked again, with growing pauses, until 5 seconds
  * after the first refusal; the same goes for a connection that is lost while its session is set up.
  *
  * The functions that take an error buffer write the reason for a failure into it as one line, cut

@@ -59,7 +59,7 @@ std::string AttachmentRepository::path(const std::string& name) const {
 
 bool AttachmentRepository::has(const std::string& name) const {
     if (climbs(name)) {
-        return true;
+        return true;  // no notice about it; open refuses it
     }
     const auto found = look_up_guarded(root_, path_ + "/" + name, [](const GuardedPath& path) {
         struct stat status {};

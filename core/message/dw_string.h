@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <mimelib/mimepp.h>
 
@@ -15,6 +16,12 @@ inline std::string_view to_view(const DwString& text) {
 
 inline std::string to_string(const DwString& text) {
     return std::string(to_view(text));
+}
+
+/// Moves the text out of `text`. Copies share one buffer, and there is no move: a large message
+/// would stay in memory as long as anything that it was copied from.
+inline DwString take(DwString& text) {
+    return std::exchange(text, DwString());
 }
 
 }  // namespace autoresponder

@@ -25,11 +25,8 @@ class HeaderFields {
 
     class Iterator {
       public:
-        using iterator_category = std::input_iterator_tag;
         using value_type = HeaderField;
         using difference_type = std::ptrdiff_t;
-        using pointer = const HeaderField*;
-        using reference = const HeaderField&;
 
         Iterator() = default;
         explicit Iterator(std::string_view header) : rest_(header), at_end_(false) { ++*this; }

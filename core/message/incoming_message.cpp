@@ -132,7 +132,7 @@ DwString receive_message(MessageCopy& copy) {
 }
 
 MessageAnalysis analyse_message(DwString text, const char* recipient, Audience audience) {
-    MessageParts parts = take_apart(std::exchange(text, DwString()), recipient, audience);
+    MessageParts parts = take_apart(take(text), recipient, audience);
     if (parts.analysis.objection == nullptr) {
         Mail_content& content = parts.analysis.content;
         content.charset = parts.text.charset;

@@ -52,7 +52,8 @@ struct MessageAnalysis {
 MessageAnalysis analyse_message(DwString text, const char* recipient, Audience audience);
 
 /// Reads the incoming message, keeps a copy of it and fills `mail` from it and from the environment
-/// variable RESP_RECIPIENT.
+/// variable RESP_RECIPIENT. For tools of the panel; the program itself calls receive_message and
+/// walk.
 ///
 /// Returns 0 when `mail` is filled and 1 when the message cannot be answered; the reason is then on
 /// standard error. Throws as analyse_message does. `mail` is untouched unless the result is 0.

@@ -19,11 +19,8 @@ class BodyLines {
 
     class Iterator {
       public:
-        using iterator_category = std::input_iterator_tag;
         using value_type = std::string_view;
         using difference_type = std::ptrdiff_t;
-        using pointer = const std::string_view*;
-        using reference = std::string_view;
 
         Iterator() = default;
         explicit Iterator(std::string_view text);
@@ -50,8 +47,8 @@ class BodyLines {
     std::string text_;
 };
 
-/// One incoming message, as far as the rest of the run needs it. The walk fills it and
-/// everybody else reads it. All fields are byte strings and may hold zero bytes.
+/// One incoming message, as far as the rest of the run needs it. analyse_message fills it. All
+/// fields are byte strings and may hold zero bytes.
 struct Mail_content {
     /// Sender: local part + "@" + domain, as written (no decoding, no case change).
     std::string from;

@@ -88,7 +88,7 @@ class FrequencyTable {
     const std::string& rn_id_;
 };
 
-// Whether the limits allow one more reply; no value means unlimited.
+// Whether the limits allow one more reply. No number stands for "unlimited".
 LimitDecision decide(FrequencyRecord record, const ResponderRow& responder) {
     LimitDecision decision;
     if (!record.replies) {

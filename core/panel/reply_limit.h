@@ -38,8 +38,8 @@ struct LimitDecision {
 LimitDecision check_limit(Session& session, const ResponderRow& responder,
                           const std::string& sender, Counting counting);
 
-/// The same for the responder `rn_id` and the sender of `mail`, counting the reply. Returns 1 when
-/// the reply may be sent, 0 when not.
+/// The same for the responder `rn_id` and the sender of `mail`, counting the reply, for tools of
+/// the panel that have a connection. Returns 1 when the reply may be sent, 0 when not.
 int can_response_freq(st_mysql* connection, Mail_content* mail, std::string rn_id,
                       std::string ans_freq, std::string mem_limit);
 

@@ -25,7 +25,7 @@ KeyPlace key_place(std::string_view key_where) {
     if (key_where == "subj") {
         return KeyPlace::kSubject;
     }
-    return key_where == "body" ? KeyPlace::kText : KeyPlace::kNowhere;
+    return key_where == "body" ? KeyPlace::kText : KeyPlace::kNoKey;
 }
 
 ResponderRow read_row(const QueryResult& rows) {
@@ -67,7 +67,7 @@ bool key_occurs(const ResponderRow& responder, const Mail_content& mail) {
             return std::ranges::any_of(mail.body_lines, [&responder](std::string_view line) {
                 return contains(line, responder.key);
             });
-        case KeyPlace::kNowhere:
+        case KeyPlace::kNoKey:
             break;
     }
     return true;

@@ -19,7 +19,7 @@ struct PanelNumber {
 };
 
 /// Where a responder looks for its key word.
-enum class KeyPlace { kNowhere, kSubject, kText };
+enum class KeyPlace { kNoKey, kSubject, kText };
 
 /// The values of a responder that stand in headers of its replies as they are.
 struct HeaderValues {
@@ -30,10 +30,10 @@ struct HeaderValues {
 
 /// One responder of a mailbox: a row of mail_resp, with the defaults that stand for SQL NULL.
 struct ResponderRow {
-    std::string id = {};                      ///< key of resp_attach, resp_freq and resp_forward
-    std::string key = {};                     ///< key word
-    KeyPlace key_place = KeyPlace::kNowhere;  ///< kNowhere: the responder answers everything
-    std::string text = {};                    ///< body of the reply, UTF-8
+    std::string id = {};                    ///< key of resp_attach, resp_freq and resp_forward
+    std::string key = {};                   ///< key word
+    KeyPlace key_place = KeyPlace::kNoKey;  ///< kNoKey: the responder answers everything
+    std::string text = {};                  ///< body of the reply, UTF-8
     bool on = true;
     PanelNumber ans_freq = PanelNumber();   ///< replies per sender and day
     PanelNumber mem_limit = PanelNumber();  ///< senders remembered

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "support/db_handle.h"
-#include "support/db_retry.h"
+#include "support/db_patience.h"
 
 /// The session with the panel's database, in which the core asks and changes everything:
 ///

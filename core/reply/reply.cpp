@@ -10,8 +10,6 @@
 
 #include "core/message/mail_content.h"
 #include "core/reply/attachment_part.h"
-#include "core/reply/reply_file.h"
-#include "core/reply/size_limit.h"
 #include "core/run/diagnostics.h"
 #include "encoding/iconv_recode.h"
 #include "encoding/idn.h"
@@ -80,19 +78,6 @@ void write_text(std::ostream& out, const ReplySource& source) {
 }
 
 }  // namespace
-
-ReplyKind compose_reply(const ReplyFile& file, const Mail_content& mail,
-                        const ReplySource& source) {
-    const auto written = file.write(SizeLimit::of_mail_system(),
-                                    [&](std::ostream& out) { write_reply(out, mail, source); });
-    if (written == ReplyFile::Written::kWhole) {
-        return ReplyKind::kReply;
-    }
-    file.write(SizeLimit::none(), [&](std::ostream& out) {
-        write_size_notice(out, mail, source.header.reply_to, source.marks);
-    });
-    return ReplyKind::kSizeNotice;
-}
 
 void write_reply(std::ostream& out, const Mail_content& mail, const ReplySource& source) {
     write_headers(out, mail, source);

@@ -12,7 +12,6 @@
 namespace autoresponder {
 
 class AttachmentRepository;
-class ReplyFile;
 struct Mail_content;
 
 /// What a reply is made of besides the message that it answers.
@@ -24,16 +23,6 @@ struct ReplySource {
     const std::vector<std::string>& attachments;  ///< names of the files, in order
     const std::string& boundary;                  ///< divides the parts
 };
-
-/// What goes out as the reply of a responder.
-enum class ReplyKind {
-    kReply,
-    kSizeNotice,  ///< the notice in place of a reply that exceeds the mail system's size limit
-};
-
-/// Composes the reply to `mail` in `file`. Throws SendError when it cannot be written whole, and
-/// std::bad_alloc.
-ReplyKind compose_reply(const ReplyFile& file, const Mail_content& mail, const ReplySource& source);
 
 /// Writes the reply to `mail`, headers and body (RFC 5322, RFC 2045 to 2047; lines end with a line
 /// feed).

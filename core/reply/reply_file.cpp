@@ -53,7 +53,7 @@ ReplyFile::~ReplyFile() {
 ReplyFile::Written ReplyFile::write(SizeLimit limit,
                                     const std::function<void(std::ostream&)>& contents) const {
     if (!file_) {
-        return Written::kWhole;
+        return Written::kWhole;  // open reports it
     }
     if (lseek(file_->get(), 0, SEEK_SET) != 0 || ftruncate(file_->get(), 0) != 0) {
         fail_to_write(errno);

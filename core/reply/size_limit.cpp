@@ -5,6 +5,8 @@
 #include <fstream>
 
 #include "core/message/mail_content.h"
+#include "core/reply/reply.h"
+#include "core/reply/reply_file.h"
 #include "core/reply/reply_marks.h"
 #include "encoding/rfc1522.h"
 
@@ -33,6 +35,19 @@ void write_size_notice(std::ostream& out, const Mail_content& mail, const std::s
         << "\n"
         << "\n"
         << "\n";
+}
+
+ReplyKind compose_reply(const ReplyFile& file, const Mail_content& mail,
+                        const ReplySource& source) {
+    const auto written = file.write(SizeLimit::of_mail_system(),
+                                    [&](std::ostream& out) { write_reply(out, mail, source); });
+    if (written == ReplyFile::Written::kWhole) {
+        return ReplyKind::kReply;
+    }
+    file.write(SizeLimit::none(), [&](std::ostream& out) {
+        write_size_notice(out, mail, source.header.reply_to, source.marks);
+    });
+    return ReplyKind::kSizeNotice;
 }
 
 }  // namespace autoresponder

@@ -9,8 +9,10 @@
 
 namespace autoresponder {
 
+class ReplyFile;
 class ReplyMarks;
 struct Mail_content;
+struct ReplySource;
 
 static_assert(sizeof(off_t) == 8, "a reply may be larger than 2 GiB");
 
@@ -46,5 +48,15 @@ class SizeLimit {
 /// `reply_to` is the responder's Reply-To address, may be empty.
 void write_size_notice(std::ostream& out, const Mail_content& mail, const std::string& reply_to,
                        const ReplyMarks& marks);
+
+/// What goes out as the reply of a responder.
+enum class ReplyKind {
+    kReply,
+    kSizeNotice,  ///< the notice in place of a reply that exceeds the mail system's size limit
+};
+
+/// Composes the reply to `mail` in `file`, or the notice in its place. Throws SendError when it
+/// cannot be written whole, and std::bad_alloc.
+ReplyKind compose_reply(const ReplyFile& file, const Mail_content& mail, const ReplySource& source);
 
 }  // namespace autoresponder

@@ -18,8 +18,7 @@ void open_standard_streams() {
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(fd, F_GETFD) == -1) {
             // The lowest free descriptor is this one.
-            const int opened = open("/dev/null", O_RDWR);
-            static_cast<void>(opened);
+            [[maybe_unused]] const int opened = open("/dev/null", O_RDWR);
         }
     }
 }

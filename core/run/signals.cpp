@@ -36,8 +36,7 @@ std::array<char, 16384> crash_stack;
     }
     resume_own_file_identity();
     remove_temporary_files();
-    const ssize_t written = write(STDERR_FILENO, message.data(), message.size());
-    static_cast<void>(written);
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, message.data(), message.size());
     _exit(EXIT_SUCCESS);
 }
 

@@ -4,25 +4,19 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <initializer_list>
 
 namespace autoresponder {
-
-namespace {
-
-void remove_file(const char* name) noexcept {
-    if (name[0] != '\0') {
-        unlink(name);
-    }
-}
-
-}  // namespace
 
 char mail_file_name[] = "/tmp/tva-autoresponder-XXXXXX";
 char resp_uu_file_name[] = "/tmp/tva-response-uu-XXXXXX";
 
 void remove_temporary_files() noexcept {
-    remove_file(mail_file_name);
-    remove_file(resp_uu_file_name);
+    for (const char* name : {mail_file_name, resp_uu_file_name}) {
+        if (name[0] != '\0') {
+            unlink(name);
+        }
+    }
 }
 
 void correct_exit() {

@@ -24,8 +24,8 @@ int send_copy(const std::string& sender, const std::vector<std::string>& address
               tolva::Result<void> whole);
 
 /// Sends the copy of the incoming message to the forward addresses of the responder `rn_id`, with
-/// the recipient of `mail` as envelope sender. Does nothing when there are none. Throws as
-/// forward_addresses does.
+/// the recipient of `mail` as envelope sender, for tools of the panel that have a connection. Does
+/// nothing when there are none. Throws as forward_addresses does.
 void forward(st_mysql* connection, Mail_content* mail, std::string rn_id);
 
 }  // namespace autoresponder

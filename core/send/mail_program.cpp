@@ -48,7 +48,7 @@ int MailProgram::wait() {
     return status;
 }
 
-std::string bad_end(int status) {
+std::string bad_status(int status) {
     if (WIFSIGNALED(status)) {
         return "was ended by signal " + std::to_string(WTERMSIG(status));
     }

@@ -70,7 +70,7 @@ tolva::Result<int> submit_file(tolva::Descriptor message, const std::string& sen
 
 /// How a mail program with that status has ended: "ended with status 111", "was ended by signal 9"
 /// or "was stopped by signal 19"; empty for status 0.
-std::string bad_end(int status);
+std::string bad_status(int status);
 
 /// Why the mail program must not be given `address` as a recipient, as the end of a message about
 /// it; null when it may. It would take an address that begins with a hyphen for an option, and a

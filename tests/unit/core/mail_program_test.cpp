@@ -43,19 +43,19 @@ TEST(MailProgram, AddressWithAControlCharacterIsObjectedTo) {
 }
 
 TEST(BadEnd, IsNoneWhereTheStatusIsZero) {
-    EXPECT_EQ(bad_end(0), "");
+    EXPECT_EQ(bad_status(0), "");
 }
 
 TEST(BadEnd, NamesTheStatus) {
-    EXPECT_EQ(bad_end(W_EXITCODE(1, 0)), "ended with status 1");
-    EXPECT_EQ(bad_end(W_EXITCODE(111, 0)), "ended with status 111");
-    EXPECT_EQ(bad_end(W_EXITCODE(255, 0)), "ended with status 255");
+    EXPECT_EQ(bad_status(W_EXITCODE(1, 0)), "ended with status 1");
+    EXPECT_EQ(bad_status(W_EXITCODE(111, 0)), "ended with status 111");
+    EXPECT_EQ(bad_status(W_EXITCODE(255, 0)), "ended with status 255");
 }
 
 TEST(BadEnd, NamesTheSignal) {
-    EXPECT_EQ(bad_end(W_EXITCODE(0, SIGKILL)), "was ended by signal 9");
-    EXPECT_EQ(bad_end(W_EXITCODE(0, SIGSEGV) | WCOREFLAG), "was ended by signal 11");
-    EXPECT_EQ(bad_end(W_STOPCODE(SIGSTOP)), "was stopped by signal 19");
+    EXPECT_EQ(bad_status(W_EXITCODE(0, SIGKILL)), "was ended by signal 9");
+    EXPECT_EQ(bad_status(W_EXITCODE(0, SIGSEGV) | WCOREFLAG), "was ended by signal 11");
+    EXPECT_EQ(bad_status(W_STOPCODE(SIGSTOP)), "was stopped by signal 19");
 }
 
 // Runs shell scripts in the mail program's place.
@@ -91,7 +91,7 @@ TEST_F(StartedProgram, TellsItsStatusOnce) {
     EXPECT_EQ(noted("exit 111\n",
                     [] {
                         auto program = started();
-                        note(bad_end(program->wait()));
+                        note(bad_status(program->wait()));
                         note(program->wait());
                     }),
               "ended with status 111\n0\n");
@@ -113,7 +113,7 @@ TEST_F(StartedProgram, IsAwaitedByItsLastOwnerOnly) {
                         auto first = started();
                         MailProgram second(std::move(*first));
                         note(first->wait());  // NOLINT(bugprone-use-after-move)
-                        note(bad_end(second.wait()));
+                        note(bad_status(second.wait()));
                     }),
               "0\nended with status 7\n");
 }
@@ -122,7 +122,7 @@ TEST_F(StartedProgram, ThatIsStoppedIsNotAwaitedAnyLonger) {
     EXPECT_EQ(noted("echo $$ > /usr/sbin/pid; kill -STOP $$\n",
                     [] {
                         auto program = started();
-                        note(bad_end(program->wait()));
+                        note(bad_status(program->wait()));
                         pid_t pid = -1;
                         if (std::ifstream("/usr/sbin/pid") >> pid && pid > 1) {
                             kill(pid, SIGKILL);
@@ -141,7 +141,7 @@ TEST_F(StartedProgram, IsAwaitedWhateverSignalsArriveAndWhoeverElseEnds) {
                         }
                         testing_support::interrupt_every_20_milliseconds();
                         auto program = started();
-                        note(bad_end(program->wait()));
+                        note(bad_status(program->wait()));
                         int status = 0;
                         const bool found = waitpid(other, &status, 0) == other;
                         note("other:", found, WEXITSTATUS(status));
@@ -157,7 +157,7 @@ TEST_F(StartedProgram, GetsAllRecipientsAndTheMessage) {
                         const tolva::Result<int> status =
                             submit_file(std::move(message), "a@b.org",
                                         std::vector<std::string>{"c@d.org", "e@f.org"});
-                        note(bad_end(*status));
+                        note(bad_status(*status));
                         for (const char* file : {"/usr/sbin/arguments", "/usr/sbin/input"}) {
                             std::string text;
                             std::getline(std::ifstream(file), text);

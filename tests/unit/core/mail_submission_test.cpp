@@ -41,7 +41,7 @@ TEST_F(StartedMailProgram, TellsHowItEnded) {
         tolva::Result<tolva::Pipe> pipe = tolva::make_pipe();
         auto program = MailProgram::start(pipe->read_end, "a@example.com", "b@example.org");
         const int status = program->wait();
-        note("ended:", bad_end(status));
+        note("ended:", bad_status(status));
         note("again:", program->wait());
     });
     EXPECT_EQ(run.noted, "ended: ended with status 111\nagain: 0\n");

@@ -51,10 +51,10 @@ TEST(PanelNumber, KeepsItsText) {
 }
 
 TEST(ResponderRow, ThatIsOffDoesNotApplyWhateverItsKeyWord) {
-    EXPECT_EQ(refusal(responder(KeyPlace::kNowhere, "", false)), "it is switched off");
+    EXPECT_EQ(refusal(responder(KeyPlace::kNoKey, "", false)), "it is switched off");
     EXPECT_EQ(refusal(responder(KeyPlace::kSubject, "list", false)), "it is switched off");
     EXPECT_EQ(refusal(responder(KeyPlace::kSubject, "catalogue", false)), "it is switched off");
-    EXPECT_EQ(refusal(responder(KeyPlace::kNowhere, "", true)), "none");
+    EXPECT_EQ(refusal(responder(KeyPlace::kNoKey, "", true)), "none");
 }
 
 TEST(ResponderRow, DoesNotApplyWithoutItsKeyWord) {
@@ -95,7 +95,7 @@ TEST(KeyWord, ThatIsEmptyOccursEverywhere) {
 }
 
 TEST(KeyWord, ThatIsLookedForNowhereIsNoCondition) {
-    EXPECT_TRUE(occurs(KeyPlace::kNowhere, "nowhere"));
+    EXPECT_TRUE(occurs(KeyPlace::kNoKey, "nowhere"));
 }
 
 TEST(HeaderValues, StayAsTheyAreWithoutControlCharacters) {

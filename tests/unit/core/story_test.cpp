@@ -41,10 +41,10 @@ TEST(ResponderStory, OfARefusalHasItsReason) {
 
 TEST(ResponderStory, NotesHowMailProgramsEndedBadlyInTheirOrder) {
     ResponderStory responder;
-    responder.note_end(" for the forward", W_EXITCODE(111, 0));
-    responder.note_end(" for the notice", W_EXITCODE(0, SIGKILL));
-    responder.note_end("", W_STOPCODE(SIGSTOP));
-    EXPECT_THAT(responder.bad_ends,
+    responder.note_status(" for the forward", W_EXITCODE(111, 0));
+    responder.note_status(" for the notice", W_EXITCODE(0, SIGKILL));
+    responder.note_status("", W_STOPCODE(SIGSTOP));
+    EXPECT_THAT(responder.bad_statuses,
                 ElementsAre("mail program for the forward ended with status 111",
                             "mail program for the notice was ended by signal 9",
                             "mail program was stopped by signal 19"));
@@ -52,9 +52,9 @@ TEST(ResponderStory, NotesHowMailProgramsEndedBadlyInTheirOrder) {
 
 TEST(ResponderStory, NotesNothingOfAMailProgramThatEndedWell) {
     ResponderStory responder;
-    responder.note_end("", W_EXITCODE(0, 0));
-    responder.note_end(" for the forward", W_EXITCODE(0, 0));
-    EXPECT_THAT(responder.bad_ends, IsEmpty());
+    responder.note_status("", W_EXITCODE(0, 0));
+    responder.note_status(" for the forward", W_EXITCODE(0, 0));
+    EXPECT_THAT(responder.bad_statuses, IsEmpty());
 }
 
 TEST(BrokenOffStory, GivesUndecidedRespondersTheReason) {

@@ -81,9 +81,9 @@ TEST(VerdictLine, AddsTheBadEndsOfMailProgramsToTheirResponder) {
     bad.responders = {responder("12", Verdict::kAnswered),
                       responder("13", Verdict::kNotAnswered, "x"),
                       responder("14", Verdict::kAnswered)};
-    bad.responders[0].bad_ends = {"mail program for the forward was ended by signal 9",
-                                  "mail program ended with status 111"};
-    bad.responders[1].bad_ends = {"mail program for the notice ended with status 1"};
+    bad.responders[0].bad_statuses = {"mail program for the forward was ended by signal 9",
+                                      "mail program ended with status 111"};
+    bad.responders[1].bad_statuses = {"mail program for the notice ended with status 1"};
     EXPECT_EQ(
         verdict_line(bad),
         "autoresponder: Verdict: info@b.org from ann@c.org: 12 answered, mail program for the "

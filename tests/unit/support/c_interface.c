@@ -50,13 +50,13 @@ void c_use_string_helpers(char* seen, size_t size) {
 
 static int ended_with = 0;
 
-static void note_end(int status) {
+static void note_status(int status) {
     ended_with = status;
 }
 
 void c_report_and_go_on(char* seen, size_t size) {
     char text[] = "finished";
-    const messlog_end_function before = messlog_set_end(note_end);
+    const messlog_end_function before = messlog_set_end(note_status);
     PROGNAME = "c/interface";
     messlog2(4, 0, "%d", 4);
     const int status = ex_messlog(text, 5, 0);

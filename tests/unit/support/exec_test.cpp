@@ -397,14 +397,14 @@ TEST(ForkExecvPipes, AFailedForkEndsTheProcessWithStatus1) {
     EXPECT_EQ(run.out, kForkMessage);
 }
 
-void note_end(int status) {
+void note_status(int status) {
     note("end", status);
 }
 
 TEST(ForkExecvPipes, AFailedForkYieldsMinusOneAndItsErrnoWhereTheProcessGoesOn) {
     const ChildRun run = run_in_child([] {
         PROGNAME = "/usr/local/bin/tool";
-        messlog_set_end(note_end);
+        messlog_set_end(note_status);
         const long before = open_descriptors();
         testing_support::fail_fork(EAGAIN);
         note(outcome(fork_execl_pipes(0, 1, 2, kShell, "sh", nullptr)));
@@ -419,7 +419,7 @@ TEST(ForkExecvPipes, AForkFailsForRealAtTheProcessLimit) {
         GTEST_SKIP() << "takes root, to become a user without processes";
     }
     const ChildRun run = run_in_child([] {
-        messlog_set_end(note_end);
+        messlog_set_end(note_status);
         rlimit limit{};
         getrlimit(RLIMIT_NPROC, &limit);
         const rlimit none = {0, limit.rlim_max};
@@ -449,7 +449,7 @@ TEST(ForkExeclPipes, NoMemoryForTheArgumentsEndsTheProcessWithStatus1) {
 
 TEST(ForkExeclPipes, NoMemoryForTheArgumentsYieldsMinusOneWhereTheProcessGoesOn) {
     const ChildRun run = run_in_child([] {
-        messlog_set_end(note_end);
+        messlog_set_end(note_status);
         const FailingAllocation memory(1);
         note(outcome(fork_execl_pipes(0, 1, 2, kShell, "sh", nullptr)));
     });

@@ -259,13 +259,13 @@ TEST(ExMesslog, EndsTheProcessWithAnotherStatus) {
     EXPECT_EQ(run.out, "text\n");
 }
 
-void note_end(int status) {
+void note_status(int status) {
     std::printf("end %d\n", status);
 }
 
 TEST(MesslogSetEnd, FunctionThatReturnsLetsTheReporterReturn) {
     const ChildRun run = run_in_child([] {
-        messlog_set_end(note_end);
+        messlog_set_end(note_status);
         char text[] = "first";
         std::printf("returned %d\n", ex_messlog(text, 5, 0));
         messlog2(6, 0, "second");
@@ -278,8 +278,8 @@ TEST(MesslogSetEnd, FunctionThatReturnsLetsTheReporterReturn) {
 
 TEST(MesslogSetEnd, ReturnsTheFunctionBeforeAndNullSetsExitAgain) {
     const ChildRun run = run_in_child([] {
-        note("exit:", messlog_set_end(note_end) == std::exit);
-        note("set:", messlog_set_end(nullptr) == note_end);
+        note("exit:", messlog_set_end(note_status) == std::exit);
+        note("set:", messlog_set_end(nullptr) == note_status);
         note("exit:", messlog_set_end(nullptr) == std::exit);
         messlog2(9, 0, "text");
     });

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "support/db_retry.h"
+#include "support/db_patience.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/people/personal_mail.h"
+#include "core/people/recipient_check.h"
 
 #include <algorithm>
 #include <array>
