@@ -8,7 +8,6 @@
 #include "control/terminal.h"
 #include "core/panel/mailbox.h"
 #include "core/panel/reply_limit.h"
-#include "core/panel/responder_row.h"
 #include "core/panel/session.h"
 
 namespace autoresponder::control {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control/check.h"
 
+#include <mysql.h>
 #include <mysqld_error.h>
 #include <sys/stat.h>
 #include <unistd.h>

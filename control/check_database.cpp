@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <ranges>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -14,15 +15,11 @@
 #include "control/near_miss.h"
 #include "control/parts.h"
 #include "core/ending.h"
-#include "core/files/attachment_repository.h"
 #include "core/message/dw_string.h"
 #include "core/reply/reply.h"
-#include "core/reply/size_limit.h"
 #include "core/run/diagnostics.h"
-#include "core/run/settings.h"
 #include "core/send/delivery.h"
 #include "core/send/missing_file_notice.h"
-#include "core/story.h"
 #include "core/verdict_line.h"
 #include "core/walk.h"
 

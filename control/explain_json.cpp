@@ -1,4 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
 #include "control/explanation.h"

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "control/explanation.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control/parts.h"
 
-#include <algorithm>
 #include <stdexcept>
+#include <string_view>
 
 #include "core/message/dw_string.h"
 #include "core/message/message_text.h"

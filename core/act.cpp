@@ -5,7 +5,6 @@
 
 #include "core/ending.h"
 #include "core/message/dw_string.h"
-#include "core/message/mail_content.h"
 #include "core/send/delivery.h"
 #include "core/send/forward.h"
 #include "core/send/missing_file_notice.h"

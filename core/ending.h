@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "core/reply/size_limit.h"
-#include "support/descriptor.h"
+#include "core/reply/size_limit.h"  // IWYU pragma: export
+#include "support/descriptor.h"  // IWYU pragma: export
 
 namespace autoresponder {
 

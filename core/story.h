@@ -6,11 +6,11 @@
 #include <string_view>
 #include <vector>
 
-#include "core/files/attachment_repository.h"
-#include "core/message/incoming_message.h"
-#include "core/panel/mailbox.h"
-#include "core/panel/reply_limit.h"
-#include "core/panel/responder_row.h"
+#include "core/files/attachment_repository.h"  // IWYU pragma: export
+#include "core/message/incoming_message.h"  // IWYU pragma: export
+#include "core/panel/mailbox.h"  // IWYU pragma: export
+#include "core/panel/reply_limit.h"  // IWYU pragma: export
+#include "core/panel/responder_row.h"  // IWYU pragma: export
 
 /// What was found out and decided about one message, and why. The walk writes it down as it goes;
 /// `autoresponderctl explain` and the log show it in the same words.

@@ -7,13 +7,8 @@
 #include <vector>
 
 #include "core/ending.h"
-#include "core/files/attachment_repository.h"
 #include "core/message/dw_string.h"
 #include "core/message/header_fields.h"
-#include "core/message/incoming_message.h"
-#include "core/panel/mailbox.h"
-#include "core/panel/reply_limit.h"
-#include "core/panel/responder_row.h"
 #include "core/panel/session.h"
 #include "core/people/automatic_mail.h"
 #include "core/people/loop_check.h"
@@ -21,7 +16,6 @@
 #include "core/reply/reply.h"
 #include "core/reply/reply_file.h"
 #include "core/reply/reply_marks.h"
-#include "core/reply/size_limit.h"
 #include "core/run/diagnostics.h"
 #include "core/run/run_end.h"
 #include "core/send/delivery.h"

@@ -6,10 +6,10 @@
 
 #include <mimelib/mimepp.h>
 
-#include "core/message/mail_content.h"
+#include "core/message/mail_content.h"  // IWYU pragma: export
 #include "core/message/message_copy.h"
-#include "core/message/message_text.h"
-#include "core/message/sender.h"
+#include "core/message/message_text.h"  // IWYU pragma: export
+#include "core/message/sender.h"        // IWYU pragma: export
 #include "core/run/settings.h"
 #include "support/result.h"
 

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <mysql.h>
+
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "core/panel/responder_row.h"
-#include "support/db.h"
+#include "core/panel/responder_row.h"  // IWYU pragma: export
 
 /// How often a responder answers one sender a day, and how many senders it remembers: table
 /// resp_freq. A day is a calendar day of the database server.

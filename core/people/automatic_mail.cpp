@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/people/automatic_mail.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <span>

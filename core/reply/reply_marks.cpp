@@ -2,6 +2,7 @@
 #include "core/reply/reply_marks.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "core/message/field_tokens.h"
 #include "core/message/header_fields.h"

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <mysql.h>
+
 #include <string>
 #include <vector>
 
-#include "support/db.h"
 #include "support/result.h"
 
 namespace autoresponder {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/send/missing_file_notice.h"
 
+#include <utility>
+
 #include "core/message/mail_content.h"
 #include "core/panel/mailbox.h"
 #include "core/panel/session.h"
