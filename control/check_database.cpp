@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -39,7 +40,7 @@ const std::vector<Table>& tables() {
     return all;
 }
 
-// What the server says of a column.
+// A column as the server describes it.
 struct Column {
     std::string type;
     std::string default_value;

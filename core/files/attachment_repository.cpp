@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/files/attachment_repository.h"
 
 #include <fcntl.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/files/guarded_path.h"
 
 #include <fcntl.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/message/header_fields.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@ namespace {
 constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 
-// The length of the field that `text` begins with, its line end included.
+// The length of the field that `text` begins with, its newline included.
 std::size_t field_length(std::string_view text) {
     std::size_t line_feed = text.find('\n');
     while (line_feed < text.size() && text.substr(line_feed + 1, 1).find_first_of(kBlanks) == 0) {

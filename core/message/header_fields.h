@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 #include <cstddef>
@@ -11,7 +12,7 @@ namespace autoresponder {
 /// A field of a header (RFC 5322, 2.2). Both parts are slices of the header's text.
 struct HeaderField {
     std::string_view name;  ///< as written, without the blanks before the colon (RFC 5322, 4.5)
-    /// Without the white space around it; the line ends of a folded field and comments are in it.
+    /// Without the white space around it; the newlines of a folded field and comments are in it.
     std::string_view body;
 };
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/message/mail_address.h"
 
 #include <cstddef>
@@ -20,7 +21,7 @@ void append_lowered(std::string& part, std::string_view text) {
     }
 }
 
-// Without the backslashes that escape and without line ends, which only fold the field.
+// Leaves out the backslashes that escape, and newlines, which only fold the field.
 void append_unquoted(std::string& part, std::string_view text) {
     for (std::size_t i = 0; i < text.size() && part.size() < kLongestPart; ++i) {
         if (text[i] == '\\') {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 #include <cstddef>
@@ -11,7 +12,7 @@ namespace autoresponder {
 
 /// The lines of a text, split at line feeds, which belong to none of them. What follows the last
 /// line feed is a line too, even if it is empty; so there is always one. The text is held once and
-/// the lines are views of it: a message may be nothing but millions of line ends.
+/// the lines are views of it: a message may consist of millions of newlines.
 class BodyLines {
   public:
     BodyLines() = default;

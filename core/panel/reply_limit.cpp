@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/panel/reply_limit.h"
 
 #include <mysql.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/people/automatic_mail.h"
 
 #include <array>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/reply/reply_marks.h"
 
 #include <algorithm>

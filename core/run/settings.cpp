@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/run/settings.h"
 
 #include "support/ascii.h"

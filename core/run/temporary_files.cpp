@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/run/temporary_files.h"
 
 #include <unistd.h>

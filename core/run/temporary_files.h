@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 /// The names of the run's two temporary files, and the one end of a run. MessageCopy and ReplyFile

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/send/mail_program.h"
 
 #include <sys/wait.h>

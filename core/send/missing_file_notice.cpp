@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/send/missing_file_notice.h"
 
 #include <utility>
@@ -94,7 +95,7 @@ std::optional<MissingFileNotice> prepare_missing_file_notice(
 void write_missing_file_notice(std::ostream& out, const MissingFileNotice& notice,
                                const Mail_content& mail) {
     if (!notice.reply_to.empty()) {
-        // No line end, so the text runs on into the From: line: the notice keeps these very bytes.
+        // No newline: the text runs on into the From: line. The notice keeps these very bytes.
         out << "Reply-To: " << notice.reply_to;
     }
     out << "From: " << notice.sender << "\n"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 // autoresponderctl explain: the same verdicts, counts and mails as the autoresponder's own.
 
 #include <sys/wait.h>

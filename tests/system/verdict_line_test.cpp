@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 // The line of the log that says what was decided, and that explain decides the same.
 
 #include <sys/wait.h>

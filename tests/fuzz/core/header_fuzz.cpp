@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 // Reads any bytes as a header and compares the result with that of the naive reader.
 #include <cstddef>
 #include <cstdint>

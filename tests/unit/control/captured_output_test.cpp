@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "control/captured_output.h"
 
 #include <unistd.h>

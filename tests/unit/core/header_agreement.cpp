@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "tests/unit/core/header_agreement.h"
 
 #include <optional>

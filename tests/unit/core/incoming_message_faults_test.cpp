@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 // How the analysis of a message copes with exhausted memory in a conversion.
 
 #include <iconv.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "tests/unit/core/naive_header.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 // How composing copes with failures that only a replaced libidn can cause.
 
 #include <idna.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 // The walk up to the panel's database, without one. The rest of it:
 // tests/system/whole_flow_test.cpp.
 #include "core/walk.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "encoding/utf8.h"
 
 #include <locale.h>
