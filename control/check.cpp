@@ -42,14 +42,13 @@ std::string octal(mode_t mode) {
 }
 
 void check_configuration(Checklist& checklist) {
-    if (access(tva_conf_file, F_OK) != 0 && errno == ENOENT) {
-        checklist.good("configuration",
-                       std::string(tva_conf_file) + " is not there, compiled defaults apply");
+    const std::string file = tvaConfPath();
+    if (access(file.c_str(), F_OK) != 0 && errno == ENOENT) {
+        checklist.good("configuration", file + " is not there, compiled defaults apply");
     } else if (autoprepend() != 0) {
-        checklist.to_do("configuration", std::string("make ") + tva_conf_file +
-                                             " readable: " + std::strerror(errno));
+        checklist.to_do("configuration", "make " + file + " readable: " + std::strerror(errno));
     } else {
-        checklist.good("configuration", tva_conf_file);
+        checklist.good("configuration", file);
     }
 }
 

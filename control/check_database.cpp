@@ -91,7 +91,7 @@ bool takes_time_of_insertion(const Column& column) {
 
 void check_frequency_table(Checklist& checklist, const Columns& columns) {
     // An address may have 254 characters (RFC 5321, 4.5.3.1).
-    constexpr int kLongestAddress = 254;
+    constexpr int longest_address = 254;
     if (!takes_time_of_insertion(columns.at("time_resp"))) {
         checklist.to_do("resp_freq",
                         "alter table resp_freq modify time_resp timestamp not null default "
@@ -100,7 +100,7 @@ void check_frequency_table(Checklist& checklist, const Columns& columns) {
     }
     const Column& email = columns.at("email");
     if (!email.length.empty() && email.length.size() < 7 &&
-        std::atoi(email.length.c_str()) < kLongestAddress) {
+        std::atoi(email.length.c_str()) < longest_address) {
         checklist.to_do("resp_freq", "alter table resp_freq modify email varchar(255): it holds " +
                                          email.length +
                                          " characters, and longer addresses evade the daily limit");

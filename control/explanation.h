@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/run/settings.h"  // IWYU pragma: export
-#include "core/story.h"  // IWYU pragma: export
+#include "core/story.h"         // IWYU pragma: export
 
 /// What the autoresponder would do with a message, as a record that can be shown. Texts are bytes
 /// as the autoresponder has them, UTF-8 as far as they could be converted.

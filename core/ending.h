@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/reply/size_limit.h"  // IWYU pragma: export
-#include "support/descriptor.h"  // IWYU pragma: export
+#include "support/descriptor.h"     // IWYU pragma: export
 
 namespace autoresponder {
 

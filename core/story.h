@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "core/files/attachment_repository.h"  // IWYU pragma: export
-#include "core/message/incoming_message.h"  // IWYU pragma: export
-#include "core/panel/mailbox.h"  // IWYU pragma: export
-#include "core/panel/reply_limit.h"  // IWYU pragma: export
-#include "core/panel/responder_row.h"  // IWYU pragma: export
+#include "core/message/incoming_message.h"     // IWYU pragma: export
+#include "core/panel/mailbox.h"                // IWYU pragma: export
+#include "core/panel/reply_limit.h"            // IWYU pragma: export
+#include "core/panel/responder_row.h"          // IWYU pragma: export
 
 /// What was found out and decided about one message, and why. The walk writes it down as it goes;
 /// `autoresponderctl explain` and the log show it in the same words.

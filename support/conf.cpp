@@ -10,10 +10,9 @@
 #include "support/conf_variables.h"
 #include "support/log.h"
 
-extern const char tva_conf_file[] = "/etc/tva/tva.conf";
-
 namespace {
 
+constexpr const char* kFile = "/etc/tva/tva.conf";
 constexpr std::size_t kVariableCount = _MAX_POSSIBLE_TVA_CONF_VAR_NAME + 1;
 
 struct Variable {
@@ -64,6 +63,10 @@ std::array<const char*, kVariableCount> values_by_index{};
 
 }  // namespace
 
+const char* tvaConfPath(void) {
+    return kFile;
+}
+
 int autoprepend() {
     if (loaded != nullptr) {
         return 0;
@@ -73,7 +76,7 @@ int autoprepend() {
         messlog2(0, 0, "Not enough memory to allocate Tolva runtime configuration structure\n");
         return -1;
     }
-    if (conf_read_file_r(tva_conf_file, table.get()) != 0) {
+    if (conf_read_file_r(kFile, table.get()) != 0) {
         return -1;
     }
     loaded = table.release();
@@ -104,6 +107,6 @@ const char* tvaConfGetDefault(const char* name) {
         }
     }
     messlog2(0, 0, "variable '%s' isn't found neither in %s nor in compile-time defaults\n", name,
-             tva_conf_file);
+             kFile);
     return nullptr;
 }

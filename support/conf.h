@@ -19,7 +19,7 @@ extern "C" {
 #endif
 
 /* The path of the file. */
-extern const char tva_conf_file[];
+const char* tvaConfPath(void);
 
 /* Loads the configuration file. Returns 0 if it is loaded, now or before; -1 if that fails, which
  * conf_read_file_r reports, or messlog2 ("Not enough memory to allocate Tolva runtime configuration
