@@ -309,21 +309,21 @@ TEST_F(Attachments, NamesThatCannotBeReadEndTheRunBeforeTheReply) {
 }
 
 TEST_F(Attachments, AGibibyteNeverLiesInMemory) {
-    constexpr std::uint64_t kSize = std::uint64_t{1} << (kSanitized ? 28U : 30U);
+    constexpr std::uint64_t file_size = std::uint64_t{1} << (kSanitized ? 28U : 30U);
     struct statvfs room {};
     statvfs("/tmp", &room);
-    if (room.f_bavail * room.f_frsize < 2 * kSize) {
+    if (room.f_bavail * room.f_frsize < 2 * file_size) {
         GTEST_SKIP() << "the reply needs 1.4 GiB in /tmp";
     }
     write_attachment("sparse", "");
-    std::filesystem::resize_file(attachment_path("sparse"), kSize);
+    std::filesystem::resize_file(attachment_path("sparse"), file_size);
     add_attachment(1, "sparse");
     mail_program_behaves("count");
     const Outcome outcome = answer(plain_message());
     EXPECT_EQ(outcome.err, "");
     ASSERT_THAT(outcome.mails, SizeIs(1));
     // 61 bytes for each 45, and a last line of 4 bytes for each 3 of the rest.
-    const std::uint64_t lines = kSize / 45 * 61 + (kSize % 45 + 2) / 3 * 4 + 1;
+    const std::uint64_t lines = file_size / 45 * 61 + (file_size % 45 + 2) / 3 * 4 + 1;
     EXPECT_EQ(outcome.mails[0].size, reply_of(part("sparse", "")).size() + lines);
     EXPECT_LT(outcome.usage.ru_maxrss, 128 * 1024) << "in KiB";
 }

@@ -95,13 +95,13 @@ class BusyDatabase : public World {
 TEST_F(BusyDatabase, WithoutRoomForAllAtOnceAnswersAll) {
     // The sanitizers make a run many times as expensive, and what waits for a connection is the
     // processor, not the server.
-    constexpr int kMessages = kSanitized ? 50 : 200;
-    constexpr int kConnections = 20;
-    sql("set global max_connections=" + std::to_string(kConnections));
+    constexpr int message_count = kSanitized ? 50 : 200;
+    constexpr int connection_count = 20;
+    sql("set global max_connections=" + std::to_string(connection_count));
     // Others have them all, with the fixture's own, until the first program was refused one.
-    std::vector<Database> others(kConnections - 1);
+    std::vector<Database> others(connection_count - 1);
     const int refused_before = refused();
-    for (int i = 0; i < kMessages; ++i) {
+    for (int i = 0; i < message_count; ++i) {
         let_one_write();
     }
     while (refused() == refused_before) {
@@ -110,27 +110,27 @@ TEST_F(BusyDatabase, WithoutRoomForAllAtOnceAnswersAll) {
     others.clear();
     EXPECT_EQ(wait_for_all(), "");
     EXPECT_THAT(unanswered(), IsEmpty());
-    EXPECT_THAT(counted(), SizeIs(kMessages));
+    EXPECT_THAT(counted(), SizeIs(message_count));
 }
 
 TEST_F(BusyDatabase, ThatIsRestartedCostsNoReplyThatWasNotCounted) {
-    constexpr milliseconds kPause(kSanitized ? 100 : 15);
-    constexpr milliseconds kAround(500);
+    constexpr milliseconds pause(kSanitized ? 100 : 15);
+    constexpr milliseconds around(500);
     // The program waits 5 seconds; the server takes a moment to start.
-    constexpr milliseconds kDown(2800);
-    constexpr milliseconds kTooLong(4500);
+    constexpr milliseconds time_down(2800);
+    constexpr milliseconds too_long(4500);
     std::atomic<bool> traffic = true;
     std::thread mail_system([&] {
         while (traffic) {
             let_one_write();
-            std::this_thread::sleep_for(kPause);
+            std::this_thread::sleep_for(pause);
         }
     });
-    std::this_thread::sleep_for(kAround);
+    std::this_thread::sleep_for(around);
     const steady_clock::time_point start = steady_clock::now();
-    database().restart([until = start + kDown] { std::this_thread::sleep_until(until); });
+    database().restart([until = start + time_down] { std::this_thread::sleep_until(until); });
     const auto down = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-    std::this_thread::sleep_for(kAround);
+    std::this_thread::sleep_for(around);
     traffic = false;
     mail_system.join();
     const std::string written = wait_for_all();
@@ -138,7 +138,7 @@ TEST_F(BusyDatabase, ThatIsRestartedCostsNoReplyThatWasNotCounted) {
     std::cout << programs_.size() << " messages, " << lost.size()
               << " of them lost, in a restart of " << down.count() << " ms\n"
               << written;
-    if (down > kTooLong) {
+    if (down > too_long) {
         GTEST_SKIP() << "this machine takes too long to start the server";
     }
     const std::vector<std::string> known = counted();

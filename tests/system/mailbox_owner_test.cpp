@@ -325,12 +325,12 @@ TEST_F(MailboxOwner, GetsNoFileOfRootsBelowADirectoryOfTheOwners) {
 }
 
 TEST_F(MailboxOwner, GetsNoFileOfAGroupThatTheProgramIsAMemberOf) {
-    constexpr gid_t kGroup = 4321;
-    ASSERT_EQ(chown(kSecretFile, 0, kGroup), 0);
+    constexpr gid_t group = 4321;
+    ASSERT_EQ(chown(kSecretFile, 0, group), 0);
     set_mode(kSecretFile, 0640);
     as_owner([] { fs::create_symlink(kSecretFile, std::string(kRepository) + "/x"); });
     add_attachment(1, "x");
-    const Outcome outcome = run({.message = plain_message(), .groups = {0, kGroup}});
+    const Outcome outcome = run({.message = plain_message(), .groups = {0, group}});
     EXPECT_EQ(outcome.err, denied("x"));
     ASSERT_THAT(outcome.mails, SizeIs(1));
     EXPECT_THAT(outcome.mails[0].message, Not(HasSubstr(kSecret)));

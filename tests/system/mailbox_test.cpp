@@ -185,10 +185,10 @@ TEST_F(Mailbox, AttachmentsComeFromTheMailboxOfAnAlias) {
 
 TEST_F(Mailbox, EachMailboxQueryThatFailsEndsTheRun) {
     // Three statements set up the session and count before the mailbox queries, and one ignored.
-    constexpr int kSetUp = 4;
+    constexpr int set_up = 4;
     for (int sent = 0; sent < 4; ++sent) {
         SCOPED_TRACE(sent);
-        const int allowed = kSetUp + sent;
+        const int allowed = set_up + sent;
         database().reset();
         sql("insert into domains set id=1, name='example.com', cl_id=1");
         database().allow_statements(allowed);

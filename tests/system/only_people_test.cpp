@@ -470,12 +470,12 @@ TEST_F(OnlyPeople, FurtherAddressesAreAskedForOnlyIfTheRecipientsIsNotThere) {
 TEST_F(OnlyPeople, AStatementThatFailsEndsTheRun) {
     // Three statements set up the session, one does not count, two find mailbox and responders;
     // then four look the sender up and two ask for the mailbox's addresses.
-    constexpr int kBefore = 6;
+    constexpr int statements_before = 6;
     for (int sent = 0; sent < 6; ++sent) {
         SCOPED_TRACE(sent);
         database().allow_statements(0);
         set("true");
-        database().allow_statements(kBefore + sent);
+        database().allow_statements(statements_before + sent);
         const Outcome outcome = answer(to("To: info@example.net"));
         EXPECT_THAT(outcome.err,
                     StartsWith(sent < 4 ? "autoresponder: Unable to query: User 'admin'"

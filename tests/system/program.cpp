@@ -56,7 +56,7 @@ std::string content(int fd) {
 
 // Has the kernel refuse every way to make a process.
 bool refuse_fork() {
-    constexpr std::uint32_t kRefuse = SECCOMP_RET_ERRNO | EAGAIN;
+    constexpr std::uint32_t refusal = SECCOMP_RET_ERRNO | EAGAIN;
     std::array<sock_filter, 7> filter = {{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 4, 0),
@@ -69,7 +69,7 @@ bool refuse_fork() {
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 1, 0),
 #endif
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-        BPF_STMT(BPF_RET | BPF_K, kRefuse),
+        BPF_STMT(BPF_RET | BPF_K, refusal),
     }};
     const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
     return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&

@@ -104,7 +104,7 @@ TEST_F(Resources, AStackThatOverflowsLeavesALineAndNoFile) {
     if (kSanitized) {
         GTEST_SKIP() << "the address sanitizer has a handler and a stack of its own";
     }
-    constexpr rlim_t kPage = 4096;
+    constexpr rlim_t page = 4096;
     const auto run_with = [](rlim_t stack) {
         SCOPED_TRACE(stack);
         const std::vector<std::string> before = temporary_files();
@@ -114,9 +114,9 @@ TEST_F(Resources, AStackThatOverflowsLeavesALineAndNoFile) {
         return finished;
     };
     // From too little stack to be loaded to enough for everything.
-    rlim_t enough = 4 * kPage;
+    rlim_t enough = 4 * page;
     while (run_with(enough).err != "" || captured_mails().empty()) {
-        ASSERT_LT(enough += kPage, 512U << 10U);
+        ASSERT_LT(enough += page, 512U << 10U);
     }
     // Somewhat less is enough to start with. How much less depends on where in its first pages the
     // kernel lets the stack begin, which differs from run to run.
@@ -126,7 +126,7 @@ TEST_F(Resources, AStackThatOverflowsLeavesALineAndNoFile) {
                finished.err == "autoresponder: Internal error, the message is not answered.\n";
     };
     int runs = 0;
-    while (!overflows(enough - static_cast<rlim_t>(runs % 4) * kPage)) {
+    while (!overflows(enough - static_cast<rlim_t>(runs % 4) * page)) {
         ASSERT_LT(++runs, 400) << "no overflow";
     }
 }
@@ -219,12 +219,12 @@ TEST_F(Resources, ExhaustedMemoryNeverFailsTheDelivery) {
 }
 
 TEST_F(Resources, RunsSideBySideDoNotDisturbEachOther) {
-    constexpr int kRuns = 8;
+    constexpr int run_count = 8;
     std::vector<std::unique_ptr<Program>> programs;
-    programs.reserve(kRuns);
+    programs.reserve(run_count);
     const std::vector<std::string> before = temporary_files();
     sql("update mail_resp set ans_freq='100'");
-    for (int i = 0; i < kRuns; ++i) {
+    for (int i = 0; i < run_count; ++i) {
         programs.push_back(start({.message = plain_message()}));
     }
     for (const std::unique_ptr<Program>& program : programs) {

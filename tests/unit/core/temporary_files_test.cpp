@@ -20,15 +20,15 @@ bool exists(const std::string& name) {
 }
 
 // As they are before any test has made a file.
-const std::string mail_template = mail_file_name;
-const std::string response_template = resp_uu_file_name;
+const std::string kMailTemplate = mail_file_name;
+const std::string kResponseTemplate = resp_uu_file_name;
 
 // Both files are made. The names are process-wide, so the templates come back first.
 class TemporaryFiles : public testing::Test {
   protected:
     void SetUp() override {
-        mail_template.copy(mail_file_name, mail_template.size());
-        response_template.copy(resp_uu_file_name, response_template.size());
+        kMailTemplate.copy(mail_file_name, kMailTemplate.size());
+        kResponseTemplate.copy(resp_uu_file_name, kResponseTemplate.size());
         close(mkstemp(mail_file_name));
         close(mkstemp(resp_uu_file_name));
         ASSERT_TRUE(exists(mail_file_name));
@@ -39,8 +39,8 @@ class TemporaryFiles : public testing::Test {
 };
 
 TEST(TemporaryFileNames, StartOutAsTemplates) {
-    EXPECT_EQ(mail_template, "/tmp/tva-autoresponder-XXXXXX");
-    EXPECT_EQ(response_template, "/tmp/tva-response-uu-XXXXXX");
+    EXPECT_EQ(kMailTemplate, "/tmp/tva-autoresponder-XXXXXX");
+    EXPECT_EQ(kResponseTemplate, "/tmp/tva-response-uu-XXXXXX");
 }
 
 TEST_F(TemporaryFiles, AreBothRemoved) {

@@ -13,41 +13,41 @@
 namespace {
 
 template <typename Derived, typename Base>
-constexpr bool is_a = std::is_base_of_v<Base, Derived>&& std::is_convertible_v<Derived*, Base*>;
+constexpr bool kIsA = std::is_base_of_v<Base, Derived>&& std::is_convertible_v<Derived*, Base*>;
 
-static_assert(is_a<DwMessage, DwEntity> && is_a<DwBodyPart, DwEntity>);
-static_assert(is_a<DwEntity, DwMessageComponent> && is_a<DwHeaders, DwMessageComponent>);
-static_assert(is_a<DwBody, DwMessageComponent> && is_a<DwFieldBody, DwMessageComponent>);
-static_assert(is_a<DwParameter, DwMessageComponent>);
-static_assert(is_a<DwAddressList, DwFieldBody> && is_a<DwMailboxList, DwFieldBody>);
-static_assert(is_a<DwAddress, DwFieldBody> && is_a<DwText, DwFieldBody>);
-static_assert(is_a<DwDateTime, DwFieldBody> && is_a<DwMediaType, DwFieldBody>);
-static_assert(is_a<DwMechanism, DwFieldBody> && is_a<DwMailbox, DwAddress>);
+static_assert(kIsA<DwMessage, DwEntity> && kIsA<DwBodyPart, DwEntity>);
+static_assert(kIsA<DwEntity, DwMessageComponent> && kIsA<DwHeaders, DwMessageComponent>);
+static_assert(kIsA<DwBody, DwMessageComponent> && kIsA<DwFieldBody, DwMessageComponent>);
+static_assert(kIsA<DwParameter, DwMessageComponent>);
+static_assert(kIsA<DwAddressList, DwFieldBody> && kIsA<DwMailboxList, DwFieldBody>);
+static_assert(kIsA<DwAddress, DwFieldBody> && kIsA<DwText, DwFieldBody>);
+static_assert(kIsA<DwDateTime, DwFieldBody> && kIsA<DwMediaType, DwFieldBody>);
+static_assert(kIsA<DwMechanism, DwFieldBody> && kIsA<DwMailbox, DwAddress>);
 
 template <typename Function>
 struct Member;
 
 template <typename Class, typename Result, typename... Arguments>
 struct Member<Result (Class::*)(Arguments...)> {
-    static constexpr bool is_const = false;
+    static constexpr bool kIsConst = false;
     using ResultType = Result;
 };
 
 template <typename Class, typename Result, typename... Arguments>
 struct Member<Result (Class::*)(Arguments...) const> {
-    static constexpr bool is_const = true;
+    static constexpr bool kIsConst = true;
     using ResultType = Result;
 };
 
 template <typename Result, typename Function>
 constexpr bool returns(Function /*member*/) {
-    return !Member<Function>::is_const &&
+    return !Member<Function>::kIsConst &&
            std::is_same_v<typename Member<Function>::ResultType, Result>;
 }
 
 template <typename Result, typename Function>
 constexpr bool const_returns(Function /*member*/) {
-    return Member<Function>::is_const &&
+    return Member<Function>::kIsConst &&
            std::is_same_v<typename Member<Function>::ResultType, Result>;
 }
 

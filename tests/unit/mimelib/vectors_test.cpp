@@ -47,9 +47,9 @@ class Mutator {
     std::size_t below(std::size_t limit) { return random_() % limit; }
     const std::string& any() { return vectors_[below(vectors_.size())].message; }
     std::string piece() {
-        static constexpr std::string_view kBytes = "\0\r\n \t\"\\()<>@,;:.[]/?=-\x10\x7F\xFF'"sv;
+        static constexpr std::string_view bytes = "\0\r\n \t\"\\()<>@,;:.[]/?=-\x10\x7F\xFF'"sv;
         if (below(2) == 0) {
-            return std::string(1, kBytes[below(kBytes.size())]);
+            return std::string(1, bytes[below(bytes.size())]);
         }
         const std::string& source = any();
         return source.substr(below(source.size() + 1), below(24));

@@ -23,7 +23,7 @@ constexpr char kElsewhere[] = "/etc/tva/elsewhere";
 
 using testing_support::LibraryFault;
 
-LibraryFault fault = LibraryFault::none;
+LibraryFault fault = LibraryFault::kNone;
 int until_fault = 0;
 int faults_left = 0;
 MYSQL* last_connection = nullptr;  // of which a result was stored
@@ -81,7 +81,7 @@ void set_error(MYSQL* connection) {
 extern "C" {
 
 MYSQL* __wrap_mysql_init(MYSQL* handle) {
-    return is_due(LibraryFault::initialisation) ? nullptr : __real_mysql_init(handle);
+    return is_due(LibraryFault::kInitialisation) ? nullptr : __real_mysql_init(handle);
 }
 
 MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char* user,
@@ -92,7 +92,7 @@ MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char
     if (watch != nullptr && user == std::string_view("admin")) {
         watch->note({host, user, database, port, socket, flags}, connected != nullptr);
     }
-    if (connected != nullptr && is_due(LibraryFault::connected_with_error)) {
+    if (connected != nullptr && is_due(LibraryFault::kConnectedWithError)) {
         set_error(connected);
     }
     return connected;
@@ -100,11 +100,11 @@ MYSQL* __wrap_mysql_real_connect(MYSQL* connection, const char* host, const char
 
 int __wrap_mysql_real_query(MYSQL* connection, const char* text, unsigned long length) {
     const std::string_view statement(text, length);
-    if (statement.starts_with("SHOW VARIABLES") && is_due(LibraryFault::lost_session)) {
+    if (statement.starts_with("SHOW VARIABLES") && is_due(LibraryFault::kLostSession)) {
         testing_support::execute_as_root("kill " + std::to_string(mysql_thread_id(connection)));
     }
     const bool setting = statement.starts_with("SELECT val FROM misc");
-    const bool two = setting && is_due(LibraryFault::two_columns);
+    const bool two = setting && is_due(LibraryFault::kTwoColumns);
     const std::string_view sent = two ? "select 'mysql41_compatible', 'true'" : statement;
     return __real_mysql_real_query(connection, sent.data(), sent.size());
 }
@@ -112,8 +112,8 @@ int __wrap_mysql_real_query(MYSQL* connection, const char* text, unsigned long l
 MYSQL_RES* __wrap_mysql_store_result(MYSQL* connection) {
     last_connection = connection;
     MYSQL_RES* result = __real_mysql_store_result(connection);
-    const bool failed = is_due(LibraryFault::failed_result);
-    if (!failed && !is_due(LibraryFault::no_result)) {
+    const bool failed = is_due(LibraryFault::kFailedResult);
+    if (!failed && !is_due(LibraryFault::kNoResult)) {
         return result;
     }
     mysql_free_result(result);
@@ -128,16 +128,16 @@ MYSQL_ROW __wrap_mysql_fetch_row(MYSQL_RES* result) {
     static char version[] = "4.0.27";
     static char* version_row[] = {name, version};
     static char* null_row[] = {name, nullptr};
-    if (is_due(LibraryFault::version_4_0)) {
+    if (is_due(LibraryFault::kVersion40)) {
         return version_row;
     }
-    if (is_due(LibraryFault::null_version)) {
+    if (is_due(LibraryFault::kNullVersion)) {
         return null_row;
     }
-    if (is_due(LibraryFault::no_row)) {
+    if (is_due(LibraryFault::kNoRow)) {
         return nullptr;
     }
-    if (is_due(LibraryFault::failed_row)) {
+    if (is_due(LibraryFault::kFailedRow)) {
         set_error(last_connection);
         return nullptr;
     }
@@ -154,7 +154,7 @@ FaultyLibrary::FaultyLibrary(LibraryFault wanted, int nth, int times) {
 }
 
 FaultyLibrary::~FaultyLibrary() {
-    fault = LibraryFault::none;
+    fault = LibraryFault::kNone;
 }
 
 ChildRun run_beside_world(const std::function<void()>& body) {

@@ -104,17 +104,17 @@ ChildRun run_beside_world(const std::function<void()>& body);
 
 /// What the client library and a real server do not do on demand.
 enum class LibraryFault {
-    none,
-    initialisation,        ///< mysql_init returns null
-    connected_with_error,  ///< mysql_real_connect succeeds, the handle reports an error number
-    no_result,             ///< mysql_store_result returns null, without an error number
-    failed_result,         ///< the same with an error number
-    no_row,                ///< mysql_fetch_row returns null, without an error number
-    failed_row,            ///< the same with an error number
-    version_4_0,           ///< mysql_fetch_row returns "version" and "4.0.27"
-    null_version,          ///< the same with NULL for the version
-    two_columns,           ///< the setting mysql41_compatible comes as the second of two columns
-    lost_session,          ///< the connection is killed before the query of the version
+    kNone,
+    kInitialisation,        ///< mysql_init returns null
+    kConnectedWithError,  ///< mysql_real_connect succeeds, the handle reports an error number
+    kNoResult,             ///< mysql_store_result returns null, without an error number
+    kFailedResult,         ///< the same with an error number
+    kNoRow,                ///< mysql_fetch_row returns null, without an error number
+    kFailedRow,            ///< the same with an error number
+    kVersion40,           ///< mysql_fetch_row returns "version" and "4.0.27"
+    kNullVersion,          ///< the same with NULL for the version
+    kTwoColumns,           ///< the setting mysql41_compatible comes as the second of two columns
+    kLostSession,          ///< the connection is killed before the query of the version
 };
 
 /// While it lives, calls concerned behave that way: from the nth one on, `times` of them.

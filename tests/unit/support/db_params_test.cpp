@@ -180,7 +180,7 @@ TEST_F(GetParam, QueryTakesTheFirstColumnOfTheFirstRow) {
 TEST_F(GetParam, AResultThatFailsToBeStoredYieldsNull) {
     const ChildRun run = run_beside_world([] {
         const ConnectionHandle own(tolva_db_connect_raw(nullptr, 0));
-        const FaultyLibrary library(LibraryFault::failed_result);
+        const FaultyLibrary library(LibraryFault::kFailedResult);
         note_value(get_param("name", own.get()));
     });
     EXPECT_EQ(run.noted, "(null)\n");

@@ -180,7 +180,7 @@ TEST_F(DbConnect, AnEmptyFirstLineIsNoPassword) {
 }
 
 TEST_F(DbConnect, ReportsThatTheStructureCannotBeMade) {
-    const FaultyLibrary library(LibraryFault::initialisation);
+    const FaultyLibrary library(LibraryFault::kInitialisation);
     const Attempt failed = try_connect();
     EXPECT_FALSE(failed.connected);
     EXPECT_EQ(failed.reason,
@@ -300,7 +300,7 @@ TEST_F(DbSessionSetUp, ReportsAFailedSetNames) {
 }
 
 TEST_F(DbSessionSetUp, ReportsARowOfTheVersionThatCannotBeFetched) {
-    const FaultyLibrary library(LibraryFault::failed_row);
+    const FaultyLibrary library(LibraryFault::kFailedRow);
     const Attempt failed = try_connect(tolva_db_connect);
     EXPECT_FALSE(failed.connected);
     EXPECT_TRUE(failed.reason.starts_with("DB error (fetch version row) 1064: ")) << failed.reason;
@@ -309,7 +309,7 @@ TEST_F(DbSessionSetUp, ReportsARowOfTheVersionThatCannotBeFetched) {
 // Failures that leave no error number do not cost the connection.
 TEST_F(DbSessionSetUp, ReportsAResultThatCannotBeStored) {
     for (const int nth : {1, 2}) {  // for the version, for the setting
-        const FaultyLibrary library(LibraryFault::no_result, nth);
+        const FaultyLibrary library(LibraryFault::kNoResult, nth);
         const Attempt kept = try_connect(tolva_db_connect);
         EXPECT_TRUE(kept.connected);
         EXPECT_EQ(kept.reason, "DB error (store query result): unknown error");
@@ -318,7 +318,7 @@ TEST_F(DbSessionSetUp, ReportsAResultThatCannotBeStored) {
 
 TEST_F(DbSessionSetUp, ReportsAResultThatFailsToBeStored) {
     for (const int nth : {1, 2}) {
-        const FaultyLibrary library(LibraryFault::failed_result, nth);
+        const FaultyLibrary library(LibraryFault::kFailedResult, nth);
         const Attempt failed = try_connect(tolva_db_connect);
         EXPECT_FALSE(failed.connected);
         EXPECT_TRUE(failed.reason.starts_with("DB error (store query result) 1064: "));
@@ -326,7 +326,7 @@ TEST_F(DbSessionSetUp, ReportsAResultThatFailsToBeStored) {
 }
 
 TEST_F(DbSessionSetUp, ReportsAnEmptyResultForTheVersion) {
-    const FaultyLibrary library(LibraryFault::no_row);
+    const FaultyLibrary library(LibraryFault::kNoRow);
     const Attempt kept = try_connect(tolva_db_connect);
     EXPECT_TRUE(kept.connected);
     EXPECT_EQ(kept.reason, "DB error (empty version result): unknown error");
@@ -340,7 +340,7 @@ ConnectionHandle connect_with(LibraryFault fault) {
 }
 
 TEST_F(DbSessionSetUp, IsInUtf8ModeWhereTheSettingComesAsASecondColumn) {
-    const ConnectionHandle connection = connect_with(LibraryFault::two_columns);
+    const ConnectionHandle connection = connect_with(LibraryFault::kTwoColumns);
     EXPECT_EQ(tolva_db_mysql41_compatible_raw(), 1);
     const ConnectionHandle root = testing_support::connect_as_root();
     ASSERT_EQ(mysql_query(root.get(), "SET NAMES utf8"), 0);
@@ -349,8 +349,8 @@ TEST_F(DbSessionSetUp, IsInUtf8ModeWhereTheSettingComesAsASecondColumn) {
 
 TEST_F(DbSessionSetUp, AServerBefore41IsSentNoCharset) {
     const ConnectionHandle raw(tolva_db_connect_raw(nullptr, 0));
-    for (const LibraryFault version : {LibraryFault::version_4_0, LibraryFault::null_version}) {
-        connect_with(LibraryFault::two_columns);
+    for (const LibraryFault version : {LibraryFault::kVersion40, LibraryFault::kNullVersion}) {
+        connect_with(LibraryFault::kTwoColumns);
         ASSERT_EQ(tolva_db_mysql41_compatible_raw(), 1);
         database().sql("truncate table mysql.general_log");
         const ConnectionHandle connection = connect_with(version);
@@ -364,7 +364,7 @@ TEST_F(DbSessionSetUp, AServerBefore41IsSentNoCharset) {
 }
 
 TEST_F(DbConnect, RawReturnsNoConnectionThatReportsAnErrorNumber) {
-    const FaultyLibrary library(LibraryFault::connected_with_error);
+    const FaultyLibrary library(LibraryFault::kConnectedWithError);
     const long before = open_descriptors();
     for (ConnectFunction function : {tolva_db_connect_raw, tolva_db_connect_ex}) {
         const Attempt failed = try_connect(function);
@@ -467,7 +467,7 @@ TEST_F(DbConnect, TriesOnceWhereTheServerRefusesForGood) {
 }
 
 TEST_F(DbSessionSetUp, IsMadeAgainWhereTheSessionIsLost) {
-    const FaultyLibrary library(LibraryFault::lost_session, 1, 2);
+    const FaultyLibrary library(LibraryFault::kLostSession, 1, 2);
     const ConnectWatch watch;
     const long before = open_descriptors();
     const Attempt made = try_connect();
@@ -478,7 +478,7 @@ TEST_F(DbSessionSetUp, IsMadeAgainWhereTheSessionIsLost) {
 }
 
 TEST_F(DbSessionSetUp, ASessionThatIsAlwaysLostIsReported) {
-    const FaultyLibrary library(LibraryFault::lost_session);
+    const FaultyLibrary library(LibraryFault::kLostSession);
     const ConnectWatch watch;
     const Attempt failed = try_connect();
     EXPECT_FALSE(failed.connected);

@@ -393,17 +393,17 @@ TEST(TemplQuickSort, SortsManyEntriesInAnyArrangement) {
 
 // With its first or last element as the pivot, a sorted table takes a comparison for each pair.
 TEST(TemplQuickSort, TakesFewComparisonsOfASortedTable) {
-    constexpr int kCount = 1024;
-    std::vector<std::string> names(kCount);
-    std::vector<par_templ> entries(kCount);
-    for (std::size_t i = 0; i < kCount; ++i) {
+    constexpr int entry_count = 1024;
+    std::vector<std::string> names(entry_count);
+    std::vector<par_templ> entries(entry_count);
+    for (std::size_t i = 0; i < entry_count; ++i) {
         names[i] = std::to_string(1000 + i);
         entries[i] = {names[i].c_str(), nullptr};
     }
     comparisons = 0;
-    templ_quick_sort(entries.data(), kCount);
-    EXPECT_GT(comparisons, kCount);
-    EXPECT_LT(comparisons, 20 * kCount);
+    templ_quick_sort(entries.data(), entry_count);
+    EXPECT_GT(comparisons, entry_count);
+    EXPECT_LT(comparisons, 20 * entry_count);
 }
 
 TEST(Qs, SortsOnlyTheRangeGiven) {
