@@ -5,8 +5,6 @@
 // A socket between the program and the database server, where the connection can be lost at a
 // point that the test chooses.
 
-#include <sys/types.h>
-
 #include <atomic>
 #include <functional>
 #include <thread>

@@ -4,8 +4,8 @@
 
 #include <sys/prctl.h>
 
+#include <functional>
 #include <string>
-#include <utility>
 
 #include <gtest/gtest.h>
 

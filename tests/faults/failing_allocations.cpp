@@ -9,13 +9,11 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 extern "C" {
 void* __libc_malloc(std::size_t size);

@@ -12,6 +12,8 @@
 #include <thread>
 #include <utility>
 
+#include <gtest/gtest.h>
+
 namespace fs = std::filesystem;
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/system/world.h"
+#include "tests/system/world.h"  // IWYU pragma: export
 
 // What the tests of the process have seen.
 struct Figures {

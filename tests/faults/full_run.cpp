@@ -2,12 +2,12 @@
 
 #include "tests/faults/full_run.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <utility>
+
+#include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/faults/faults.h"
+#include "tests/faults/faults.h"  // IWYU pragma: export
 
 // One thing that goes wrong in a run.
 struct Fault {

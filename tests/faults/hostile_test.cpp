@@ -3,7 +3,6 @@
 // Messages of a size that nobody sends in earnest: they are answered like others.
 
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
@@ -15,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>

@@ -2,9 +2,6 @@
 
 // The mail program cannot be started, or ends early at every stage.
 
-#include <sys/stat.h>
-
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>

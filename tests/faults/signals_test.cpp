@@ -5,7 +5,9 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <random>
 #include <string>

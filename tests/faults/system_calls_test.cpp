@@ -10,6 +10,8 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <string>

@@ -9,17 +9,17 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/system/mail_program.h"
 #include "tests/system/mail_reader.h"
 #include "tests/system/world.h"
 

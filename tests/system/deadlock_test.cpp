@@ -3,6 +3,7 @@
 // Statements that the server rolls back for a deadlock.
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>

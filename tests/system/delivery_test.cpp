@@ -4,11 +4,10 @@
 
 #include <sys/stat.h>
 
-#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 

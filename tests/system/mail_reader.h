@@ -4,6 +4,7 @@
 
 // Mail as an independent parser (GMime) reads it.
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

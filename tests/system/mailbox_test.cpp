@@ -2,8 +2,13 @@
 
 // Finding the mailbox: directly, through aliases, or not at all; and the database itself missing.
 
+#include <sys/resource.h>
+
+#include <cstddef>
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,6 +2,8 @@
 
 // The notice to the owner of a domain about files that are not in the attachment repository.
 
+#include <sys/resource.h>
+
 #include <string>
 #include <vector>
 

@@ -3,10 +3,12 @@
 // The setting AUTORESPONDER_ONLY_PEOPLE: what is not answered with it and is without it, and what
 // replies bear.
 
+#include <sys/resource.h>
+
+#include <cstddef>
 #include <initializer_list>
 #include <map>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 

@@ -3,8 +3,10 @@
 // Limits, closed descriptors and exhausted resources: the run ends with status 0, leaves no file
 // behind, and says so where a mail is lost.
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <string>

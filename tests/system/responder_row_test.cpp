@@ -2,6 +2,7 @@
 
 // Which responder rows answer, and what a row with NULL columns means.
 
+#include <cstddef>
 #include <string>
 
 #include <gmock/gmock.h>

@@ -2,6 +2,7 @@
 
 // How often a responder answers one sender, and whom it remembers.
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

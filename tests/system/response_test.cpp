@@ -2,6 +2,9 @@
 
 // The reply's bytes: subject, headers, text.
 
+#include <sys/resource.h>
+
+#include <cstddef>
 #include <string>
 
 #include <gmock/gmock.h>

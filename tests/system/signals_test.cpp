@@ -2,7 +2,6 @@
 
 // Signals that reach the run: it ends with status 0, a line and no file, or goes on.
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <fstream>
 #include <functional>
 #include <optional>

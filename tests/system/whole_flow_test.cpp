@@ -2,6 +2,7 @@
 
 // Several responders of different kinds answering one message.
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

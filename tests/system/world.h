@@ -15,8 +15,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/system/database.h"
-#include "tests/system/program.h"
+#include "tests/system/database.h"  // IWYU pragma: export
+#include "tests/system/program.h"   // IWYU pragma: export
 
 // One start of the mail program.
 struct Submission {

@@ -2,8 +2,6 @@
 
 #include "control/captured_output.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <iostream>
 

@@ -2,6 +2,7 @@
 
 #include "control/parts.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -2,6 +2,9 @@
 
 #include "core/reply/attachment_part.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <sstream>
 #include <string>
 

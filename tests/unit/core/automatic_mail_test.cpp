@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/message/field_tokens.h"
 #include "core/message/header_fields.h"
 #include "core/message/mail_content.h"
 

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <string>
 #include <string_view>
 

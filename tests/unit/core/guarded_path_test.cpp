@@ -2,7 +2,6 @@
 
 #include "core/files/guarded_path.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>

@@ -3,6 +3,7 @@
 #include "tests/unit/core/header_agreement.h"
 
 #include <array>
+#include <cstddef>
 #include <random>
 #include <string>
 #include <string_view>

@@ -8,8 +8,10 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <mimelib/mimepp.h>
 
 #include "core/message/incoming_message.h"
+#include "core/run/settings.h"
 
 namespace {
 

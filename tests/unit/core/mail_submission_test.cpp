@@ -9,6 +9,7 @@
 #include "core/send/mail_program.h"
 #include "support/descriptor.h"
 #include "support/pipestream.h"
+#include "support/result.h"
 #include "tests/system/world.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/database.h"

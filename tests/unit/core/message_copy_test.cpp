@@ -2,13 +2,13 @@
 
 #include "core/message/message_copy.h"
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <string>
 #include <string_view>
 

@@ -3,6 +3,7 @@
 #include "tests/unit/core/naive_header.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 
 namespace naive {

@@ -6,7 +6,6 @@
 
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -7,14 +7,15 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "core/run/temporary_files.h"

@@ -2,6 +2,7 @@
 
 #include "core/reply/reply_marks.h"
 
+#include <cstddef>
 #include <optional>
 #include <sstream>
 #include <string>

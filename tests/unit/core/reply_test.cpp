@@ -7,7 +7,6 @@
 #include <iostream>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -19,6 +18,7 @@
 #include "core/panel/responder_row.h"
 #include "core/reply/reply_file.h"
 #include "core/reply/reply_marks.h"
+#include "core/reply/size_limit.h"
 #include "support/descriptor.h"
 #include "tests/unit/core/first_message.h"
 #include "tests/unit/core/temporary_directory.h"

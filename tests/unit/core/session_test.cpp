@@ -14,6 +14,7 @@
 
 #include "support/db_handle.h"
 #include "tests/system/world.h"
+#include "tests/unit/support/child_run.h"
 #include "tests/unit/support/database.h"
 #include "tests/unit/support/memory_limit.h"
 

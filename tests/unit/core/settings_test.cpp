@@ -38,7 +38,7 @@ class SettingsInPrivateEtc : public testing::Test {
                 std::exit(1);
             }
             if (configuration) {
-                std::ofstream(tva_conf_file, std::ios::binary) << *configuration;
+                std::ofstream(tvaConfPath(), std::ios::binary) << *configuration;
             }
             const Settings settings = read_settings();
             note("people:", settings.audience == Audience::kOnlyPeople,

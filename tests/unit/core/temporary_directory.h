@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 /// A directory of a test's own, removed with all that is in it.
 class TemporaryDirectory {

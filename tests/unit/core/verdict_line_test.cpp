@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <string>
-#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

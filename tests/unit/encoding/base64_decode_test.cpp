@@ -2,6 +2,7 @@
 
 #include "encoding/base64_decode.h"
 
+#include <cstddef>
 #include <string>
 
 #include <gmock/gmock.h>

@@ -3,7 +3,6 @@
 // How libidn is called, and results that it does not return on demand. Its functions are shadowed.
 #include <idna.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>

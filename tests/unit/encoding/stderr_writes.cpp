@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
 
 #include <gtest/gtest.h>
 

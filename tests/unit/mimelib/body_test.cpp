@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
 #include "tests/unit/mimelib/reading.h"

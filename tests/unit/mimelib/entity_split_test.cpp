@@ -3,6 +3,7 @@
 #include "mimelib/src/entity_split.h"
 
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 

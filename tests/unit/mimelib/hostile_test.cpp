@@ -4,10 +4,12 @@
 // if anything took time in proportion to the square of the input, recursed on it, or kept an object
 // for each of its elements.
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
+#include <mimelib/mimepp.h>
 
 #include "tests/unit/mimelib/heap_use.h"
 #include "tests/unit/mimelib/reading.h"

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <type_traits>
-#include <utility>
 
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>

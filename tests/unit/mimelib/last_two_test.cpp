@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace {
 

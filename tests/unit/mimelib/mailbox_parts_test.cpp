@@ -5,6 +5,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <mimelib/mimepp.h>
 
 #include "tests/unit/mimelib/reading.h"
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <mimelib/enum.h>
 #include <mimelib/field_body.h>
+#include <mimelib/mimepp.h>
 
 namespace {
 

@@ -4,7 +4,9 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <mimelib/media_type.h>
+#include <mimelib/mimepp.h>
 
 #include "tests/unit/mimelib/heap_use.h"
 #include "tests/unit/mimelib/reading.h"

@@ -3,6 +3,7 @@
 #include "tests/unit/mimelib/naive.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 
 namespace naive {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <cstddef>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <mimelib/codec.h>
+#include <mimelib/mimepp.h>
 
 #include "tests/unit/mimelib/heap_use.h"
 #include "tests/unit/mimelib/reading.h"

@@ -2,8 +2,11 @@
 
 #include "tests/unit/mimelib/vectors.h"
 
+#include <cstddef>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 

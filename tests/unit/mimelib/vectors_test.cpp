@@ -2,7 +2,9 @@
 
 #include "tests/unit/mimelib/vectors.h"
 
+#include <cstddef>
 #include <random>
+#include <string_view>
 
 #include <gtest/gtest.h>
 

@@ -105,16 +105,16 @@ ChildRun run_beside_world(const std::function<void()>& body);
 /// What the client library and a real server do not do on demand.
 enum class LibraryFault {
     kNone,
-    kInitialisation,        ///< mysql_init returns null
+    kInitialisation,      ///< mysql_init returns null
     kConnectedWithError,  ///< mysql_real_connect succeeds, the handle reports an error number
-    kNoResult,             ///< mysql_store_result returns null, without an error number
-    kFailedResult,         ///< the same with an error number
-    kNoRow,                ///< mysql_fetch_row returns null, without an error number
-    kFailedRow,            ///< the same with an error number
+    kNoResult,            ///< mysql_store_result returns null, without an error number
+    kFailedResult,        ///< the same with an error number
+    kNoRow,               ///< mysql_fetch_row returns null, without an error number
+    kFailedRow,           ///< the same with an error number
     kVersion40,           ///< mysql_fetch_row returns "version" and "4.0.27"
-    kNullVersion,          ///< the same with NULL for the version
-    kTwoColumns,           ///< the setting mysql41_compatible comes as the second of two columns
-    kLostSession,          ///< the connection is killed before the query of the version
+    kNullVersion,         ///< the same with NULL for the version
+    kTwoColumns,          ///< the setting mysql41_compatible comes as the second of two columns
+    kLostSession,         ///< the connection is killed before the query of the version
 };
 
 /// While it lives, calls concerned behave that way: from the nth one on, `times` of them.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <arpa/inet.h>
+#include <mysql.h>
 #include <netdb.h>
 #include <sys/inotify.h>
 #include <sys/socket.h>

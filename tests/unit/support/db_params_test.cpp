@@ -3,7 +3,6 @@
 #include "support/db_params.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <functional>
 #include <string>
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/db_handle.h"
 #include "tests/unit/support/database.h"
 
 namespace {

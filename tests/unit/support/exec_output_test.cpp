@@ -6,7 +6,6 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,7 +16,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/c_pointer.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/failing_calls.h"

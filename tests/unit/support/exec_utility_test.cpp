@@ -2,8 +2,6 @@
 
 #include "support/exec_utility.h"
 
-#include <sys/wait.h>
-
 #include <array>
 #include <cerrno>
 #include <filesystem>

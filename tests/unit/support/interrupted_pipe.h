@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
 #include <unistd.h>

@@ -3,7 +3,6 @@
 #include "support/output_buffer.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -16,7 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/c_pointer.h"
 #include "tests/unit/support/child_run.h"
 #include "tests/unit/support/failing_allocation.h"
 #include "tests/unit/support/process_state.h"

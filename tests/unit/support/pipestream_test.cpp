@@ -2,19 +2,19 @@
 
 #include "support/pipestream.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cwchar>
 #include <exception>
 #include <locale>
 #include <new>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <thread>
