@@ -8,6 +8,7 @@
 
 #include "core/act.h"
 #include "core/message/dw_string.h"
+#include "core/message/incoming_message.h"  // IWYU pragma: keep
 #include "core/message/message_copy.h"
 #include "core/run/diagnostics.h"
 #include "core/run/run_end.h"

@@ -10,7 +10,7 @@
 #include "support/db_handle.h"
 #include "support/db_password.h"
 #include "support/db_patience.h"
-#include "support/db_session.h"
+#include "support/db_setup.h"
 #include "support/log.h"
 
 using tolva::db::AdminPassword;

@@ -48,7 +48,7 @@ MYSQL* tolva_db_connect_raw(char* err, size_t size);
 /* As tolva_db_connect_raw_ex, and sets the session up: no foreign key checks; with a server of
  * version 4.1 or later "SET NAMES utf8" or "SET NAMES binary", by the panel's setting
  * mysql41_compatible. With the client library in use it always comes out as binary: see
- * compatibility_setting in support/db_session.h. If a step fails, the connection is returned as it
+ * compatibility_setting in support/db_setup.h. If a step fails, the connection is returned as it
  * is, with one of
  *     DB error (<step>) <number>: <error of the database>
  *     DB error (<step>): unknown error

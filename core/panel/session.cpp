@@ -12,7 +12,7 @@
 #include "support/c_pointer.h"
 #include "support/db.h"
 #include "support/db_params.h"
-#include "support/db_session.h"
+#include "support/db_setup.h"
 
 namespace autoresponder {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "support/db_session.h"
+#include "support/db_setup.h"
 
 #include <cstring>
 #include <string>
