@@ -7,9 +7,9 @@
 
 #include "control/panel.h"
 #include "control/terminal.h"
+#include "core/panel/database_session.h"
 #include "core/panel/mailbox.h"
 #include "core/panel/reply_limit.h"
-#include "core/panel/session.h"
 
 namespace autoresponder::control {
 

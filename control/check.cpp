@@ -18,7 +18,7 @@
 #include "control/failure.h"
 #include "control/panel.h"
 #include "control/terminal.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 #include "core/reply/size_limit.h"
 #include "core/run/settings.h"
 #include "core/send/mail_program.h"

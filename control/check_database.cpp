@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "control/check.h"
-#include "core/panel/responder_row.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
+#include "core/panel/responder.h"
 
 namespace autoresponder::control {
 

@@ -2,11 +2,9 @@
 
 #include "control/explain.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <memory>
-#include <ranges>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -82,13 +80,6 @@ class Show : public Ending {
     std::vector<ExplainedMail> mails_;
     std::map<const ResponderStory*, std::size_t> replies_;  // where they are in mails_
 };
-
-std::unique_ptr<DwMessage> parsed(const DwString& text) {
-    DwInitialize();
-    std::unique_ptr<DwMessage> message(DwMessage::NewMessage(text, nullptr));
-    message->Parse();
-    return message;
-}
 
 void explain_parts(Explanation& explanation, const DwMessage& message) {
     for (const DwBodyPart* part = message.Body().FirstBodyPart(); part != nullptr;
@@ -174,12 +165,10 @@ std::string refusals(const std::vector<ResponderStory>& responders) {
 // Sums the story up.
 void conclude(Explanation& explanation) {
     const Story& story = explanation.story;
-    const auto unseen = std::ranges::find(story.responders, Verdict::kNotLookedAt,
-                                          [](const ResponderStory& one) { return one.verdict; });
     const std::string answering = answering_ids(story);
-    if (unseen != story.responders.end()) {
+    if (story.failed) {
         explanation.answer = Answer::kCannotTell;
-        explanation.reason = unseen->reason;
+        explanation.reason = story.reason;
     } else if (!answering.empty()) {
         explanation.answer = Answer::kWouldAnswer;
         const bool several = answering.find(',') != std::string::npos;
@@ -187,7 +176,6 @@ void conclude(Explanation& explanation) {
     } else if (!story.responders.empty()) {
         explanation.reason = refusals(story.responders);
     } else {
-        explanation.answer = story.failed ? Answer::kCannotTell : Answer::kWouldNotAnswer;
         explanation.reason = story.reason;
     }
 }
@@ -207,7 +195,9 @@ Explanation explain(const DwString& text, const std::string& recipient,
     {
         const CapturedOutput captured;
         tell(explanation.story, [&] {
-            message = parsed(text);
+            DwInitialize();
+            message.reset(DwMessage::NewMessage(text, nullptr));
+            message->Parse();
             walk(text, settings.audience, explanation.story, show);
         });
         if (settings.verdicts) {

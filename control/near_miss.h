@@ -7,7 +7,7 @@
 #include <mimelib/mimepp.h>
 
 #include "core/message/mail_content.h"
-#include "core/panel/responder_row.h"
+#include "core/panel/responder.h"
 
 namespace autoresponder::control {
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "core/panel/database_session.h"
 #include "core/panel/mailbox.h"
-#include "core/panel/session.h"
 
 /// The panel's database as the commands use it.
 namespace autoresponder::control {

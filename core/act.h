@@ -21,8 +21,9 @@ void act(DwString text, Audience audience, tolva::Result<void> copy_whole, Story
 /// database and sends the reply of each of its responders that is on, matches the message and may
 /// answer this sender once more today. Everybody is answered.
 ///
-/// For tools of the panel that have a message already. Returns 0 when the last responder has been
-/// handled. Throws EndOfRun if the database cannot be reached or a statement fails.
+/// For tools of the panel that have a message already; to be called once in a process, because the
+/// placeholders of subjects stay those of the first message. Returns 0 when the last responder has
+/// been handled. Throws EndOfRun if the database cannot be reached or a statement fails.
 int db_mail_act(Mail_content* mail);
 
 }  // namespace autoresponder

@@ -22,14 +22,12 @@ void ResponderStory::note_status(std::string_view mail, int status) {
 }
 
 void Story::break_off(const EndOfRun& end) {
-    if (responders.empty()) {
-        reason = end.reason();
-        failed = end.cause() == EndOfRun::Cause::kFailure;
-        return;
-    }
+    reason = end.reason();
+    failed = end.cause() == EndOfRun::Cause::kFailure || !responders.empty();
     for (ResponderStory& responder : responders) {
         if (responder.verdict == Verdict::kNotLookedAt) {
-            responder.reason = end.reason();
+            responder.reason = reason;
+            responder.verdict = responder.begun ? Verdict::kNotAnswered : Verdict::kNotLookedAt;
         }
     }
 }

@@ -11,7 +11,7 @@
 #include "core/message/incoming_message.h"     // IWYU pragma: export
 #include "core/panel/mailbox.h"                // IWYU pragma: export
 #include "core/panel/reply_limit.h"            // IWYU pragma: export
-#include "core/panel/responder_row.h"          // IWYU pragma: export
+#include "core/panel/responder.h"              // IWYU pragma: export
 
 /// What was found out and decided about one message, and why. The walk writes it down as it goes;
 /// `autoresponderctl explain` and the log show it in the same words.
@@ -20,7 +20,7 @@ namespace autoresponder {
 class EndOfRun;
 
 enum class Verdict {
-    kNotLookedAt,  ///< an earlier statement failed
+    kNotLookedAt,  ///< a statement before it failed
     kNotAnswered,
     kAnswered,
 };
@@ -31,6 +31,7 @@ struct ResponderStory {
     std::string reason = {};  ///< why it was not answered or not looked at
 
     // Set only as far as the walk came.
+    bool begun = false;  ///< whether the walk came to this responder's limit
     LimitDecision limit = {};
     HeaderValues header = {};  ///< as the reply bears them
     std::vector<std::string> forwards = {};
@@ -54,10 +55,10 @@ struct Story {
     std::vector<ResponderStory> responders = {};
     /// Why nothing is answered, where the message itself, the mailbox or a failure decides.
     std::string reason = {};
-    bool failed = false;  ///< whether that reason is a failure
+    bool failed = false;  ///< whether a failure ended the story before the last responder
 
-    /// Ends the story before the last responder: those that no decision has been made about were
-    /// not looked at for that reason.
+    /// Ends the story before the last responder. Those that no decision has been made about were
+    /// not looked at for that reason; one that had been begun is not answered.
     void break_off(const EndOfRun& end);
 };
 

@@ -14,7 +14,7 @@ namespace autoresponder {
 
 namespace {
 
-// qmail keeps the first 3,000 bytes of what a delivery writes.
+// qmail keeps the first 3,000 bytes of what a delivery writes, complaints and all.
 constexpr std::size_t kLongestLine = 599;
 
 // Two addresses leave room for a reason.

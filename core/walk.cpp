@@ -10,13 +10,13 @@
 #include "core/ending.h"
 #include "core/message/dw_string.h"
 #include "core/message/header_fields.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 #include "core/people/automatic_mail.h"
-#include "core/people/loop_check.h"
+#include "core/people/loop_and_daemon_check.h"
 #include "core/people/recipient_check.h"
+#include "core/reply/auto_submitted.h"
 #include "core/reply/reply.h"
 #include "core/reply/reply_file.h"
-#include "core/reply/reply_marks.h"
 #include "core/run/diagnostics.h"
 #include "core/run/run_end.h"
 #include "core/send/delivery.h"
@@ -103,6 +103,7 @@ class MailboxWalk {
     bool look_up_mailbox() {
         story_.mailbox = find_mailbox(session_, recipient_);
         if (!story_.mailbox) {
+            session_.close();  // nobody else has to wait for it until the line is written
             report("autoresponder: Mailname not found: ", mail_.to_mailname, "@", mail_.to_domain);
             story_.reason = "there is no mailbox " + tolva::without_control_characters(mail_.to);
         }
@@ -119,6 +120,7 @@ class MailboxWalk {
         for (ResponderStory& responder : story_.responders) {
             if (auto reason = why_not_applying(responder.row, mail_)) {
                 responder.refuse(std::move(*reason));
+                responder.row.text = {};  // which may be large
             } else {
                 applying_.push_back(&responder);
             }
@@ -141,6 +143,7 @@ class MailboxWalk {
     }
 
     bool may_answer_once_more(ResponderStory& responder) {
+        responder.begun = true;
         responder.limit = check_limit(session_, responder.row, mail_.from,
                                       has_effects_ ? Counting::kCount : Counting::kOnlyLook);
         if (responder.limit.refusal) {
@@ -234,7 +237,8 @@ void tell(Story& story, const std::function<void()>& steps) {
     try {
         steps();
     } catch (...) {
-        story.break_off(report_end_of_run());
+        report_end_of_run();
+        story.break_off(current_end());
     }
 }
 

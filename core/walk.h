@@ -23,7 +23,8 @@ void walk(DwString text, Audience audience, Story& story, Ending& ending);
 /// The second half, from the mailbox on, for a message that would not make a loop.
 void walk_mailbox(Audience audience, Story& story, Ending& ending);
 
-/// The end of a message that cannot be answered at all: reports the line `objection`.
+/// The end of a message that cannot be answered at all: reports the line `objection`
+/// and "Abnormal exit."
 void give_up(Story& story, const char* objection);
 
 /// Calls `steps`. Whatever they throw is reported on standard error and breaks the story off.

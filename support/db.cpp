@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "support/connect_pauses.h"
 #include "support/db_handle.h"
 #include "support/db_password.h"
-#include "support/db_patience.h"
 #include "support/db_setup.h"
 #include "support/log.h"
 

@@ -10,8 +10,9 @@
  * process-wide flag is kept and nothing is locked: this is for single-threaded programs.
  *
  * A server that refuses only for the moment, because it is being restarted or has too many sessions
- * (see is_passing in support/db_patience.h), is asked again, with growing pauses, until 5 seconds
- * after the first refusal; the same goes for a connection that is lost while its session is set up.
+ * (see is_passing in support/connect_pauses.h), is asked again, with growing pauses, until 5
+ * seconds after the first refusal; the same goes for a connection that is lost while its session is
+ * set up.
  *
  * The functions that take an error buffer write the reason for a failure into it as one line, cut
  * to its size; it may be null or of size 0. errno is that of the system call that failed, or 0 when
@@ -69,8 +70,8 @@ MYSQL* db_connect(void);
 /* As db_connect; the caller gets the reason, too. */
 MYSQL* db_connect_with_reason(char* err, size_t size);
 
-/* The number of the database's error for which the last connection could not be opened; 0 if there
- * was no failure, or none of the database: the password could not be read, say. */
+/* The number of the database's error for which the last tolva_db_connect, db_connect and the like
+ * failed; 0 if it did not, or for another reason: the password could not be read, say. */
 unsigned int db_connect_errno(void);
 
 /* Whether the sessions of this process run in UTF-8 mode: 1 or 0, or -1 until a session has been

@@ -107,13 +107,15 @@ Result<void> write_whole(int fd, std::string_view bytes) {
 }
 
 Result<void> write_whole(int fd, std::span<iovec> pieces) {
-    while (skip_written(pieces, 0)) {
-        const ssize_t written =
-            TEMP_FAILURE_RETRY(writev(fd, pieces.data(), static_cast<int>(pieces.size())));
+    ssize_t written = 0;
+    while (skip_written(pieces, static_cast<std::size_t>(written))) {
+        const iovec& first = pieces.front();
+        written = TEMP_FAILURE_RETRY(
+            pieces.size() == 1 ? write(fd, first.iov_base, first.iov_len)
+                               : writev(fd, pieces.data(), static_cast<int>(pieces.size())));
         if (written <= 0) {
             return Errno{written < 0 ? errno : EIO};
         }
-        skip_written(pieces, static_cast<std::size_t>(written));
     }
     return {};
 }

@@ -10,8 +10,8 @@
 #include <string_view>
 
 #include "core/files/guarded_path.h"
+#include "core/panel/database_session.h"
 #include "core/panel/mailbox.h"
-#include "core/panel/session.h"
 #include "core/run/file_identity.h"
 #include "support/conf.h"
 #include "support/conf_variables.h"

@@ -126,6 +126,7 @@ DwString receive_message(MessageCopy& copy) {
         append(text, bytes);
         copy.append(bytes);
     });
+    copy.close();
     if (!read) {
         report("autoresponder: Failed to read the message: ", error_text(read.error()));
     }

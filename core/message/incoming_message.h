@@ -30,7 +30,8 @@ struct MessageInput {
 /// Reads the incoming message from standard input to its end. Throws std::bad_alloc.
 MessageInput read_message();
 
-/// The same; also appends everything to `copy`. A failure to read is reported on standard error.
+/// The same; also appends everything to `copy`, and closes it. A failure to read is reported on
+/// standard error.
 DwString receive_message(MessageCopy& copy);
 
 /// What a message yields, and from where it was taken.

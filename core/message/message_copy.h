@@ -23,6 +23,9 @@ class MessageCopy {
 
     void append(std::string_view bytes);
 
+    /// Closes the file; nothing may be appended after that.
+    void close() { file_.close(); }
+
     /// Whether all that was appended has been written, or why not.
     [[nodiscard]] tolva::Result<void> whole() const { return written_; }
 

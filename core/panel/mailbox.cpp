@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "core/message/mail_content.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 #include "core/run/run_end.h"
 #include "support/db.h"
 

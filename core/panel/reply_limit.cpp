@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "core/message/mail_content.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 #include "core/run/diagnostics.h"
 #include "core/run/run_end.h"
 #include "support/ascii.h"
@@ -125,7 +125,8 @@ LimitDecision check_limit(Session& session, const ResponderRow& responder,
         return {.refusal = "it allows no replies at all: ans_freq is '" +
                            tolva::without_control_characters(responder.ans_freq.text) + "'"};
     }
-    const std::string email = session.escape(sender);
+    // Up to a zero byte, as the panel's other tools read addresses.
+    const std::string email = session.escape(sender.c_str());
     LimitDecision decision = decide(table.look_up(email, counting), responder);
     if (counting == Counting::kCount && !decision.refusal) {
         count(table, email, decision);

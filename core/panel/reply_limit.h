@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "core/panel/responder_row.h"  // IWYU pragma: export
+#include "core/panel/responder.h"  // IWYU pragma: export
 
 /// How often a responder answers one sender a day, and how many senders it remembers: table
 /// resp_freq. A day is a calendar day of the database server.
@@ -20,7 +20,7 @@ struct Mail_content;
 /// Whether a reply that may be sent is counted, and rows of earlier days are deleted.
 enum class Counting { kCount, kOnlyLook };
 
-/// Rows of a responder in resp_freq, those of earlier days left out.
+/// Rows of a responder in resp_freq, without those of earlier days.
 struct FrequencyRecord {
     PanelNumber senders;                 ///< how many are remembered
     std::optional<PanelNumber> replies;  ///< to this sender; null: the sender is not remembered

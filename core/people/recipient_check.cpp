@@ -12,8 +12,8 @@
 #include "core/message/header_fields.h"
 #include "core/message/mail_address.h"
 #include "core/message/mail_content.h"
+#include "core/panel/database_session.h"
 #include "core/panel/mailbox.h"
-#include "core/panel/session.h"
 #include "encoding/idn.h"
 #include "support/ascii.h"
 

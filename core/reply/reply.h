@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "core/panel/responder_row.h"
-#include "core/reply/reply_marks.h"
+#include "core/panel/responder.h"
+#include "core/reply/auto_submitted.h"
 
 /// The reply of a responder: its headers, subject, text and parts, byte by byte.
 namespace autoresponder {

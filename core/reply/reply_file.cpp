@@ -34,6 +34,10 @@ int make_file() {
     throw SendError("Failed to generate response mail contents", error);
 }
 
+[[noreturn]] void fail_to_open(int error) {
+    fail("autoresponder: Failed to open temporary file with response mail contents '", error);
+}
+
 [[noreturn]] void fail_to_write(int error) {
     fail("autoresponder: Failed to write temporary file with response mail contents '", error);
 }
@@ -54,7 +58,7 @@ ReplyFile::~ReplyFile() {
 ReplyFile::Written ReplyFile::write(SizeLimit limit,
                                     const std::function<void(std::ostream&)>& contents) const {
     if (!file_) {
-        return Written::kWhole;  // open reports it
+        fail_to_open(file_.error());
     }
     if (lseek(file_->get(), 0, SEEK_SET) != 0 || ftruncate(file_->get(), 0) != 0) {
         fail_to_write(errno);
@@ -75,16 +79,14 @@ ReplyFile::Written ReplyFile::write(SizeLimit limit,
 }
 
 tolva::Descriptor ReplyFile::open() const {
-    constexpr char failed[] =
-        "autoresponder: Failed to open temporary file with response mail contents '";
-    if (!file_) {
-        fail(failed, file_.error());
-    }
     tolva::Result<tolva::Descriptor> file = tolva::opened(
         place_ == Place::kTmp ? ::open(resp_uu_file_name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC)
                               : fcntl(file_->get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    if (!file || lseek(file->get(), 0, SEEK_SET) != 0) {
-        fail(failed, errno);
+    if (!file) {
+        fail_to_open(file.error());
+    }
+    if (place_ == Place::kMemory && lseek(file->get(), 0, SEEK_SET) != 0) {
+        fail_to_open(errno);
     }
     return std::move(*file);
 }

@@ -37,7 +37,7 @@ class ReplyFile {
     };
 
     /// Makes the file. The name of one in /tmp, `resp_uu_file_name`, is new for each reply of a
-    /// run. If the file cannot be made, nothing is written, and opening it says why.
+    /// run. If the file cannot be made, the first write reports why.
     explicit ReplyFile(Place place);
 
     ~ReplyFile();
@@ -51,8 +51,8 @@ class ReplyFile {
     /// a reply must not go out as if it were whole.
     Written write(SizeLimit limit, const std::function<void(std::ostream&)>& contents) const;
 
-    /// The file, opened for reading from its start. Throws SendError, with the reason on standard
-    /// error, if that fails.
+    /// The file, which has been written, opened for reading from its start. Throws SendError, with
+    /// the reason on standard error, if that fails.
     [[nodiscard]] tolva::Descriptor open() const;
 
   private:

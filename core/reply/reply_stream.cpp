@@ -18,6 +18,11 @@ ReplyStream::ReplyStream(int fd, SizeLimit limit) : std::ostream(nullptr), buffe
     rdbuf(&buffer_);  // which was constructed after the base; this clears its bad state
 }
 
+// All memory at once, while an exception for the lack of it still reaches the caller.
+ReplyStream::Buffer::Buffer(int fd, SizeLimit limit) : fd_(fd), limit_(limit) {
+    pending_.reserve(kBufferSize);
+}
+
 std::streamsize ReplyStream::Buffer::xsputn(const char* text, std::streamsize length) {
     const std::string_view added(text, static_cast<std::size_t>(length));
     const bool fits = pending_.size() + added.size() <= kBufferSize;

@@ -32,7 +32,7 @@ class ReplyStream : public std::ostream {
   private:
     class Buffer : public std::streambuf {
       public:
-        Buffer(int fd, SizeLimit limit) : fd_(fd), limit_(limit) {}
+        Buffer(int fd, SizeLimit limit);
 
         [[nodiscard]] bool too_large() const { return limit_.is_exceeded_by(size_); }
         [[nodiscard]] int error() const { return error_; }

@@ -6,9 +6,9 @@
 #include <fstream>
 
 #include "core/message/mail_content.h"
+#include "core/reply/auto_submitted.h"
 #include "core/reply/reply.h"
 #include "core/reply/reply_file.h"
-#include "core/reply/reply_marks.h"
 #include "encoding/rfc1522.h"
 
 namespace autoresponder {

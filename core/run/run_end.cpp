@@ -2,6 +2,7 @@
 
 #include "core/run/run_end.h"
 
+#include <array>
 #include <exception>
 #include <new>
 #include <string_view>
@@ -15,18 +16,26 @@ namespace {
 
 constexpr std::string_view kOwnName = "autoresponder: ";
 
-// The exception that is being handled.
-EndOfRun current_end() {
+// Line and reason of the exception that is being handled, each in two pieces; valid as long as
+// that.
+struct Description {
+    std::array<std::string_view, 2> line;
+    std::array<std::string_view, 2> reason;
+    EndOfRun::Cause cause = EndOfRun::Cause::kFailure;
+};
+
+Description describe() noexcept {
     try {
         throw;
     } catch (const EndOfRun& end) {
-        return end;
+        return {{end.line()}, {end.reason()}, end.cause()};
     } catch (const std::bad_alloc&) {
-        return EndOfRun("autoresponder: Program failed due to exhausted memory");
+        return {{kOwnName, "Program failed due to exhausted memory"},
+                {"Program failed due to exhausted memory"}};
     } catch (const std::exception& error) {
-        return EndOfRun(
-            std::string("autoresponder: Failed to process the message: ") + error.what(),
-            std::string("it cannot be processed: ") + error.what(), EndOfRun::Cause::kMessage);
+        return {{"autoresponder: Failed to process the message: ", error.what()},
+                {"it cannot be processed: ", error.what()},
+                EndOfRun::Cause::kMessage};
     }
 }
 
@@ -39,10 +48,15 @@ EndOfRun::EndOfRun(std::string line, std::string reason, Cause cause)
     }
 }
 
-EndOfRun report_end_of_run() {
-    EndOfRun end = current_end();
-    report(end.line());
-    return end;
+void report_end_of_run() noexcept {
+    const Description end = describe();
+    report(end.line[0], end.line[1]);
+}
+
+EndOfRun current_end() {
+    const Description end = describe();
+    return EndOfRun(std::string(end.line[0]).append(end.line[1]),
+                    std::string(end.reason[0]).append(end.reason[1]), end.cause);
 }
 
 }  // namespace autoresponder

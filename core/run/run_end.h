@@ -29,8 +29,11 @@ class EndOfRun {
     Cause cause_;
 };
 
-/// Call from a catch block; handles any exception. Reports it on standard error and returns the
-/// EndOfRun that stands for it.
-EndOfRun report_end_of_run();
+/// Call from a catch block: reports the exception on standard error, whatever it is. Allocates
+/// nothing.
+void report_end_of_run() noexcept;
+
+/// Call from a catch block: the EndOfRun that stands for the exception. Throws std::bad_alloc.
+EndOfRun current_end();
 
 }  // namespace autoresponder

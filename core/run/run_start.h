@@ -11,7 +11,7 @@ namespace autoresponder {
 /// - A program that was given privileges by its file (a set-user-ID or set-group-ID bit, or
 ///   capabilities) keeps nothing of its caller's environment but RESP_RECIPIENT: variables can make
 ///   libraries load plugins or behave differently.
-/// - Signals are handled (core/signals.h).
+/// - Signals are handled (core/run/signals.h).
 void prepare_run();
 
 }  // namespace autoresponder

@@ -6,7 +6,7 @@
 namespace autoresponder {
 
 enum class Audience {
-    kEverybody,   ///< all but loops (core/people/loop_check.h)
+    kEverybody,   ///< all but loops (core/people/loop_and_daemon_check.h)
     kOnlyPeople,  ///< nor what a machine has sent (docs/whom-it-answers.md)
 };
 

@@ -6,7 +6,7 @@
 
 #include "core/message/mail_content.h"
 #include "core/message/message_copy.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 #include "core/run/diagnostics.h"
 #include "core/send/mail_program.h"
 #include "support/ascii.h"

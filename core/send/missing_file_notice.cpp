@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "core/message/mail_content.h"
+#include "core/panel/database_session.h"
 #include "core/panel/mailbox.h"
-#include "core/panel/session.h"
 #include "core/run/diagnostics.h"
 #include "core/send/mail_program.h"
 #include "support/ascii.h"

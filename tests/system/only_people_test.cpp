@@ -606,4 +606,13 @@ TEST_F(OnlyPeople, TheHeaderDoesNotKeepTheMessageInMemory) {
     EXPECT_TRUE(is_answered_within(enough + 2)) << enough << " MB are enough without the setting";
 }
 
+TEST_F(OnlyPeople, ASenderWithAZeroByteIsNotTheMailbox) {
+    add_responder(1);
+    const std::string sender("\"user\0x\"@example.com", 20);
+    const Outcome outcome =
+        answer("From: " + sender + "\nTo: user@example.com\nReturn-Path: <x@example.org>\n\nHi\n");
+    EXPECT_EQ(outcome.err.find("sender is the mailbox itself"), std::string::npos) << outcome.err;
+    EXPECT_EQ(sql("select * from resp_freq").size(), 1U);
+}
+
 }  // namespace

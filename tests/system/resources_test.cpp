@@ -235,4 +235,14 @@ TEST_F(Resources, RunsSideBySideDoNotDisturbEachOther) {
     EXPECT_EQ(temporary_files(), before);
 }
 
+TEST_F(Resources, TheCopyOfTheMessageTakesNoDescriptorAfterItIsWritten) {
+    write_attachment("here.txt", "here");
+    add_attachment(1, "here.txt");
+    // Standard streams, the connection, the reply and a pipe of the client library, say.
+    const Outcome outcome = run({.message = plain_message(), .limits = {{RLIMIT_NOFILE, 8}}});
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_EQ(outcome.mails.size(), 1U);
+    EXPECT_NE(outcome.mails[0].message.find("aGVyZQ=="), std::string::npos);
+}
+
 }  // namespace

@@ -317,7 +317,7 @@ TEST_F(FailingStatement, LeavesLaterRespondersNotLookedAt) {
     EXPECT_THAT(
         verdict_of(outcome),
         HasSubstr("13 answered; 14 not answered, the limit is reached: 1 of 1 replies to "
-                  "this sender today; 15 not looked at, Unable to exec query :" +
+                  "this sender today; 15 not answered, Unable to exec query :" +
                   kRowFailure + "; 16 not looked at, Unable to exec query :" + kRowFailure));
     const Finished finished =
         control({.message = message_with({}), .arguments = {"explain", "info@example.net"}});
@@ -325,7 +325,7 @@ TEST_F(FailingStatement, LeavesLaterRespondersNotLookedAt) {
     EXPECT_THAT(
         finished.out,
         AllOf(HasSubstr("Responder 13: would answer\n"),
-              HasSubstr("Responder 15: not looked at, Unable to exec query :" + kRowFailure +
+              HasSubstr("Responder 15: would not answer, Unable to exec query :" + kRowFailure +
                         "\n  is          on\n  condition   none, it answers "
                         "everything\n"),
               HasSubstr("Responder 16: not looked at, Unable to exec query :" + kRowFailure + "\n"),

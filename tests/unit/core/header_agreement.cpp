@@ -12,7 +12,7 @@
 #include "core/message/mail_address.h"
 #include "core/message/mail_content.h"
 #include "core/people/automatic_mail.h"
-#include "core/reply/reply_marks.h"
+#include "core/reply/auto_submitted.h"
 #include "tests/unit/core/naive_header.h"
 
 namespace {

@@ -12,9 +12,9 @@
 
 #include "core/files/attachment_repository.h"
 #include "core/message/mail_content.h"
-#include "core/panel/responder_row.h"
+#include "core/panel/responder.h"
+#include "core/reply/auto_submitted.h"
 #include "core/reply/reply.h"
-#include "core/reply/reply_marks.h"
 #include "support/log.h"
 
 namespace {

@@ -145,19 +145,18 @@ TEST(ReplyFile, TextThatCannotBeWrittenWholeIsAnError) {
                   std::string(resp_uu_file_name) + "': Input/output error (5)\n");
 }
 
-TEST(ReplyFile, ThatCannotBeMadeIsReportedWithTheReasonWhenItIsOpened) {
+TEST(ReplyFile, ThatCannotBeMadeIsReportedWithTheReasonWhenItIsWritten) {
     std::optional<ReplyFile> file;
     testing::internal::CaptureStderr();
     {
         const NoMoreDescriptors limit;
         file.emplace(Place::kTmp);
     }
-    bool written = false;
-    EXPECT_EQ(file->write(SizeLimit(1), [&](std::ostream&) { written = true; }),
-              ReplyFile::Written::kWhole);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    bool written = false;
+    const Failure failure =
+        failure_of([&] { file->write(SizeLimit(1), [&](std::ostream&) { written = true; }); });
     EXPECT_FALSE(written);
-    const Failure failure = failure_to_open(*file);
     EXPECT_EQ(failure.error, EMFILE);
     EXPECT_EQ(failure.report, open_report("Too many open files (24)"));
 }
@@ -219,13 +218,14 @@ TEST(ReplyFileInMemory, IsNotInherited) {
     EXPECT_EQ(fcntl(file.open().get(), F_GETFD), FD_CLOEXEC);
 }
 
-TEST(ReplyFileInMemory, ThatCannotBeMadeIsReportedWithTheReasonWhenItIsOpened) {
+TEST(ReplyFileInMemory, ThatCannotBeMadeIsReportedWithTheReasonWhenItIsWritten) {
     std::optional<ReplyFile> file;
     {
         const NoMoreDescriptors limit;
         file.emplace(Place::kMemory);
     }
-    const Failure failure = failure_to_open(*file);
+    const Failure failure =
+        failure_of([&] { file->write(SizeLimit::none(), [](std::ostream&) {}); });
     EXPECT_EQ(failure.error, EMFILE);
     EXPECT_EQ(failure.report, open_report("Too many open files (24)"));
 }

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "core/message/mail_content.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 #include "tests/system/world.h"
 
 namespace {

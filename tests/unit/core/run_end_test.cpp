@@ -27,7 +27,8 @@ Handled handled(const std::function<void()>& throw_it) {
     try {
         throw_it();
     } catch (...) {
-        end = report_end_of_run();
+        report_end_of_run();
+        end = current_end();
     }
     return {end, testing::internal::GetCapturedStderr()};
 }

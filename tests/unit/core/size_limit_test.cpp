@@ -11,7 +11,7 @@
 
 #include "core/message/header_fields.h"
 #include "core/message/mail_content.h"
-#include "core/reply/reply_marks.h"
+#include "core/reply/auto_submitted.h"
 
 namespace {
 

@@ -74,8 +74,17 @@ TEST(BrokenOffStory, LeavesDecidedRespondersAsTheyAre) {
     EXPECT_EQ(story.responders[0].reason, "");
     EXPECT_EQ(story.responders[1].verdict, Verdict::kNotAnswered);
     EXPECT_EQ(story.responders[1].reason, "it is switched off");
-    EXPECT_EQ(story.reason, "");
-    EXPECT_FALSE(story.failed);
+    EXPECT_EQ(story.reason, "Unable to exec query :gone");
+    EXPECT_TRUE(story.failed);
+}
+
+TEST(BrokenOffStory, LeavesAResponderThatWasBegunUnanswered) {
+    Story story = story_of_four();
+    story.responders[2].begun = true;
+    story.break_off(EndOfRun("autoresponder: Unable to exec query :gone"));
+    EXPECT_EQ(story.responders[2].verdict, Verdict::kNotAnswered);
+    EXPECT_EQ(story.responders[2].reason, "Unable to exec query :gone");
+    EXPECT_EQ(story.responders[3].verdict, Verdict::kNotLookedAt);
 }
 
 TEST(BrokenOffStory, WithoutRespondersHasTheReasonItself) {

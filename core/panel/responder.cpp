@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/panel/responder_row.h"
+#include "core/panel/responder.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "core/message/mail_content.h"
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 #include "core/run/diagnostics.h"
 #include "support/ascii.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/people/loop_check.h"
+#include "core/people/loop_and_daemon_check.h"
 
 #include <gtest/gtest.h>
 

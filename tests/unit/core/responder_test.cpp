@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/panel/responder_row.h"
+#include "core/panel/responder.h"
 
 #include <string>
 #include <utility>

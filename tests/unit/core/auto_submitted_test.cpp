@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/reply/reply_marks.h"
+#include "core/reply/auto_submitted.h"
 
 #include <cstddef>
 #include <optional>

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "support/connect_pauses.h"
 #include "support/db_handle.h"
-#include "support/db_patience.h"
 
 /// The session with the panel's database, in which the core asks and changes everything:
 ///
@@ -109,9 +109,8 @@ class Session {
     /// The begin of the line that ends the run when a statement fails that has no line of its own.
     static constexpr std::string_view kStatementFailed = "autoresponder: Unable to exec query :";
 
-    /// `text` up to its first zero byte, escaped for an SQL string literal of this session. Throws
-    /// std::bad_alloc.
-    [[nodiscard]] std::string escape(const std::string& text) const;
+    /// `text` escaped for an SQL string literal of this session. Throws std::bad_alloc.
+    [[nodiscard]] std::string escape(std::string_view text) const;
 
     /// Whether a backslash escapes in the session's string literals (not with
     /// NO_BACKSLASH_ESCAPES).

@@ -1,26 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 
 #include <errmsg.h>
 #include <mysqld_error.h>
 
 #include <array>
-#include <new>
 
 #include "core/run/run_end.h"
-#include "support/c_pointer.h"
 #include "support/db.h"
-#include "support/db_params.h"
 #include "support/db_setup.h"
 
 namespace autoresponder {
-
-namespace {
-
-constexpr int kRepetitions = 3;
-
-}  // namespace
 
 bool QueryResult::fetch() {
     row_ = rows_ ? mysql_fetch_row(rows_.get()) : nullptr;
@@ -62,12 +53,10 @@ QueryResult Session::ask_or_end_run(const std::string& statement, std::string_vi
     return result;
 }
 
-std::string Session::escape(const std::string& text) const {
-    const tolva::CPointer<char> escaped(escape_mysql_param(connection_, text.c_str()));
-    if (!escaped) {
-        throw std::bad_alloc();
-    }
-    return escaped.get();
+std::string Session::escape(std::string_view text) const {
+    std::string escaped(2 * text.size() + 1, '\0');
+    escaped.resize(mysql_real_escape_string(connection_, escaped.data(), text.data(), text.size()));
+    return escaped;
 }
 
 bool Session::escapes_with_backslash() const {
@@ -76,7 +65,8 @@ bool Session::escapes_with_backslash() const {
 
 QueryResult Session::change(const std::string& statement, Repeat repeat) {
     QueryResult result = send_once(statement);
-    for (int left = kRepetitions; left > 0 && !result.answered(); --left) {
+    constexpr int repetitions = 3;
+    for (int left = repetitions; left > 0 && !result.answered(); --left) {
         if (!was_rolled_back() && !(was_cut_off(repeat) && connect_again())) {
             break;
         }

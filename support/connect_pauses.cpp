@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "support/db_patience.h"
+#include "support/connect_pauses.h"
 
 #include <errmsg.h>
 #include <mysqld_error.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/panel/session.h"
+#include "core/panel/database_session.h"
 
 #include <sys/socket.h>
 
