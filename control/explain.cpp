@@ -16,6 +16,7 @@
 #include "core/ending.h"
 #include "core/message/dw_string.h"
 #include "core/reply/reply.h"
+#include "core/reply/subject_placeholders.h"
 #include "core/run/diagnostics.h"
 #include "core/send/delivery.h"
 #include "core/send/missing_file_notice.h"
@@ -154,10 +155,8 @@ std::string refusals(const std::vector<ResponderStory>& responders) {
     }
     std::string all = "none of the " + std::to_string(responders.size()) + " responders answers";
     for (const ResponderStory& responder : responders) {
-        all.append(&responder == &responders.front() ? ": " : "; ")
-            .append(responder.row.id)
-            .append(": ")
-            .append(responder.reason);
+        all += &responder == &responders.front() ? ": " : "; ";
+        all += responder.row.id + ": " + responder.reason;
     }
     return all;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -19,17 +20,9 @@ namespace {
 constexpr std::size_t kLabelWidth = 12;
 constexpr std::size_t kShownWidth = 100;
 
-constexpr Colour colour_of(bool good, bool unsure) {
-    return good ? Colour::kGood : unsure ? Colour::kUnsure : Colour::kBad;
-}
-
-Colour colour_of(Answer answer) {
-    return colour_of(answer == Answer::kWouldAnswer, answer == Answer::kCannotTell);
-}
-
-Colour colour_of(Verdict verdict) {
-    return colour_of(verdict == Verdict::kAnswered, verdict == Verdict::kNotLookedAt);
-}
+// In the order of the answers, and of the verdicts.
+constexpr std::array kAnswerColours = {Colour::kGood, Colour::kBad, Colour::kUnsure};
+constexpr std::array kVerdictColours = {Colour::kUnsure, Colour::kBad, Colour::kGood};
 
 // The beginning of a printable text.
 std::string cut(const std::string& text) {
@@ -179,7 +172,8 @@ std::string reply_of(const ExplainedResponder& responder, const std::optional<in
 std::string responder_of(const ResponderStory& story, const ExplainedResponder& explained,
                          const std::optional<int>& limit) {
     std::string text = coloured("Responder " + story.row.id + ": ", Colour::kStrong) +
-                       coloured(word_of(story.verdict), colour_of(story.verdict)) +
+                       coloured(word_of(story.verdict),
+                                kVerdictColours.at(static_cast<std::size_t>(story.verdict))) +
                        (story.reason.empty() ? "" : ", " + printable(story.reason)) + "\n";
     text += line("is", story.row.on ? "on" : "off");
     text += line("condition", condition_of(story.row, explained));
@@ -249,7 +243,10 @@ std::string to_text(const Explanation& explanation) {
     text += mails_of(explanation) + diagnostics_of(explanation);
     const std::string verdict =
         std::string(word_of(explanation.answer)) + ": " + printable(explanation.reason);
-    return text + coloured("Verdict: " + verdict, colour_of(explanation.answer)) + "\n";
+    return text +
+           coloured("Verdict: " + verdict,
+                    kAnswerColours.at(static_cast<std::size_t>(explanation.answer))) +
+           "\n";
 }
 
 }  // namespace autoresponder::control

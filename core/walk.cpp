@@ -43,13 +43,12 @@ bool can_be_answered(DwString text, Audience audience, Story& story) {
 
 bool would_loop(Story& story) {
     const char* loop = loop_reason(story.message->content);
-    if (loop == nullptr) {
-        return false;
+    if (loop != nullptr) {
+        report(loop);
+        story.loop = loop;
+        story.reason = std::string("it would make a loop: ") + loop;
     }
-    report(loop);
-    story.loop = loop;
-    story.reason = std::string("it would make a loop: ") + loop;
-    return true;
+    return loop != nullptr;
 }
 
 // Reports that the message is not a person's, and returns why nobody answers it.
@@ -88,7 +87,8 @@ class MailboxWalk {
     }
 
     void go() {
-        if (!look_up_mailbox() || !select_responders() || is_impersonal()) {
+        if (!look_up_mailbox() || !select_responders() ||
+            (audience_ == Audience::kOnlyPeople && is_impersonal())) {
             return;
         }
         const AttachmentRepository repository(*story_.mailbox);
@@ -129,9 +129,6 @@ class MailboxWalk {
     }
 
     bool is_impersonal() {
-        if (audience_ != Audience::kOnlyPeople) {
-            return false;
-        }
         const auto rule = impersonal_reason(session_, mail_, *story_.mailbox, header_);
         if (rule) {
             const std::string reason = note_not_a_person(story_, *rule);

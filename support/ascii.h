@@ -4,12 +4,18 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <string>
 #include <string_view>
 
 /// Bytes as ASCII characters. Other bytes belong to no class and have no letter case, whatever the
 /// locale.
 namespace tolva {
+
+/// Whether `key` occurs in `text`, byte for byte, in linear time: the text may come from strangers.
+inline bool contains(std::string_view text, std::string_view key) {
+    return memmem(text.data(), text.size(), key.data(), key.size()) != nullptr;
+}
 
 /// isspace(3) of any char.
 inline bool is_space(char c) {

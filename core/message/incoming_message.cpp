@@ -39,10 +39,6 @@ tolva::Result<void> read_blocks(Keep keep) {
     return result;
 }
 
-void append(DwString& text, std::string_view bytes) {
-    text += DwString(bytes.data(), bytes.size());
-}
-
 void warn_unconverted(std::string_view what, std::string_view charset) {
     report("Could not convert message ", what, " text from ", charset, " to UTF-8.");
 }
@@ -116,14 +112,15 @@ MessageParts take_apart(const DwString& input, const char* recipient, Audience a
 
 MessageInput read_message() {
     MessageInput input;
-    input.read = read_blocks([&](std::string_view bytes) { append(input.text, bytes); });
+    input.read = read_blocks(
+        [&](std::string_view bytes) { input.text += DwString(bytes.data(), bytes.size()); });
     return input;
 }
 
 DwString receive_message(MessageCopy& copy) {
     DwString text;
     const auto read = read_blocks([&](std::string_view bytes) {
-        append(text, bytes);
+        text += DwString(bytes.data(), bytes.size());
         copy.append(bytes);
     });
     copy.close();

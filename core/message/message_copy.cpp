@@ -28,8 +28,4 @@ tolva::Result<tolva::Descriptor> MessageCopy::open() {
     return tolva::opened(::open(mail_file_name, O_RDONLY | O_CLOEXEC));
 }
 
-const char* MessageCopy::name() {
-    return mail_file_name;
-}
-
 }  // namespace autoresponder

@@ -32,8 +32,6 @@ class MessageCopy {
     /// Opens the run's copy for reading from its start.
     static tolva::Result<tolva::Descriptor> open();
 
-    [[nodiscard]] static const char* name();
-
   private:
     explicit MessageCopy(tolva::Descriptor file) : file_(std::move(file)) {}
 

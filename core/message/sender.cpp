@@ -12,6 +12,14 @@ std::string address_of(const DwMailbox& mailbox) {
     return to_string(mailbox.LocalPart()) + "@" + to_string(mailbox.Domain());
 }
 
+// The first of the addresses from `address` on that is usable.
+DwMailbox* first_mailbox(DwAddress* address, bool (*is_usable)(const DwAddress&)) {
+    while (address != nullptr && !is_usable(*address)) {
+        address = address->Next();
+    }
+    return static_cast<DwMailbox*>(address);
+}
+
 }  // namespace
 
 std::optional<Sender> find_sender(DwHeaders& headers) {
@@ -29,23 +37,14 @@ std::optional<Sender> find_sender(DwHeaders& headers) {
 }
 
 DwMailbox* GetMailboxFromAddressList(const DwAddressList& addresses) {
-    for (DwAddress* address = addresses.FirstAddress(); address != nullptr;
-         address = address->Next()) {
-        if (address->IsValid() && !address->IsGroup() && address->IsMailbox()) {
-            return static_cast<DwMailbox*>(address);
-        }
-    }
-    return nullptr;
+    return first_mailbox(addresses.FirstAddress(), [](const DwAddress& address) {
+        return address.IsValid() && !address.IsGroup() && address.IsMailbox();
+    });
 }
 
 DwMailbox* GetMailboxFromMailboxList(const DwMailboxList& mailboxes) {
-    for (DwAddress* mailbox = mailboxes.FirstMailbox(); mailbox != nullptr;
-         mailbox = mailbox->Next()) {
-        if (mailbox->IsValid()) {
-            return static_cast<DwMailbox*>(mailbox);
-        }
-    }
-    return nullptr;
+    return first_mailbox(mailboxes.FirstMailbox(),
+                         [](const DwAddress& mailbox) { return mailbox.IsValid(); });
 }
 
 }  // namespace autoresponder

@@ -2,14 +2,14 @@
 
 #pragma once
 
-#include <mysql.h>
+#include <mysql.h>  // IWYU pragma: export
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "support/connect_pauses.h"
+#include "support/connect_pauses.h"  // IWYU pragma: export
 #include "support/db_handle.h"
 
 /// The session with the panel's database, in which the core asks and changes everything:

@@ -2,8 +2,6 @@
 
 #include "core/panel/mailbox.h"
 
-#include <mysql.h>
-
 #include <array>
 #include <new>
 #include <utility>

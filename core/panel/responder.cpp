@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -16,11 +15,6 @@
 namespace autoresponder {
 
 namespace {
-
-// memmem, because its time stays linear for any text, and the text comes from strangers.
-bool contains(std::string_view text, const std::string& key) {
-    return memmem(text.data(), text.size(), key.data(), key.size()) != nullptr;
-}
 
 KeyPlace key_place(std::string_view key_where) {
     if (key_where == "subj") {
@@ -63,10 +57,10 @@ std::vector<ResponderRow> read_responders(Session& session, const std::string& m
 bool key_occurs(const ResponderRow& responder, const Mail_content& mail) {
     switch (responder.key_place) {
         case KeyPlace::kSubject:
-            return contains(mail.subject, responder.key);
+            return tolva::contains(mail.subject, responder.key);
         case KeyPlace::kText:
             return std::ranges::any_of(mail.body_lines, [&responder](std::string_view line) {
-                return contains(line, responder.key);
+                return tolva::contains(line, responder.key);
             });
         case KeyPlace::kNoKey:
             break;

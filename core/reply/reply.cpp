@@ -2,8 +2,6 @@
 
 #include "core/reply/reply.h"
 
-#include <array>
-#include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -11,37 +9,15 @@
 
 #include "core/message/mail_content.h"
 #include "core/reply/attachment_part.h"
+#include "core/reply/subject_placeholders.h"
 #include "core/run/diagnostics.h"
 #include "encoding/iconv_recode.h"
 #include "encoding/idn.h"
 #include "encoding/rfc1522.h"
-#include "support/template.h"
 
 namespace autoresponder {
 
 namespace {
-
-// Sorted by name, as templ_replace needs it. Filled once: the values point into the first message.
-const std::array<par_templ, 5>& autoresp_templs(const Mail_content& mail) {
-    static const std::array<par_templ, 5> templs{{
-        {"incoming_message_subject", mail.subject.c_str()},
-        {"orig_emails_sender_mailname", mail.from.c_str()},
-        {"orig_emails_subj", mail.subject.c_str()},
-        {"request_from", mail.from.c_str()},
-        {"request_subject", mail.subject.c_str()},
-    }};
-    return templs;
-}
-
-std::string fill_in(const std::string& subject, const Mail_content& mail) {
-    const auto& templs = autoresp_templs(mail);
-    std::array<char, 1000> filled{};
-    repl_ctl control{};
-    control.input_flags = TEMPL_KEEP_UNKNOWN;
-    templ_replace('<', '>', templs.data(), templs.size(), subject.c_str(), filled.data(),
-                  filled.size() - 1, &control);
-    return {filled.data(), static_cast<std::size_t>(control.output_length)};
-}
 
 // The mailbox's address as it stands in From:, or null if it cannot be converted.
 std::optional<std::string> from_address(const std::string& mailbox_address) {
@@ -97,10 +73,6 @@ void write_reply(std::ostream& out, const Mail_content& mail, const ReplySource&
         write_attachment_part(out, source.repository, name);
     }
     out << delimiter << "--\n";
-}
-
-std::string reply_subject(const Mail_content& mail, const ResponderRow& responder) {
-    return responder.subject.empty() ? "Re: " + mail.subject : fill_in(responder.subject, mail);
 }
 
 ReplyText reply_text(const std::string& text, const std::string& charset) {

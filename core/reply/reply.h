@@ -32,13 +32,6 @@ struct ReplySource {
 /// cannot be read see core/reply/attachment_part.h. Throws std::bad_alloc.
 void write_reply(std::ostream& out, const Mail_content& mail, const ReplySource& source);
 
-/// The subject of the reply, UTF-8, not yet encoded: the responder's own with its placeholders
-/// filled in, else "Re: " and the incoming subject.
-///
-/// The values of the placeholders are those of the first message of the process, which must stay
-/// in place as long as this is called.
-std::string reply_subject(const Mail_content& mail, const ResponderRow& responder);
-
 /// The text of a reply as it is sent.
 struct ReplyText {
     std::string bytes;

@@ -8,6 +8,7 @@
 #include "core/message/message_copy.h"
 #include "core/panel/database_session.h"
 #include "core/run/diagnostics.h"
+#include "core/run/temporary_files.h"
 #include "core/send/mail_program.h"
 #include "support/ascii.h"
 #include "support/descriptor.h"
@@ -38,7 +39,7 @@ int send_copy(const std::string& sender, const std::vector<std::string>& address
     tolva::Result<tolva::Descriptor> message = MessageCopy::open();
     if (!message) {
         report("autoresponder: Failed to open temporary file with forward mail contents '",
-               MessageCopy::name(), "': ", error_text(message.error()));
+               mail_file_name, "': ", error_text(message.error()));
         return 0;
     }
     if (!whole) {

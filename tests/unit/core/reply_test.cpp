@@ -19,6 +19,7 @@
 #include "core/reply/auto_submitted.h"
 #include "core/reply/reply_file.h"
 #include "core/reply/size_limit.h"
+#include "core/reply/subject_placeholders.h"
 #include "support/descriptor.h"
 #include "tests/unit/core/first_message.h"
 #include "tests/unit/core/temporary_directory.h"
