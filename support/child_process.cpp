@@ -148,12 +148,10 @@ void reset_signal_actions() {
 
 [[noreturn]] void become(const Streams& wanted, const char* path, char* const argv[],
                          ExecFailureReport report, const BlockedSignals& blocked) {
-    if (!connect_streams(wanted)) {
+    if (!become_independent(wanted)) {
         say("fork_execv: dup() failed: ", reason(errno), "\n");
         _exit(kCannotBecomeProgram);
     }
-    close_descriptors_from(kStandardStreams);
-    reset_signal_actions();
     blocked.unblock();
     errno = EFAULT;
     if (path != nullptr) {
@@ -165,6 +163,15 @@ void reset_signal_actions() {
 }
 
 }  // namespace
+
+bool become_independent(const Streams& wanted) {
+    if (!connect_streams(wanted)) {
+        return false;
+    }
+    close_descriptors_from(kStandardStreams);
+    reset_signal_actions();
+    return true;
+}
 
 void report_failed_execv(const char* path, int error) {
     say("fork_execv: execv(\"", path, "\") failed: ", reason(error), "\n");

@@ -24,6 +24,11 @@ struct Streams {
     int err = 2;
 };
 
+/// Makes a child that has just been started independent of its caller: connects its standard
+/// streams, closes all other descriptors, and sets every signal that is not ignored, and SIGPIPE, to
+/// its default action. Allocates nothing. False, with errno, if the streams cannot be connected.
+[[nodiscard]] bool become_independent(const Streams& wanted);
+
 /// Says on the child's standard error why execv(2) failed. Called in the child, which shares the
 /// caller's memory: it may call async-signal-safe functions only and change nothing.
 using ExecFailureReport = void (*)(const char* path, int error);
