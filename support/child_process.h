@@ -16,8 +16,8 @@
 namespace tolva::child {
 
 /// Where the child's standard streams come from. The number of the stream itself means that the
-/// child inherits it, -1 means /dev/null; any other value is a descriptor of the caller, which is
-/// closed in the child once it has become the stream.
+/// child inherits it, -1 means /dev/null; any other value is a descriptor of the caller, of which
+/// the child keeps nothing but the stream. Several streams may be the same descriptor.
 struct Streams {
     int in = 0;
     int out = 1;
@@ -25,8 +25,8 @@ struct Streams {
 };
 
 /// Makes a child that has just been started independent of its caller: connects its standard
-/// streams, closes all other descriptors, and sets every signal that is not ignored, and SIGPIPE, to
-/// its default action. Allocates nothing. False, with errno, if the streams cannot be connected.
+/// streams, closes all other descriptors, and sets every signal that is not ignored, and SIGPIPE,
+/// to its default action. Allocates nothing. False, with errno, if the streams cannot be connected.
 [[nodiscard]] bool become_independent(const Streams& wanted);
 
 /// Says on the child's standard error why execv(2) failed. Called in the child, which shares the

@@ -2,13 +2,17 @@
 
 #include "core/run/forked_process.h"
 
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+
+#include "support/descriptor.h"
 
 namespace autoresponder {
 
@@ -47,17 +51,19 @@ int ForkedProcess::wait() {
     return child == kEnded ? -1 : tolva::child::wait_for(child);
 }
 
-void ForkedProcess::kill() {
+int ForkedProcess::kill() {
     const pid_t child = std::exchange(id_, kEnded);
-    if (child == kEnded || ::kill(child, SIGKILL) != 0) {
-        return;
+    int status = -1;
+    if (child == kEnded || waitpid(child, &status, WNOHANG) != 0) {
+        return status;
     }
-    // A moment is enough for one that can end at all.
-    constexpr useconds_t moment = 1000;
-    constexpr int moments = 100;
-    for (int i = 0; i < moments && waitpid(child, nullptr, WNOHANG) == 0; ++i) {
-        usleep(moment);
-    }
+    constexpr int most_milliseconds = 1000;
+    ::kill(child, SIGKILL);
+    const tolva::Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    pollfd ended{end.get(), POLLIN, 0};
+    poll(&ended, 1, most_milliseconds);
+    waitpid(child, &status, WNOHANG);
+    return status;
 }
 
 void end_with(pid_t parent) {

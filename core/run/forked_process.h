@@ -41,9 +41,9 @@ class ForkedProcess {
     /// Waits until it has ended. Returns its status as from waitpid(2); -1 if that cannot be had.
     int wait();
 
-    /// Kills it, unless it has been waited for. Does not wait for a child that the kernel cannot
-    /// end yet, as it may hang in a file system.
-    void kill();
+    /// Kills it, unless it has ended, and waits for that; not for long, as it may hang in a file
+    /// system where the kernel cannot end it. Returns its status as wait() does.
+    int kill();
 
   private:
     static constexpr pid_t kEnded = -1;

@@ -3,13 +3,14 @@
 #include "core/run/rights.h"
 
 #include <grp.h>
-#include <linux/capability.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+
+#include <linux/capability.h>
 
 namespace autoresponder {
 

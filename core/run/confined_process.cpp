@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "core/run/confined_process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "core/run/diagnostics.h"
+#include "core/run/file_access.h"
+#include "core/run/rights.h"
+#include "core/run/system_call_filter.h"
+#include "core/run/unprivileged_user.h"
+#include "support/result.h"
+
+namespace autoresponder {
+
+namespace {
+
+// Items of the confined process's own; those of its work have other kinds.
+enum Kind : std::uint32_t {
+    kDone = ConfinedEnd::kFirstFreeKind - 4,
+    kThrown,  // what std::exception::what() said
+    kMemoryExhausted,
+    kRightsKept,  // the number of the error
+};
+
+constexpr std::size_t kMiB = 1024 * 1024;
+
+constexpr std::uint64_t memory_for(std::size_t size) {
+    return 64 * kMiB + 20 * std::uint64_t{size};
+}
+
+constexpr unsigned seconds_for(std::size_t size) {
+    return static_cast<unsigned>(10 + (size + 2 * kMiB - 1) / (2 * kMiB));
+}
+
+void limit(__rlimit_resource resource, rlim_t soft, rlim_t hard) {
+    const rlimit limits{.rlim_cur = soft, .rlim_max = hard};
+    setrlimit(resource, &limits);
+}
+
+void set_limits(std::size_t size) {
+#ifndef AUTORESPONDER_SANITIZED  // the sanitizers' own memory would count
+    limit(RLIMIT_DATA, memory_for(size), memory_for(size));
+#endif
+    // Beyond the soft limit there is SIGXCPU, which may be ignored, beyond the hard one SIGKILL.
+    limit(RLIMIT_CPU, seconds_for(size), seconds_for(size) + 1);
+    limit(RLIMIT_FSIZE, 0, 0);
+    limit(RLIMIT_NPROC, 0, 0);
+    limit(RLIMIT_CORE, 0, 0);
+}
+
+tolva::Result<void> give_up_rights() {
+    return geteuid() == 0 ? assume(unprivileged_identity()) : give_up_privileges();
+}
+
+void do_work(ConfinedEnd& end, const std::function<void(ConfinedEnd&)>& work) {
+    constexpr std::size_t most = 1000;
+    try {
+        work(end);
+        end.out().put(kDone, "");
+    } catch (const std::bad_alloc&) {
+        end.out().put(kMemoryExhausted, "");
+    } catch (const std::exception& error) {
+        end.out().put(kThrown, std::string_view(error.what()).substr(0, most));
+    }
+}
+
+// What the process does, from its start to its end.
+void live(std::size_t size, pid_t parent, const std::function<void(ConfinedEnd&)>& work) {
+    ConfinedEnd end;
+    set_limits(size);
+    if (const tolva::Result<void> given_up = give_up_rights(); !given_up) {
+        end.out().put_number(kRightsKept, static_cast<std::uint64_t>(given_up.error()));
+    } else {
+        end_with(parent);
+        confine_file_access();
+        filter_system_calls();
+        do_work(end, work);
+    }
+    [[maybe_unused]] const auto sent = end.out().flush();
+}
+
+struct SocketPair {
+    tolva::Descriptor own;
+    tolva::Descriptor others;
+};
+
+tolva::Result<SocketPair> make_sockets() {
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        return tolva::Errno{errno};
+    }
+    return SocketPair{tolva::Descriptor(ends[0]), tolva::Descriptor(ends[1])};
+}
+
+[[noreturn]] void fail_to_start(int error) {
+    throw ConfinedProcessError("the reading process cannot be started: " + error_text(error));
+}
+
+std::string end_of(int status, std::size_t size) {
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU) {
+        return "the reading process took more than " + std::to_string(seconds_for(size)) +
+               " s of processor time";
+    }
+    if (WIFSIGNALED(status)) {
+        return "the reading process was ended by signal " + std::to_string(WTERMSIG(status));
+    }
+    return "the reading process ended before it was done";
+}
+
+}  // namespace
+
+ConfinedEnd::ConfinedEnd()
+    : out_(STDIN_FILENO), in_([](std::span<char> bytes) {
+          const tolva::Result<std::size_t> count = tolva::read_some(STDIN_FILENO, bytes);
+          return count ? *count : 0;
+      }) {}
+
+Item ConfinedEnd::next() {
+    [[maybe_unused]] const auto sent = out_.flush();
+    const std::optional<Item> item = in_.next();
+    if (!item) {
+        _exit(EXIT_SUCCESS);
+    }
+    return *item;
+}
+
+ConfinedProcess::ConfinedProcess(std::size_t size, const std::function<void(ConfinedEnd&)>& work)
+    : size_(size),
+      socket_(start(work)),
+      out_(socket_.get()),
+      in_([this](std::span<char> bytes) { return receive(bytes); }) {}
+
+tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>& work) {
+    tolva::Result<SocketPair> sockets = make_sockets();
+    if (!sockets) {
+        fail_to_start(sockets.error());
+    }
+    tolva::Result<tolva::Pipe> pipe = tolva::make_pipe();
+    if (!pipe) {
+        fail_to_start(pipe.error());
+    }
+    const pid_t parent = getpid();
+    tolva::Result<ForkedProcess> process = ForkedProcess::start(
+        {.in = sockets->others.get(), .out = pipe->write_end.get(), .err = pipe->write_end.get()},
+        [&] { live(size_, parent, work); });
+    if (!process) {
+        fail_to_start(process.error());
+    }
+    process_.emplace(std::move(*process));
+    complaints_ = std::move(pipe->read_end);
+    fcntl(complaints_.get(), F_SETFL, O_NONBLOCK);
+    return std::move(sockets->own);
+}
+
+void ConfinedProcess::flush() {
+    if (!out_.flush()) {
+        fail();
+    }
+}
+
+std::optional<Item> ConfinedProcess::next() {
+    const std::optional<Item> item = in_.next();
+    if (!item) {
+        fail();
+    }
+    switch (item->kind) {
+        case kDone:
+            socket_.close();
+            complaints_.close();
+            return std::nullopt;
+        case kThrown:
+            throw std::runtime_error(std::string(item->bytes));
+        case kMemoryExhausted:
+            throw ConfinedProcessError("the reading process ran out of memory");
+        case kRightsKept:
+            throw ConfinedProcessError(
+                "the reading process cannot give up its rights: " +
+                error_text(static_cast<int>(number_in(*item).value_or(EPERM))));
+        default:
+            return item;
+    }
+}
+
+std::size_t ConfinedProcess::receive(std::span<char> bytes) {
+    const int most_silent = static_cast<int>(3000 * seconds_for(size_));
+    for (;;) {
+        // The socket first: what was written to the pipe before that is then found there.
+        std::array<pollfd, 2> streams = {pollfd{socket_.get(), POLLIN, 0},
+                                         pollfd{complaints_.get(), POLLIN, 0}};
+        const long ready = TEMP_FAILURE_RETRY(poll(streams.data(), streams.size(), most_silent));
+        if (ready <= 0) {
+            process_->kill();
+            throw ConfinedProcessError("the reading process was silent for " +
+                                       std::to_string(most_silent / 1000) + " s");
+        }
+        if (streams[1].revents != 0) {
+            pass_complaints_on();
+        }
+        if (streams[0].revents != 0) {
+            const tolva::Result<std::size_t> count = tolva::read_some(socket_.get(), bytes);
+            received_ += count ? *count : 0;
+            return count && received_ <= memory_for(size_) ? *count : 0;
+        }
+    }
+}
+
+void ConfinedProcess::pass_complaints_on() {
+    std::array<char, 4096> bytes;
+    for (;;) {
+        const tolva::Result<std::size_t> count = tolva::read_some(complaints_.get(), bytes);
+        if (!count) {
+            return;  // there are no more for now
+        }
+        if (*count == 0) {
+            complaints_.close();
+            return;
+        }
+        [[maybe_unused]] const auto written =
+            tolva::write_whole(STDERR_FILENO, std::string_view(bytes.data(), *count));
+    }
+}
+
+void ConfinedProcess::fail() {
+    // Also where it is still there: what it says is not what it should say.
+    throw ConfinedProcessError(end_of(process_->kill(), size_));
+}
+
+std::vector<std::string> missing_confinement() {
+    std::vector<std::string> missing;
+    if (!can_filter_system_calls()) {
+        missing.emplace_back("filter system calls (seccomp)");
+    }
+    if (!can_confine_file_access()) {
+        missing.emplace_back("confine the access to files (Landlock)");
+    }
+    return missing;
+}
+
+}  // namespace autoresponder
