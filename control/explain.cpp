@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "control/captured_output.h"
+#include "control/details.h"
 #include "control/mail_files.h"
-#include "control/near_miss.h"
-#include "control/parts.h"
 #include "core/ending.h"
 #include "core/message/dw_string.h"
 #include "core/reply/reply.h"
+#include "core/reply/reply_text.h"
 #include "core/reply/subject_placeholders.h"
 #include "core/run/diagnostics.h"
 #include "core/send/delivery.h"
@@ -82,17 +82,6 @@ class Show : public Ending {
     std::map<const ResponderStory*, std::size_t> replies_;  // where they are in mails_
 };
 
-void explain_parts(Explanation& explanation, const DwMessage& message) {
-    for (const DwBodyPart* part = message.Body().FirstBodyPart(); part != nullptr;
-         part = part->Next()) {
-        explanation.parts.push_back({.type = type_of(*part), .is_multipart = is_multipart(*part)});
-    }
-    const MessageAnalysis& analysis = *explanation.story.message;
-    explanation.text_type = analysis.text_source == MessageText::Source::kPart
-                                ? explanation.parts.at(analysis.text_part).type
-                                : type_of(message);
-}
-
 std::vector<ExplainedAttachment> explain_attachments(const Attachments& attachments,
                                                      const AttachmentRepository& repository) {
     std::vector<ExplainedAttachment> explained;
@@ -118,19 +107,20 @@ ExplainedReply explain_reply(const ResponderStory& responder, const Mail_content
             .too_large = reply.kind == ExplainedMail::Kind::kSizeNotice};
 }
 
-void explain_responders(Explanation& explanation, const DwMessage& message, const Show& show) {
+// `near_misses` has one text for each responder.
+void explain_responders(Explanation& explanation, const std::vector<std::string>& near_misses,
+                        const Show& show) {
     const Story& story = explanation.story;
     if (story.responders.empty()) {
         return;
     }
     const Mail_content& mail = story.message->content;
     const AttachmentRepository repository(*story.mailbox);
-    for (const ResponderStory& responder : story.responders) {
+    for (std::size_t i = 0; i < story.responders.size(); ++i) {
+        const ResponderStory& responder = story.responders[i];
         ExplainedResponder explained;
         explained.key_occurs = key_occurs(responder.row, mail);
-        if (!explained.key_occurs) {
-            explained.near_miss = near_miss(responder.row, mail, message);
-        }
+        explained.near_miss = near_misses[i];
         explained.attachments = explain_attachments(responder.attachments, repository);
         if (const ExplainedMail* reply = show.reply_of(responder)) {
             explained.reply = explain_reply(responder, mail, *reply);
@@ -190,15 +180,9 @@ Explanation explain(const DwString& text, const std::string& recipient,
                             .size_limit = SizeLimit::of_mail_system().bytes()};
     MailFiles files(mail_directory);
     Show show(text, files);
-    std::unique_ptr<DwMessage> message;
     {
         const CapturedOutput captured;
-        tell(explanation.story, [&] {
-            DwInitialize();
-            message.reset(DwMessage::NewMessage(text, nullptr));
-            message->Parse();
-            walk(text, settings.audience, explanation.story, show);
-        });
+        tell(explanation.story, [&] { walk(text, settings.audience, explanation.story, show); });
         if (settings.verdicts) {
             report(verdict_line(explanation.story));
         }
@@ -206,8 +190,10 @@ Explanation explain(const DwString& text, const std::string& recipient,
     }
     files.throw_if_failed();
     if (explanation.story.message) {
-        explain_parts(explanation, *message);
-        explain_responders(explanation, *message, show);
+        MessageDetails details = details_of(text, explanation.story);
+        explanation.text_type = std::move(details.text_type);
+        explanation.parts = std::move(details.parts);
+        explain_responders(explanation, details.near_misses, show);
     }
     explanation.mails = show.mails();
     conclude(explanation);

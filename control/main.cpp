@@ -18,6 +18,7 @@
 #include "control/explanation.h"
 #include "control/failure.h"
 #include "control/version.h"
+#include "core/message/incoming_message.h"
 #include "core/run/diagnostics.h"
 #include "core/run/run_end.h"
 #include "support/log.h"

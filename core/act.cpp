@@ -49,7 +49,7 @@ void act(DwString text, Audience audience, tolva::Result<void> copy_whole, Story
 int db_mail_act(Mail_content* mail) {
     Story story{.recipient = mail->to, .message = MessageAnalysis{.content = *mail}};
     Act ending({});
-    walk_mailbox(Audience::kEverybody, story, ending);
+    walk_mailbox(story, ending);
     return 0;
 }
 

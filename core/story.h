@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/files/attachment_repository.h"  // IWYU pragma: export
-#include "core/message/incoming_message.h"     // IWYU pragma: export
+#include "core/message/message_analysis.h"     // IWYU pragma: export
 #include "core/panel/mailbox.h"                // IWYU pragma: export
 #include "core/panel/reply_limit.h"            // IWYU pragma: export
 #include "core/panel/responder.h"              // IWYU pragma: export

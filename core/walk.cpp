@@ -9,11 +9,10 @@
 
 #include "core/ending.h"
 #include "core/message/dw_string.h"
-#include "core/message/header_fields.h"
 #include "core/panel/database_session.h"
-#include "core/people/automatic_mail.h"
 #include "core/people/loop_and_daemon_check.h"
 #include "core/people/recipient_check.h"
+#include "core/reader/message_reader.h"
 #include "core/reply/auto_submitted.h"
 #include "core/reply/reply.h"
 #include "core/reply/reply_file.h"
@@ -30,15 +29,11 @@ namespace autoresponder {
 namespace {
 
 // Whether the message yields what a reply needs.
-bool can_be_answered(DwString text, Audience audience, Story& story) {
-    const char* recipient = story.recipient ? story.recipient->c_str() : nullptr;
-    MessageAnalysis message = analyse_message(take(text), recipient, audience);
+bool can_be_answered(const MessageAnalysis& message, Story& story) {
     if (message.objection != nullptr) {
         give_up(story, message.objection);
-        return false;
     }
-    story.message = std::move(message);
-    return true;
+    return message.objection == nullptr;
 }
 
 bool would_loop(Story& story) {
@@ -58,24 +53,28 @@ std::string note_not_a_person(Story& story, const std::string& rule) {
     return "only people are answered: " + rule;
 }
 
-bool is_from_machine(Story& story) {
-    const HeaderFields header(story.message->header);
-    const auto rule = machine_reason(story.message->content, envelope_sender(header), header);
-    if (rule) {
-        story.reason = note_not_a_person(story, *rule);
+bool is_from_machine(Story& story, const PersonalFacts& facts) {
+    if (!facts.machine.empty()) {
+        story.reason = note_not_a_person(story, facts.machine);
     }
-    return rule.has_value();
+    return !facts.machine.empty();
 }
+
+// What is asked and written of a message where only people are answered.
+struct OnlyPeople {
+    MessageReader& reader;
+    const PersonalFacts& facts;
+};
 
 // The half of the walk that asks the panel.
 class MailboxWalk {
   public:
-    MailboxWalk(Audience audience, Story& story, Ending& ending)
-        : audience_(audience),
+    // `only_people` is null where everybody is answered.
+    MailboxWalk(const std::optional<OnlyPeople>& only_people, Story& story, Ending& ending)
+        : only_people_(only_people),
           story_(story),
           ending_(ending),
           mail_(story.message->content),
-          header_(story.message->header),
           recipient_(escape_recipient(mail_)),
           session_(Session::open()) {
         if (!session_.escapes_with_backslash()) {
@@ -87,8 +86,7 @@ class MailboxWalk {
     }
 
     void go() {
-        if (!look_up_mailbox() || !select_responders() ||
-            (audience_ == Audience::kOnlyPeople && is_impersonal())) {
+        if (!look_up_mailbox() || !select_responders() || (only_people_ && is_impersonal())) {
             return;
         }
         const AttachmentRepository repository(*story_.mailbox);
@@ -129,7 +127,11 @@ class MailboxWalk {
     }
 
     bool is_impersonal() {
-        const auto rule = impersonal_reason(session_, mail_, *story_.mailbox, header_);
+        const auto rule =
+            impersonal_reason(session_, mail_, *story_.mailbox, only_people_->facts.sender,
+                              [this](const MailboxNames& names) {
+                                  return only_people_->reader.stand_in_header(names);
+                              });
         if (rule) {
             const std::string reason = note_not_a_person(story_, *rule);
             for (ResponderStory* responder : applying_) {
@@ -195,33 +197,39 @@ class MailboxWalk {
         }
     }
 
-    const Audience audience_;
+    const std::optional<OnlyPeople> only_people_;
     Story& story_;
     Ending& ending_;
     const bool has_effects_ = ending_.effects() == Ending::Effects::kReal;
     const Mail_content& mail_;
-    const HeaderFields header_;
     EscapedAddress recipient_;
     Session session_;
     std::vector<ResponderStory*> applying_;  // in the server's order
     const ReplyMarks marks_ =
-        audience_ == Audience::kOnlyPeople ? ReplyMarks(header_) : ReplyMarks();
+        only_people_ ? ReplyMarks(only_people_->facts.message_id) : ReplyMarks();
 };
 
 }  // namespace
 
 void walk(DwString text, Audience audience, Story& story, Ending& ending) {
-    if (!can_be_answered(take(text), audience, story) || would_loop(story)) {
+    MessageReader reader(take(text), story.recipient, audience);
+    MessageFacts facts = reader.read();
+    if (!can_be_answered(facts.analysis, story)) {
         return;
     }
-    if (audience == Audience::kOnlyPeople && is_from_machine(story)) {
+    story.message = std::move(facts.analysis);
+    if (would_loop(story)) {
         return;
     }
-    walk_mailbox(audience, story, ending);
+    if (audience == Audience::kEverybody) {
+        MailboxWalk(std::nullopt, story, ending).go();
+    } else if (!is_from_machine(story, facts.personal)) {
+        MailboxWalk(OnlyPeople{reader, facts.personal}, story, ending).go();
+    }
 }
 
-void walk_mailbox(Audience audience, Story& story, Ending& ending) {
-    MailboxWalk(audience, story, ending).go();
+void walk_mailbox(Story& story, Ending& ending) {
+    MailboxWalk(std::nullopt, story, ending).go();
 }
 
 void give_up(Story& story, const char* objection) {

@@ -20,8 +20,9 @@ struct Story;
 /// std::exception.
 void walk(DwString text, Audience audience, Story& story, Ending& ending);
 
-/// The second half, from the mailbox on, for a message that would not make a loop.
-void walk_mailbox(Audience audience, Story& story, Ending& ending);
+/// The second half, from the mailbox on, for a message that would not make a loop. Everybody is
+/// answered.
+void walk_mailbox(Story& story, Ending& ending);
 
 /// The end of a message that cannot be answered at all: reports the line `objection`
 /// and "Abnormal exit."

@@ -4,6 +4,8 @@
 
 #include <idna.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -68,6 +70,20 @@ const char* IdnaError::what() const noexcept {
 
 std::string toAscii(const std::string& name) {
     return convert(idna_to_ascii_8z, name);
+}
+
+void checkLengths(std::string_view name) {
+    constexpr std::size_t longest_label = 63;
+    if (name == ".") {
+        return;
+    }
+    while (!name.empty()) {
+        const std::size_t dot = std::min(name.find('.'), name.size());
+        if (dot == 0 || dot > longest_label) {
+            throw IdnaError(IDNA_INVALID_LENGTH);
+        }
+        name.remove_prefix(std::min(dot + 1, name.size()));
+    }
 }
 
 std::string toUtf8(const std::string& name) {

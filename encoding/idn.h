@@ -10,6 +10,7 @@
 #ifdef __cplusplus
 #include <exception>
 #include <string>
+#include <string_view>
 
 extern "C" {
 #endif
@@ -44,6 +45,11 @@ class IdnaError : public std::exception {
 /// Returns the ASCII form ("xn--" labels) of the UTF-8 domain name `name`. Unassigned code points
 /// are refused; ASCII characters other than letters, digits and hyphens are not.
 std::string toAscii(const std::string& name);
+
+/// Throws IdnaError unless the parts between the dots of the ASCII name `name` have lengths that
+/// domain names can have (RFC 3490, 4.1); the last may be empty, as the root of all domains is. Its
+/// ASCII form is then the name itself.
+void checkLengths(std::string_view name);
 
 /// Returns the UTF-8 form of the ASCII domain name `name`; labels that do not decode stay as they
 /// are.

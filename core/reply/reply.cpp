@@ -3,16 +3,15 @@
 #include "core/reply/reply.h"
 
 #include <cstdlib>
-#include <exception>
 #include <new>
 #include <optional>
 
 #include "core/message/mail_content.h"
 #include "core/reply/attachment_part.h"
+#include "core/reply/reply_address.h"
+#include "core/reply/reply_text.h"
 #include "core/reply/subject_placeholders.h"
 #include "core/run/diagnostics.h"
-#include "encoding/iconv_recode.h"
-#include "encoding/idn.h"
 #include "encoding/rfc1522.h"
 
 namespace autoresponder {
@@ -22,8 +21,8 @@ namespace {
 // The mailbox's address as it stands in From:, or null if it cannot be converted.
 std::optional<std::string> from_address(const std::string& mailbox_address) {
     try {
-        return tolva::idn::toAscii(mailbox_address);
-    } catch (const tolva::idn::IdnaError& error) {
+        return reply_address(mailbox_address);
+    } catch (const AddressError& error) {
         record(0, "IDN conversion error: %s", error.what());
     } catch (const std::bad_alloc&) {
         record(0, "Program failed due to exhausted memory");
@@ -73,16 +72,6 @@ void write_reply(std::ostream& out, const Mail_content& mail, const ReplySource&
         write_attachment_part(out, source.repository, name);
     }
     out << delimiter << "--\n";
-}
-
-ReplyText reply_text(const std::string& text, const std::string& charset) {
-    try {
-        return {tolva::iconvRecode(text, "UTF-8", charset, true), charset};
-    } catch (const std::exception&) {
-        // Whatever the charset's name or the text causes, exhausted memory included: a reply in
-        // UTF-8 is better than none.
-        return {text, "UTF-8"};
-    }
 }
 
 std::string makeBoundaryStr() {

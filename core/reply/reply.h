@@ -32,15 +32,6 @@ struct ReplySource {
 /// cannot be read see core/reply/attachment_part.h. Throws std::bad_alloc.
 void write_reply(std::ostream& out, const Mail_content& mail, const ReplySource& source);
 
-/// The text of a reply as it is sent.
-struct ReplyText {
-    std::string bytes;
-    std::string charset;
-};
-
-/// `text`, UTF-8, in `charset`, or as it is where it cannot be converted. Throws std::bad_alloc.
-ReplyText reply_text(const std::string& text, const std::string& charset);
-
 /// A MIME boundary of 39 characters: eight hyphens, "=_" and 29 letters from rand(3), whose
 /// generator is never seeded: every run goes through the same sequence, and each call within a run
 /// takes the next 29 numbers of it.

@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "core/message/mail_content.h"
+#include "core/reply/reply_address.h"
 #include "core/reply/reply_file.h"
 #include "core/run/diagnostics.h"
 #include "core/send/mail_program.h"
-#include "encoding/idn.h"
 #include "support/ascii.h"
 
 namespace autoresponder {
@@ -23,7 +23,7 @@ void check_reply_recipient(const Mail_content& mail) {
 }
 
 Envelope reply_envelope(const Mail_content& mail) {
-    return {.sender = tolva::idn::toAscii(mail.to), .recipient = mail.from};
+    return {.sender = reply_address(mail.to), .recipient = mail.from};
 }
 
 int submit_reply(tolva::Descriptor reply, const Envelope& envelope) {
@@ -39,7 +39,7 @@ bool sent_or_recorded(const std::function<void()>& send) {
     try {
         send();
         return true;
-    } catch (const tolva::idn::IdnaError& error) {
+    } catch (const AddressError& error) {
         record(0, "IDN conversion error: %s", error.what());
     } catch (const std::bad_alloc&) {
         record(0, "Program failed due to exhausted memory");

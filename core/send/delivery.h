@@ -21,7 +21,7 @@ struct Envelope {
 void check_reply_recipient(const Mail_content& mail);
 
 /// From whom to whom the replies to `mail` go: from the mailbox's address to the message's sender.
-/// Throws tolva::idn::IdnaError when the mailbox's address has no ASCII form.
+/// Throws AddressError when the mailbox's address has no ASCII form.
 Envelope reply_envelope(const Mail_content& mail);
 
 /// Hands the mail that is read from `reply` to the mail program and waits for it. Returns its

@@ -2,6 +2,9 @@
 
 // The mail program cannot be started, or ends early at every stage.
 
+#include <sys/syscall.h>
+
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -53,6 +56,26 @@ TEST_F(FailingMailProgram, ThatCannotBeStarted) {
     endure({.name = "no program at all", .invocation = plain_start()});
     write_file(kMailProgram, "#!/no/such/interpreter\n");
     endure({.name = "no interpreter for it", .invocation = plain_start()});
+}
+
+TEST_F(FailingMailProgram, WithoutAPipeToItTheNoticeIsNotSentAndTheReplyIs) {
+    if (kSanitized) {
+        GTEST_SKIP() << "the sanitizers open pipes for their checks";
+    }
+    const std::size_t all = run(plain_start()).mails.size();
+    bool met = false;
+    for (int pipe = 1; pipe <= 8; ++pipe) {
+        sql("delete from resp_freq");
+        const Outcome outcome = run(with_failing_call(
+            plain_start(), std::to_string(SYS_pipe2) + ":" + std::to_string(pipe) + ":error:24"));
+        if (outcome.err.find("autoresponder: Failed to create pipe to sendmail to notify about "
+                             "missing attachment files: Too many open files (24)\n") !=
+            std::string::npos) {
+            met = true;
+            EXPECT_EQ(outcome.mails.size(), all - 1) << outcome.err;
+        }
+    }
+    EXPECT_TRUE(met);
 }
 
 TEST_F(FailingMailProgram, ThatEndsBeforeItHasReadAll) {

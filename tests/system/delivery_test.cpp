@@ -342,7 +342,7 @@ TEST_F(Delivery, TheFileIsOpenedBeforeTheAddressIsConverted) {
 }
 
 TEST_F(Delivery, WithoutANewProcessTheReplyIsASendError) {
-    const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
+    const Outcome outcome = run({.message = plain_message(), .refuse_programs = true});
     EXPECT_THAT(outcome.mails, IsEmpty());
     const std::string failed_fork =
         "autoresponder: fork_execv_pipes: fork() failed\n"

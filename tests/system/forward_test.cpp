@@ -172,7 +172,7 @@ TEST_F(Forward, WithoutAddressesTheCopyIsNotOpened) {
 
 TEST_F(Forward, WithoutANewProcessTheRunGoesOn) {
     add_forward(1, "copy@example.net");
-    const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
+    const Outcome outcome = run({.message = plain_message(), .refuse_programs = true});
     EXPECT_THAT(outcome.err, HasSubstr("autoresponder: Failed to spawn sendmail for forwarding: "
                                        "Resource temporarily unavailable (11)\n"));
     EXPECT_THAT(outcome.err, HasSubstr("autoresponder: Failed to spawn sendmail for response: "));

@@ -223,29 +223,8 @@ TEST_F(MissingFileNotice, IsSentForEachAnsweringResponder) {
     EXPECT_THAT(outcome.mails[3].message, HasSubstr("\nSecond\n\n\n"));
 }
 
-TEST_F(MissingFileNotice, IsNotSentWithoutAPipe) {
-    if (kSanitized) {
-        GTEST_SKIP() << "the sanitizers open pipes for their checks";
-    }
-    // The lower the limit of open files, the earlier something fails; in between it is the pipe.
-    bool met = false;
-    for (rlim_t limit = 16; limit > 3; --limit) {
-        const Outcome outcome =
-            run({.message = plain_message(), .limits = {{RLIMIT_NOFILE, limit}}});
-        if (outcome.err ==
-            "autoresponder: Failed to create pipe to sendmail to notify about missing attachment "
-            "files: Too many open files (24)\n") {
-            met = true;
-            ASSERT_THAT(outcome.mails, SizeIs(1));
-            EXPECT_EQ(outcome.mails[0].message, plain_reply());
-        }
-        sql("delete from resp_freq");
-    }
-    EXPECT_TRUE(met);
-}
-
 TEST_F(MissingFileNotice, IsNotSentWithoutANewProcess) {
-    const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
+    const Outcome outcome = run({.message = plain_message(), .refuse_programs = true});
     EXPECT_THAT(outcome.err,
                 HasSubstr("autoresponder: Failed to spawn sendmail to notify about missing "
                           "attachment files: Resource temporarily unavailable (11)\n"));

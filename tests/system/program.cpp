@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -18,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -54,9 +56,16 @@ std::string content(int fd) {
     return bytes;
 }
 
+constexpr std::uint32_t kTryAgain = SECCOMP_RET_ERRNO | EAGAIN;
+
+bool install(std::span<sock_filter> filter) {
+    const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
 // Has the kernel refuse every way to make a process.
 bool refuse_fork() {
-    constexpr std::uint32_t refusal = SECCOMP_RET_ERRNO | EAGAIN;
     std::array<sock_filter, 7> filter = {{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 4, 0),
@@ -69,11 +78,30 @@ bool refuse_fork() {
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 1, 0),
 #endif
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-        BPF_STMT(BPF_RET | BPF_K, refusal),
+        BPF_STMT(BPF_RET | BPF_K, kTryAgain),
     }};
-    const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+    return install(filter);
+}
+
+// Has it refuse vfork(2), which programs are started with.
+bool refuse_programs() {
+#ifdef SYS_vfork
+    constexpr std::uint32_t call = SYS_vfork;
+    constexpr std::uint32_t flags = ~0U;
+#else
+    constexpr std::uint32_t call = SYS_clone;
+    constexpr std::uint32_t flags = CLONE_VFORK;
+#endif
+    std::array<sock_filter, 6> filter = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 2),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS,
+                 flags == ~0U ? offsetof(seccomp_data, arch) : offsetof(seccomp_data, args)),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, flags, 1, 0),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        BPF_STMT(BPF_RET | BPF_K, kTryAgain),
+    }};
+    return install(filter);
 }
 
 bool become_nobody() {
@@ -90,7 +118,7 @@ void set_environment(const Invocation& invocation) {
     for (const auto& [name, value] : invocation.environment) {
         setenv(name.c_str(), value.c_str(), 1);
     }
-    if (invocation.refuse_fork) {
+    if (invocation.refuse_fork || invocation.refuse_programs) {
         // The leak checker starts a process of its own.
         setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
     }
@@ -124,7 +152,8 @@ void set_environment(const Invocation& invocation) {
         limit.rlim_cur = value;
         ready = ready && setrlimit(static_cast<__rlimit_resource>(resource), &limit) == 0;
     }
-    ready = ready && (!invocation.refuse_fork || refuse_fork());
+    ready = ready && (!invocation.refuse_fork || refuse_fork()) &&
+            (!invocation.refuse_programs || refuse_programs());
     const bool by_nobody = invocation.set_user_id || invocation.as_nobody;
     ready = ready && (!by_nobody || become_nobody());
     if (ready) {

@@ -36,6 +36,7 @@ struct Invocation {
     mode_t umask = 022;
     std::vector<gid_t> groups = {};        // supplementary groups; none: those of the tests
     bool refuse_fork = false;              // the kernel refuses new processes with EAGAIN
+    bool refuse_programs = false;          // it refuses vfork(2), which programs are started with
     bool hold_input_open = false;          // no end of input after the message until end_input()
     std::string input_path = {};           // opened as standard input in place of the message
     bool as_nobody = false;                // started by kNobody

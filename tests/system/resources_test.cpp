@@ -235,6 +235,15 @@ TEST_F(Resources, RunsSideBySideDoNotDisturbEachOther) {
     EXPECT_EQ(temporary_files(), before);
 }
 
+TEST_F(Resources, WithoutAProcessToReadItTheMessageIsNotAnswered) {
+    const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
+    EXPECT_EQ(outcome.err,
+              "autoresponder: The message could not be read: the reading process cannot be "
+              "started: Resource temporarily unavailable (11)\n");
+    EXPECT_THAT(outcome.mails, IsEmpty());
+    EXPECT_THAT(statements(), IsEmpty());
+}
+
 TEST_F(Resources, TheCopyOfTheMessageTakesNoDescriptorAfterItIsWritten) {
     write_attachment("here.txt", "here");
     add_attachment(1, "here.txt");

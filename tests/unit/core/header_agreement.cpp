@@ -11,8 +11,8 @@
 #include "core/message/header_fields.h"
 #include "core/message/mail_address.h"
 #include "core/message/mail_content.h"
+#include "core/message/message_id.h"
 #include "core/people/automatic_mail.h"
-#include "core/reply/auto_submitted.h"
 #include "tests/unit/core/naive_header.h"
 
 namespace {

@@ -26,7 +26,7 @@ bool out_of_memory = false;
 std::string written() {
     Mail_content mail;
     mail.from = "ann@correspondent.example";
-    mail.to = "info@client.example";
+    mail.to = "info@cli\xC3\xABnt.example";
     ResponderRow row;
     row.text = "Thank you.";
     row.header.charset = "UTF-8";
@@ -64,7 +64,7 @@ TEST(ReplyFaults, ExhaustedMemoryLeavesOutTheFromHeaderAndIsRecorded) {
     const std::string err = testing::internal::GetCapturedStderr();
     out_of_memory = false;
     messlog_set_end(go_on);
-    EXPECT_EQ(err, "Program failed due to exhausted memory\n");
+    EXPECT_EQ(err, "IDN conversion error: the reading process ran out of memory\n");
     EXPECT_EQ(out, err);
     EXPECT_THAT(reply, testing::StartsWith("To: ann@correspondent.example\nMIME-Version: 1.0\n"));
     EXPECT_THAT(reply, testing::EndsWith("\n\nThank you.\n\n\n"));

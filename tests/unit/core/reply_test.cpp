@@ -15,6 +15,7 @@
 #include "core/files/attachment_repository.h"
 #include "core/message/header_fields.h"
 #include "core/message/mail_content.h"
+#include "core/message/message_id.h"
 #include "core/panel/responder.h"
 #include "core/reply/auto_submitted.h"
 #include "core/reply/reply_file.h"
@@ -79,7 +80,7 @@ TEST(Reply, BearsTheValuesForItsHeaderNotThoseOfTheRow) {
 
 TEST(Reply, MarksStandAfterTheSubject) {
     const std::string header = "Message-ID: <1@b.org>\n";
-    EXPECT_THAT(written(responder(), {}, "", ReplyMarks(HeaderFields(header))),
+    EXPECT_THAT(written(responder(), {}, "", ReplyMarks(message_id(HeaderFields(header)))),
                 testing::HasSubstr("\nSubject: Re: A question\n"
                                    "Auto-Submitted: auto-replied\n"
                                    "In-Reply-To: <1@b.org>\n"
@@ -213,32 +214,6 @@ TEST(ReplySubject, IsCutAt999BytesInTheMiddleOfAValueIfNeedBe) {
     EXPECT_EQ(subject(std::string(990, 'x') + "<request_subject>"),
               std::string(990, 'x') + "A questio");
     EXPECT_EQ(subject(std::string(1500, 'x')), std::string(999, 'x'));
-}
-
-TEST(ReplyText, IsConvertedToTheRespondersCharset) {
-    const ReplyText text = reply_text(
-        "Gr\xC3\xBC\xC3\x9F"
-        "e",
-        "ISO-8859-1");
-    EXPECT_EQ(text.bytes,
-              "Gr\xFC\xDF"
-              "e");
-    EXPECT_EQ(text.charset, "ISO-8859-1");
-}
-
-TEST(ReplyText, HasAQuestionMarkForEachByteOfWhatTheCharsetLacks) {
-    EXPECT_EQ(reply_text("\xE2\x82\xAC 5", "ISO-8859-1").bytes, "??? 5");
-}
-
-TEST(ReplyText, StaysUtf8WhereItCannotBeConverted) {
-    const ReplyText text = reply_text(
-        "Gr\xC3\xBC\xC3\x9F"
-        "e",
-        "no-such-charset");
-    EXPECT_EQ(text.bytes,
-              "Gr\xC3\xBC\xC3\x9F"
-              "e");
-    EXPECT_EQ(text.charset, "UTF-8");
 }
 
 TEST(Boundary, IsEightHyphensEqualsUnderscoreAndTwentyNineLetters) {

@@ -11,6 +11,7 @@
 
 #include "core/message/header_fields.h"
 #include "core/message/mail_content.h"
+#include "core/message/message_id.h"
 #include "core/reply/auto_submitted.h"
 
 namespace {
@@ -70,7 +71,7 @@ TEST(SizeNotice, TellsTheSenderWhyThereIsNoReply) {
 
 TEST(SizeNotice, NamesTheReplyAddressFirstAndBearsMarksLast) {
     const HeaderFields header("Message-ID: <1@b.org>\n");
-    EXPECT_EQ(notice("desk@b.org", ReplyMarks(header)),
+    EXPECT_EQ(notice("desk@b.org", ReplyMarks(message_id(header))),
               "Reply-To: desk@b.org\n"
               "From: info@b\xC3\xBC.example\n"
               "CC: \n"

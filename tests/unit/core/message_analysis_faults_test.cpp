@@ -10,12 +10,18 @@
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>
 
-#include "core/message/incoming_message.h"
+#include "core/message/message_analysis.h"
 #include "core/run/settings.h"
 
 namespace {
 
 using namespace autoresponder;
+
+class NoText : public TextSink {
+  public:
+    void begin(std::size_t /*expected*/) override {}
+    void add(std::string_view /*piece*/) override {}
+};
 
 int conversions_until_exhaustion = -1;  // none
 
@@ -40,9 +46,11 @@ TEST(MessageAnalysisFaults, ExhaustedMemoryIsNoFailedConversion) {
     for (const int conversion : {0, 1}) {  // of the body, of the subject
         testing::internal::CaptureStderr();
         conversions_until_exhaustion = conversion;
-        EXPECT_THROW(
-            analyse_message(DwString(message.data(), message.size()), "", Audience::kEverybody),
-            std::bad_alloc)
+        std::string header;
+        NoText text;
+        EXPECT_THROW(analyse_message(DwString(message.data(), message.size()), "",
+                                     Audience::kEverybody, header, text),
+                     std::bad_alloc)
             << conversion;
         EXPECT_EQ(conversions_until_exhaustion, -1) << conversion;
         conversions_until_exhaustion = -1;

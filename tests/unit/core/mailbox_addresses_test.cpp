@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/people/recipient_check.h"
+#include "core/people/mailbox_addresses.h"
 
 #include <string>
 #include <string_view>
@@ -9,7 +9,6 @@
 
 #include "core/message/header_fields.h"
 #include "core/message/mail_address.h"
-#include "core/message/mail_content.h"
 #include "encoding/idn.h"
 
 namespace {
@@ -17,10 +16,10 @@ namespace {
 using namespace autoresponder;
 
 MailboxAddresses of(const std::string& mailname, const std::string& domain) {
-    Mail_content mail;
-    mail.to_mailname = mailname;
-    mail.to_domain = domain;
-    return MailboxAddresses(mail);
+    MailboxAddresses addresses;
+    addresses.add_local_part(mailname);
+    addresses.add_domain(domain);
+    return addresses;
 }
 
 TEST(MailboxAddresses, CompareWithoutLetterCase) {
