@@ -39,6 +39,14 @@ void set_options(MYSQL* connection, unsigned connect_seconds) {
     mysql_options(connection, MYSQL_OPT_LOCAL_INFILE, &none);
 }
 
+// The library keeps it for connecting again, which is off. Processes that are forked later must not
+// have it in their memory.
+void wipe_password(MYSQL* connection) {
+    if (connection->passwd != nullptr) {
+        explicit_bzero(connection->passwd, std::strlen(connection->passwd));
+    }
+}
+
 void report_refusal(MYSQL* connection, char* err, size_t size) {
     std::snprintf(err, size, "Unable to connect to Tolva Database: %s", mysql_error(connection));
     connect_errno = mysql_errno(connection);
@@ -64,6 +72,7 @@ ConnectionHandle log_in(const AdminPassword& password, Patience& patience, char*
         set_options(connection.get(), patience.seconds_for_try(kConnectSeconds));
         if (mysql_real_connect(connection.get(), "localhost", kUser, password.text(), kDatabase, 0,
                                nullptr, 0) != nullptr) {
+            wipe_password(connection.get());
             return connection;
         }
         if (!tolva::db::is_passing(connection.get()) || !patience.wait()) {

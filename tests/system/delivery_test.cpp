@@ -4,8 +4,11 @@
 
 #include <sys/stat.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -339,6 +342,48 @@ TEST_F(Delivery, TheFileIsOpenedBeforeTheAddressIsConverted) {
                      "directory .2.\n"
                      "autoresponder: Send error: Failed to generate response mail contents\n"
                      "System error 2: No such file or directory\n"));
+}
+
+// Whether `text` stands in the memory of that process that it can write to.
+bool has_in_memory(pid_t process, const std::string& text) {
+    const std::string directory = "/proc/" + std::to_string(process);
+    std::ifstream maps(directory + "/maps");
+    std::ifstream memory(directory + "/mem", std::ios::binary);
+    std::size_t searched = 0;
+    for (std::string line; std::getline(maps, line);) {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        if (std::sscanf(line.c_str(), "%zx-%zx rw", &begin, &end) != 2 ||
+            line.find(" rw") == std::string::npos) {
+            continue;
+        }
+        std::string bytes(end - begin, '\0');
+        memory.clear();
+        memory.seekg(static_cast<std::streamoff>(begin));
+        memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        searched += static_cast<std::size_t>(memory.gcount());
+        if (bytes.find(text) != std::string::npos) {
+            return true;
+        }
+    }
+    EXPECT_GT(searched, 100'000U);
+    return false;
+}
+
+TEST_F(Delivery, ThePasswordOfTheDatabaseIsNotInMemoryWhileMailIsSent) {
+    if (kSanitized) {
+        GTEST_SKIP() << "too much memory to search";
+    }
+    add_responder(2);  // so that the session is still open when the first reply is sent
+    replace_mail_program("touch /world/sending; while test -e /world/sending; do sleep 0.02; done\n"
+                         "exec \"$CAPTURE\" \"$@\"\n");
+    const auto program = start({.message = plain_message()});
+    ASSERT_TRUE(soon([] { return std::filesystem::exists("/world/sending"); }));
+    EXPECT_TRUE(has_in_memory(program->pid(), "sender@example.org"));
+    EXPECT_FALSE(has_in_memory(program->pid(), lines_of("/etc/tva/.tva.shadow").at(0)));
+    replace_mail_program("exec \"$CAPTURE\" \"$@\"\n");
+    std::filesystem::remove("/world/sending");
+    EXPECT_EQ(program->wait().status, 0);
 }
 
 TEST_F(Delivery, WithoutANewProcessTheReplyIsASendError) {
