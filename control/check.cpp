@@ -20,7 +20,9 @@
 #include "control/terminal.h"
 #include "core/panel/database_session.h"
 #include "core/reply/size_limit.h"
+#include "core/run/confined_process.h"
 #include "core/run/settings.h"
+#include "core/run/unprivileged_user.h"
 #include "core/send/mail_program.h"
 #include "support/conf.h"
 #include "support/conf_variables.h"
@@ -60,6 +62,26 @@ void check_settings(Checklist& checklist) {
     checklist.good("verdicts", settings.verdicts
                                    ? "logged: AUTORESPONDER_VERDICTS is true"
                                    : "not logged: AUTORESPONDER_VERDICTS is not true");
+}
+
+// Messages can be read without these features of the kernel, only not as safely.
+std::string confinement() {
+    std::string lacking;
+    for (const std::string& feature : missing_confinement()) {
+        lacking.append(lacking.empty() ? ", but the kernel cannot " : " nor ").append(feature);
+    }
+    return lacking;
+}
+
+void check_reader(Checklist& checklist) {
+    const std::string user = kUnprivilegedUser;
+    if (unprivileged_identity().user == kNobodyUser) {
+        checklist.to_do("reader", "add the system user " + user +
+                                      ", as the package does: messages are read as nobody" +
+                                      confinement());
+    } else {
+        checklist.good("reader", "messages are read as " + user + confinement());
+    }
 }
 
 void check_mail_names(Checklist& checklist) {
@@ -175,6 +197,7 @@ bool check_installation() {
     Checklist checklist(std::cout);
     check_configuration(checklist);
     check_settings(checklist);
+    check_reader(checklist);
     check_mail_names(checklist);
     check_password_file(checklist);
     check_mail_program(checklist);

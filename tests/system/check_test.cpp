@@ -55,6 +55,25 @@ TEST_F(Check, SaysWhatAndWhatFor) {
     EXPECT_THAT(out, HasSubstr("good  mail_resp     has all columns\n"));
 }
 
+TEST_F(Check, FindsThatTheUserIsMissingThatMessagesAreReadAs) {
+    EXPECT_THAT(control({.arguments = {"check"}}).out,
+                HasSubstr("\ngood  reader        messages are read as _autoresponder"));
+    const std::vector<std::string> users = lines_of("/etc/passwd");
+    const auto write_users = [&users](const std::string& left_out) {
+        std::string text;
+        for (const std::string& user : users) {
+            text += user.starts_with(left_out) ? "" : user + "\n";
+        }
+        write_file("/etc/passwd", text);
+    };
+    write_users("_autoresponder:");
+    EXPECT_THAT(to_do(), testing::StartsWith(
+                             "to do reader        add the system user _autoresponder, as the "
+                             "package does: messages are read as nobody"));
+    write_users("none");
+    EXPECT_EQ(to_do(), "");
+}
+
 TEST_F(Check, FindsDirectoriesAndFilesThatAreMissing) {
     std::filesystem::remove("/var/qmail/mailnames");
     EXPECT_THAT(to_do(),
