@@ -163,7 +163,7 @@ def measure_memory(world, program, mibs):
     for shape in messages.SHAPES:
         for mib in mibs:
             messages.write_large(file, shape, mib * MIB)
-            peaks[shape][mib] = world.run(program, file, "user@example.com").peak
+            peaks[shape][mib] = world.peak_of(program, file, "user@example.com")
             if world.take_answers() != 1:
                 raise SystemExit(f"bench: {shape} of {mib} MiB: not answered")
     file.unlink()

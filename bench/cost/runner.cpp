@@ -5,11 +5,8 @@
 // Starts PROGRAM once for each line of standard input, "RECIPIENT FILE", with the file as its
 // standard input, the recipient in RESP_RECIPIENT, and OUTPUT as its standard output; at most
 // PROCESSES run at a time. Writes a line for each that has ended: the microseconds of processor
-// time of it and the processes that it waited for, and the KiB of memory that the largest of them
-// had at its peak. Ends with status 1 when one cannot be started or ends with another status than
-// 0.
-//
-// A process of its own, because what a program is started from counts as its memory.
+// time of it and the processes that it waited for. Ends with status 1 when one cannot be started or
+// ends with another status than 0.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -47,8 +44,7 @@ bool wait_for_one() {
     if (wait4(-1, &status, 0, &usage) < 0) {
         return false;
     }
-    std::cout << microseconds(usage.ru_utime) + microseconds(usage.ru_stime) << " "
-              << usage.ru_maxrss << "\n";
+    std::cout << microseconds(usage.ru_utime) + microseconds(usage.ru_stime) << "\n";
     return status == 0;
 }
 

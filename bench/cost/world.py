@@ -20,7 +20,18 @@ class Usage:
     """What a program took, and those that it started."""
 
     microseconds: int  # of processor time, in all
-    peak: int  # bytes of memory of the largest of them
+
+
+def memory_of(process):
+    """The bytes of memory of a process and its children; what they share counts once."""
+    directory = pathlib.Path(f"/proc/{process}")
+    try:
+        children = (directory / f"task/{process}/children").read_text().split()
+        lines = (directory / "smaps_rollup").read_text().splitlines()
+    except OSError:  # it has ended
+        return 0
+    own = sum(int(line.split()[1]) * 1024 for line in lines if line.startswith("Pss:"))
+    return own + sum(memory_of(child) for child in children)
 
 
 class Database:
@@ -92,10 +103,24 @@ class World:
         if ended.returncode != 0:
             raise SystemExit(f"bench: {command[0]} failed")
         lines = [line.split() for line in ended.stdout.splitlines()]
-        return [Usage(int(cpu), int(peak) * 1024) for cpu, peak in lines], seconds
+        return [Usage(int(cpu)) for (cpu,) in lines], seconds
 
     def run(self, program, message, recipient):
         return self.run_all([program], [(recipient, message)])[0][0]
+
+    @staticmethod
+    def peak_of(program, message, recipient):
+        """The most memory in bytes that the processes of a run have at the same time, as far as
+        looking again and again finds it."""
+        environment = {**os.environ, "RESP_RECIPIENT": recipient}
+        peak = 0
+        with open(message, "rb") as standard_input, open(os.devnull, "wb") as nowhere:
+            run = subprocess.Popen(
+                [program], stdin=standard_input, env=environment, stdout=nowhere, stderr=nowhere
+            )
+            while run.poll() is None:
+                peak = max(peak, memory_of(run.pid))
+        return peak
 
     @staticmethod
     def complaints_of(program, message, recipient):

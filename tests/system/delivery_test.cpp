@@ -375,8 +375,9 @@ TEST_F(Delivery, ThePasswordOfTheDatabaseIsNotInMemoryWhileMailIsSent) {
         GTEST_SKIP() << "too much memory to search";
     }
     add_responder(2);  // so that the session is still open when the first reply is sent
-    replace_mail_program("touch /world/sending; while test -e /world/sending; do sleep 0.02; done\n"
-                         "exec \"$CAPTURE\" \"$@\"\n");
+    replace_mail_program(
+        "touch /world/sending; while test -e /world/sending; do sleep 0.02; done\n"
+        "exec \"$CAPTURE\" \"$@\"\n");
     const auto program = start({.message = plain_message()});
     ASSERT_TRUE(soon([] { return std::filesystem::exists("/world/sending"); }));
     EXPECT_TRUE(has_in_memory(program->pid(), "sender@example.org"));
