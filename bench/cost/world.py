@@ -73,7 +73,7 @@ class World:
 
     @staticmethod
     def set_only_people(wanted):
-        sample = SAMPLE.read_text()
+        sample = SAMPLE.read_text().replace("VERDICTS true", "VERDICTS false")
         SETTINGS.write_text(sample if wanted else sample.replace("ONLY_PEOPLE true", ""))
 
     @staticmethod

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -42,11 +43,15 @@ constexpr std::uint64_t memory_for(std::size_t size) {
 }
 
 constexpr unsigned seconds_for(std::size_t size) {
-    return static_cast<unsigned>(10 + (size + 2 * kMiB - 1) / (2 * kMiB));
+    return static_cast<unsigned>(10 + size / (2 * kMiB));
 }
 
+// Lowers the limits to these; those that are lower stay.
 void limit(__rlimit_resource resource, rlim_t soft, rlim_t hard) {
-    const rlimit limits{.rlim_cur = soft, .rlim_max = hard};
+    rlimit limits{};
+    getrlimit(resource, &limits);
+    limits.rlim_cur = std::min(limits.rlim_cur, soft);
+    limits.rlim_max = std::min(limits.rlim_max, hard);
     setrlimit(resource, &limits);
 }
 
@@ -61,8 +66,14 @@ void set_limits(std::size_t size) {
     limit(RLIMIT_CORE, 0, 0);
 }
 
+// In a container that has no user but root, that is all there is to be.
 tolva::Result<void> give_up_rights() {
-    return geteuid() == 0 ? assume(unprivileged_identity()) : give_up_privileges();
+    if (geteuid() != 0) {
+        return give_up_privileges();
+    }
+    const Identity identity = unprivileged_identity();
+    const tolva::Result<void> assumed = assume(identity);
+    return assumed || has_user(identity.user) ? assumed : give_up_privileges();
 }
 
 void do_work(ConfinedEnd& end, const std::function<void(ConfinedEnd&)>& work) {

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cerrno>
+#include <fstream>
 
 #include <linux/capability.h>
 
@@ -39,6 +40,18 @@ tolva::Result<void> assume(const Identity& identity) {
                          setresgid(identity.group, identity.group, identity.group) == 0 &&
                          setresuid(identity.user, identity.user, identity.user) == 0;
     return assumed ? give_up_privileges() : succeeded(false);
+}
+
+bool has_user(uid_t user) {
+    std::ifstream ranges("/proc/self/uid_map");
+    unsigned long first = 0;
+    unsigned long outside = 0;
+    unsigned long count = 0;
+    bool found = !ranges;
+    while (!found && ranges >> first >> outside >> count) {
+        found = user >= first && user - first < count;
+    }
+    return found;
 }
 
 tolva::Result<void> give_up_privileges() {

@@ -30,6 +30,10 @@ inline constexpr gid_t kNobodyGroup = 65534;
 /// Yields why not; the process then has to end without having done anything.
 tolva::Result<void> assume(const Identity& identity);
 
+/// Whether the process could be that user: in a user namespace only some exist
+/// (user_namespaces(7)).
+bool has_user(uid_t user);
+
 /// Gives up, for good, what this process may do beyond the rights of the user that it runs as:
 /// capabilities, privileges from programs that it might start, being traced by others of that user.
 tolva::Result<void> give_up_privileges();
