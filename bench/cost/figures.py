@@ -21,7 +21,7 @@ SUBMITTING = "counting, writing and submitting the reply"
 # one that comes as far as the first.
 PARTS = {
     "loading the shared libraries": ("process", "libraries"),
-    "loading and starting the program": ("libraries", "no message"),
+    "starting the program, and the process that reads": ("libraries", "no message"),
     "reading, copying and understanding the message": ("no message", "loop"),
     "logging in to the database, finding the responder": ("loop", "no responder"),
     "looking whether the sender may be answered": ("no responder", "limit reached"),
