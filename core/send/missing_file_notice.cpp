@@ -112,7 +112,7 @@ void write_missing_file_notice(std::ostream& out, const MissingFileNotice& notic
         << "The following files are missing in the attachment repository\n"
         << "for the mailname '" << mail.to_mailname << "' on domain '" << mail.to_domain << "':\n";
     for (const std::string& name : notice.missing) {
-        out << name << "\n";
+        out << tolva::without_control_characters(name) << "\n";
     }
     out << "\n";
 }

@@ -30,7 +30,10 @@ std::optional<MissingFileNotice> prepare_missing_file_notice(
     Session& session, const EscapedAddress& recipient, const std::string& reply_to,
     const std::vector<std::string>& missing);
 
-/// Writes the notice about the mailbox that `mail` was sent to, headers and text.
+/// Writes the notice about the mailbox that `mail` was sent to, headers and text. In the files'
+/// names
+/// "?" stands for each control character: with line ends, whoever may write to the panel could have
+/// the notice say something else.
 void write_missing_file_notice(std::ostream& out, const MissingFileNotice& notice,
                                const Mail_content& mail);
 

@@ -96,6 +96,22 @@ TEST_F(MissingFileNotice, ListsEachMissingFileTrimmedAndNoOther) {
     EXPECT_THAT(outcome.mails[1].message, HasSubstr("filename=\"here.txt\""));
 }
 
+TEST_F(MissingFileNotice, ANameWithLineEndsAddsNoLineOfItsOwn) {
+    add_attachment(1, "a.txt\n\nPay the bill at:\r\n\tevil.example\x1b[1m\x7f");
+    add_attachment(1,
+                   "gr\xc3\xbc\xc3\x9f"
+                   "e.txt");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_THAT(outcome.mails, SizeIs(2));
+    EXPECT_EQ(outcome.mails[0].message,
+              notice("root@localhost",
+                     "gone.txt\na.txt??Pay the bill at:???evil.example?[1m?\n"
+                     "gr\xc3\xbc\xc3\x9f"
+                     "e.txt\n"));
+    EXPECT_EQ(outcome.mails[1].message, plain_reply());
+}
+
 TEST_F(MissingFileNotice, ReplyToRunsIntoFrom) {
     sql("update mail_resp set reply_to='desk@example.com'");
     const Outcome outcome = answer(plain_message());
