@@ -83,15 +83,21 @@ std::optional<std::string> why_not_applying(const ResponderRow& responder,
 HeaderValues safe_header_values(const ResponderRow& responder) {
     HeaderValues values = responder.header;
     const auto replace = [&](std::string& value, const char* by, const char* change) {
-        if (tolva::has_control_character(value)) {
-            value = by;
-            report("autoresponder: Responder ", responder.id, ": ", change);
-        }
+        value = by;
+        report("autoresponder: Responder ", responder.id, ": ", change);
     };
-    replace(values.reply_to, "", "reply_to holds a control character, left out");
-    replace(values.charset, "UTF-8", "charset holds a control character, UTF-8 used");
-    replace(values.content_type, "text/plain",
-            "content_type holds a control character, text/plain used");
+    if (tolva::has_control_character(values.reply_to)) {
+        replace(values.reply_to, "", "reply_to holds a control character, left out");
+    }
+    if (tolva::has_control_character(values.charset)) {
+        replace(values.charset, "UTF-8", "charset holds a control character, UTF-8 used");
+    } else if (values.charset.find_first_of("\"\\") != std::string::npos) {
+        replace(values.charset, "UTF-8", "charset holds a quote or backslash, UTF-8 used");
+    }
+    if (tolva::has_control_character(values.content_type)) {
+        replace(values.content_type, "text/plain",
+                "content_type holds a control character, text/plain used");
+    }
     return values;
 }
 

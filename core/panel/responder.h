@@ -54,8 +54,9 @@ std::optional<std::string> why_not_applying(const ResponderRow& responder,
                                             const Mail_content& mail);
 
 /// The values of the responder for headers, with defaults in place of those that contain a control
-/// character: with a newline, whoever may write to the panel could write headers of their own. Each
-/// replacement is reported on standard error.
+/// character: with a newline, whoever may write to the panel could write headers of their own. A
+/// charset with a quote or backslash is replaced, too, as it stands between quotes (RFC 2045,
+/// section 5.1) and could end them. Each replacement is reported on standard error.
 HeaderValues safe_header_values(const ResponderRow& responder);
 
 }  // namespace autoresponder

@@ -261,6 +261,34 @@ TEST_F(Response, ValuesOfThePanelWithControlCharactersWriteNoHeaders) {
     }
 }
 
+TEST_F(Response, ACharsetThatWouldEndItsQuotationIsReplaced) {
+    add_responder(1,
+                  "text='Gr\xc3\xbc\xc3\x9f"
+                  "e'");
+    for (const std::string charset :
+         {"KOI8-R\"; name=\"x", "\"", "\\", "utf-8\\", "\"UTF-8\"", "KOI8-R\\\"; x=y"}) {
+        SCOPED_TRACE(charset);
+        sql("update mail_resp set charset=" + database().quoted(charset));
+        sql("delete from resp_freq");
+        const Outcome outcome = answer(plain_message());
+        EXPECT_EQ(outcome.err,
+                  "autoresponder: Responder 1: charset holds a quote or backslash, UTF-8 used\n");
+        ASSERT_THAT(outcome.mails, SizeIs(1));
+        EXPECT_EQ(outcome.mails[0].message, plain_reply("Re: Hello",
+                                                        "Gr\xc3\xbc\xc3\x9f"
+                                                        "e"));
+    }
+}
+
+TEST_F(Response, ACharsetWithAQuoteAndAControlCharacterIsReportedForTheLatter) {
+    add_responder(1, "text='Gone fishing.', charset='KOI8-R\"\nBcc: all@example.com\\\\'");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_EQ(outcome.err,
+              "autoresponder: Responder 1: charset holds a control character, UTF-8 used\n");
+    ASSERT_THAT(outcome.mails, SizeIs(1));
+    EXPECT_EQ(outcome.mails[0].message, plain_reply());
+}
+
 TEST_F(Response, ARowThatDoesNotAnswerIsNotReportedForItsValues) {
     add_responder(1);
     sql("update mail_resp set reply_to='a\\nb', ans_freq='0'");

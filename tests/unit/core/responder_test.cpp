@@ -132,4 +132,31 @@ TEST(HeaderValues, EachWithAControlCharacterIsReplacedAndNamed) {
     }
 }
 
+TEST(HeaderValues, ACharsetWithAQuoteOrBackslashIsReplacedAndNamed) {
+    for (const char* charset : {"\"", "\\", "KOI8-R\"", "KOI8-R\\", "\\\"UTF-8"}) {
+        ResponderRow row;
+        row.id = "12";
+        row.header.reply_to = "\"The desk\" <desk@example.com>";
+        row.header.charset = charset;
+        row.header.content_type = "text/plain; x=\"\\y\"";
+        testing::internal::CaptureStderr();
+        const HeaderValues values = safe_header_values(row);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "autoresponder: Responder 12: charset holds a quote or backslash, UTF-8 used\n");
+        EXPECT_EQ(values.reply_to, "\"The desk\" <desk@example.com>");
+        EXPECT_EQ(values.charset, "UTF-8");
+        EXPECT_EQ(values.content_type, "text/plain; x=\"\\y\"");
+    }
+}
+
+TEST(HeaderValues, ACharsetWithAControlCharacterAndAQuoteIsNamedForTheFormer) {
+    ResponderRow row;
+    row.id = "12";
+    row.header.charset = "\"\n\\";
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(safe_header_values(row).charset, "UTF-8");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "autoresponder: Responder 12: charset holds a control character, UTF-8 used\n");
+}
+
 }  // namespace
