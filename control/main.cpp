@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <fcntl.h>
 #include <getopt.h>
 
 #include <array>
@@ -21,7 +22,9 @@
 #include "core/message/incoming_message.h"
 #include "core/run/diagnostics.h"
 #include "core/run/run_end.h"
+#include "core/run/run_start.h"
 #include "support/log.h"
+#include "support/result.h"
 
 namespace autoresponder::control {
 
@@ -149,8 +152,17 @@ int run(int argc, char* argv[]) {
                                      : "there is no command " + std::string(command));
 }
 
+void open_streams_or_fail() {
+    // A closed stream must not look like an empty message, or like somebody who reads the output.
+    if (const tolva::Result<void> open = open_standard_streams(O_PATH); !open) {
+        throw Failure("a standard stream is closed, and /dev/null cannot be opened in its place: " +
+                      error_text(open.error()));
+    }
+}
+
 int run_and_report(int argc, char* argv[]) {
     try {
+        open_streams_or_fail();
         const int status = run(argc, argv);
         std::cout.flush();
         if (!std::cout) {

@@ -7,22 +7,15 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <string_view>
 
 #include "core/run/signals.h"
+#include "core/run/temporary_files.h"
 
 namespace autoresponder {
 
 namespace {
-
-void open_standard_streams() {
-    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(fd, F_GETFD) == -1) {
-            // The lowest free descriptor is this one.
-            [[maybe_unused]] const int opened = open("/dev/null", O_RDWR);
-        }
-    }
-}
 
 void drop_untrusted_environment() {
     if (getauxval(AT_SECURE) == 0) {
@@ -39,8 +32,20 @@ void drop_untrusted_environment() {
 
 }  // namespace
 
+tolva::Result<void> open_standard_streams(int access) {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // The lowest free descriptor is this one.
+        if (fcntl(fd, F_GETFD) == -1 && open("/dev/null", access) == -1) {
+            return tolva::Errno{errno};
+        }
+    }
+    return {};
+}
+
 void prepare_run() {
-    open_standard_streams();
+    if (!open_standard_streams(O_RDWR)) {
+        correct_exit();
+    }
     drop_untrusted_environment();
     handle_signals();
 }

@@ -480,6 +480,55 @@ TEST_F(Explain, RefusesAMessageThatCannotBeRead) {
     EXPECT_EQ(finished.err, "autoresponderctl: the message cannot be read: Is a directory (21)\n");
 }
 
+TEST_F(Explain, RefusesAMessageOnAClosedStream) {
+    const Finished finished = control(
+        {.message = plain_message(), .closed = {0}, .arguments = {"explain", "user@example.com"}});
+    EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+    EXPECT_EQ(finished.out, "");
+    EXPECT_EQ(finished.err,
+              "autoresponderctl: the message cannot be read: Bad file descriptor (9)\n");
+}
+
+TEST_F(Explain, SaysThatNobodyReadsTheExplanation) {
+    add_responder(1);
+    const Finished finished = control(
+        {.message = plain_message(), .closed = {1}, .arguments = {"explain", "user@example.com"}});
+    EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+    EXPECT_EQ(finished.err, "autoresponderctl: the output cannot be written\n");
+}
+
+TEST_F(Explain, NeedsNoStandardError) {
+    add_responder(1);
+    const Finished expected = explain(plain_message());
+    const Finished finished = control(
+        {.message = plain_message(), .closed = {2}, .arguments = {"explain", "user@example.com"}});
+    EXPECT_EQ(WEXITSTATUS(finished.status), 0);
+    EXPECT_EQ(finished.out, expected.out);
+}
+
+TEST_F(Explain, DoesNothingWithAClosedStreamThatNothingCanStandInFor) {
+    add_responder(1);
+    fs::remove_all(kReplies);
+    const NoDevices no_devices;
+    for (const std::vector<int>& closed :
+         std::vector<std::vector<int>>{{0}, {1}, {2}, {0, 1}, {1, 2}, {0, 1, 2}}) {
+        SCOPED_TRACE(testing::PrintToString(closed));
+        const Finished finished =
+            control({.message = plain_message(),
+                     .closed = closed,
+                     .arguments = {"explain", "--replies", kReplies, "user@example.com"}});
+        EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+        EXPECT_EQ(finished.out, "");
+        EXPECT_EQ(finished.err, closed.back() == 2
+                                    ? ""
+                                    : "autoresponderctl: a standard stream is closed, and "
+                                      "/dev/null cannot be opened in its place: No such file or "
+                                      "directory (2)\n");
+        EXPECT_FALSE(fs::exists(kReplies));
+        EXPECT_THAT(statements(), testing::IsEmpty());
+    }
+}
+
 TEST_F(Explain, RefusesADirectoryThatCannotBeWrittenTo) {
     add_responder(1);
     const Finished finished =

@@ -74,6 +74,22 @@ TEST_F(Resources, AClosedStreamTakesWhatTheMailProgramSays) {
     EXPECT_THAT(outcome.mails, SizeIs(1));
 }
 
+TEST_F(Resources, AClosedStreamThatNothingCanStandInForEndsTheRunInSilence) {
+    add_forward(1, "copy@example.net");
+    const NoDevices no_devices;
+    for (const std::vector<int>& closed :
+         std::vector<std::vector<int>>{{0}, {1}, {2}, {0, 1}, {1, 2}, {0, 1, 2}}) {
+        SCOPED_TRACE(testing::PrintToString(closed));
+        const Outcome outcome = run({.message = plain_message(), .closed = closed});
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_THAT(outcome.mails, IsEmpty());
+        EXPECT_THAT(statements(), IsEmpty());
+    }
+    // With all of them open, the device is not needed.
+    EXPECT_THAT(run({.message = plain_message()}).mails, SizeIs(2));
+}
+
 TEST_F(Resources, ManyRespondersNeedNoMoreDescriptorsThanTwo) {
     if (kSanitized) {
         GTEST_SKIP() << "the sanitizers open pipes for their checks";
@@ -110,14 +126,14 @@ TEST_F(Resources, AStackThatOverflowsLeavesALineAndNoFile) {
     const auto run_with = [](rlim_t stack) {
         SCOPED_TRACE(stack);
         const std::vector<std::string> before = temporary_files();
-        const Finished finished =
+        Finished finished =
             start({.message = plain_message(), .limits = {{RLIMIT_STACK, stack}}})->wait();
         EXPECT_EQ(temporary_files(), before) << finished.err;
         return finished;
     };
     // From too little stack to be loaded to enough for everything.
     rlim_t enough = 4 * page;
-    while (run_with(enough).err != "" || captured_mails().empty()) {
+    while (!run_with(enough).err.empty() || captured_mails().empty()) {
         ASSERT_LT(enough += page, 512U << 10U);
     }
     // Somewhat less is enough to start with. How much less depends on where in its first pages the

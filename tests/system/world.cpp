@@ -312,6 +312,16 @@ SmallTmp::~SmallTmp() {
     umount2("/tmp", MNT_DETACH);
 }
 
+NoDevices::NoDevices() {
+    if (mount("none", "/dev", "tmpfs", 0, "mode=755") != 0) {
+        throw std::runtime_error("cannot mount over /dev");
+    }
+}
+
+NoDevices::~NoDevices() {
+    umount2("/dev", MNT_DETACH);
+}
+
 std::string message_with(std::initializer_list<std::string_view> lines, std::string_view body) {
     std::string message = "From: sender@example.org\n";
     for (const std::string_view line : lines) {

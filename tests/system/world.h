@@ -4,6 +4,8 @@
 
 // The fixture of the system tests: the private world, cleaned before each test, with a small panel.
 
+#include <sys/resource.h>
+
 #include <chrono>
 #include <cstdint>
 #include <initializer_list>
@@ -133,6 +135,17 @@ class SmallTmp {
     SmallTmp(SmallTmp&&) = delete;
     SmallTmp& operator=(SmallTmp&&) = delete;
     ~SmallTmp();
+};
+
+// While it lives, /dev is empty.
+class NoDevices {
+  public:
+    NoDevices();
+    NoDevices(const NoDevices&) = delete;
+    NoDevices& operator=(const NoDevices&) = delete;
+    NoDevices(NoDevices&&) = delete;
+    NoDevices& operator=(NoDevices&&) = delete;
+    ~NoDevices();
 };
 
 // Whether the world's root may take on the user id kNobody: not so in the user namespace of an
