@@ -4,7 +4,9 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <memory>
@@ -17,10 +19,50 @@
 
 namespace autoresponder::control {
 
-MailFiles::MailFiles(std::optional<std::string> directory) : directory_(std::move(directory)) {
-    constexpr mode_t owners_alone = 0700;
-    if (directory_ && mkdir(directory_->c_str(), owners_alone) != 0 && errno != EEXIST) {
-        throw Failure("cannot make the directory " + *directory_ + ": " + error_text(errno));
+namespace {
+
+constexpr mode_t kOwnersAlone = 0700;
+
+// With a slash at its end, a link would be followed.
+std::string without_slashes_at_end(std::string path) {
+    path.resize(std::max<std::size_t>(path.find_last_not_of('/') + 1, path.starts_with('/')));
+    return path;
+}
+
+// Why that user should not write there; null if there is no reason.
+std::optional<std::string> objection_to(const struct stat& directory, uid_t user) {
+    if (directory.st_uid != user) {
+        return "it belongs to user " + std::to_string(directory.st_uid);
+    }
+    // The rights that an access control list gives to others are at most those of the group.
+    if ((directory.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return "its group or others may write to it";
+    }
+    return std::nullopt;
+}
+
+tolva::Descriptor open_directory(const std::string& path) {
+    if (mkdir(path.c_str(), kOwnersAlone) != 0 && errno != EEXIST) {
+        throw Failure("cannot make the directory " + path + ": " + error_text(errno));
+    }
+    const std::string cannot_write = "cannot write to " + path + ": ";
+    tolva::Descriptor directory(open(path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!directory || fstat(directory.get(), &status) != 0) {
+        throw Failure(cannot_write + error_text(errno));
+    }
+    if (const auto objection = objection_to(status, geteuid())) {
+        throw Failure(cannot_write + *objection);
+    }
+    return directory;
+}
+
+}  // namespace
+
+MailFiles::MailFiles(std::optional<std::string> directory) : path_(std::move(directory)) {
+    if (path_) {
+        path_ = without_slashes_at_end(*path_);
+        directory_ = open_directory(*path_);
     }
 }
 
@@ -60,8 +102,8 @@ void MailFiles::throw_if_failed() const {
 
 void MailFiles::begin(ExplainedMail& mail) {
     ++count_;
-    if (directory_ && failure_.empty()) {
-        mail.file = *directory_ + "/" + std::to_string(count_) + "-" + word_of(mail.kind) + ".eml";
+    if (directory_) {
+        mail.file = *path_ + "/" + std::to_string(count_) + "-" + word_of(mail.kind) + ".eml";
     }
 }
 
@@ -81,18 +123,29 @@ void MailFiles::write(const std::string& path, std::string_view bytes) {
 }
 
 tolva::Descriptor MailFiles::create(const std::string& path) {
+    if (!failure_.empty()) {
+        return {};
+    }
     constexpr mode_t owners_alone = 0600;
-    tolva::Descriptor file(
-        open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, owners_alone));
-    if (!file) {
+    const std::string name = path.substr(path_->size() + 1);
+    // O_EXCL: what has the name already, a link included, is left alone.
+    tolva::Descriptor file(openat(directory_.get(), name.c_str(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, owners_alone));
+    if (file) {
+        written_.push_back(name);
+    } else {
         fail_unless(tolva::Errno{errno}, path);
     }
     return file;
 }
 
 void MailFiles::fail_unless(tolva::Result<void> result, const std::string& path) {
-    if (!result && failure_.empty()) {
-        failure_ = "cannot write " + path + ": " + error_text(result.error());
+    if (result || !failure_.empty()) {
+        return;
+    }
+    failure_ = "cannot write " + path + ": " + error_text(result.error());
+    for (const std::string& name : written_) {
+        unlinkat(directory_.get(), name.c_str(), 0);
     }
 }
 

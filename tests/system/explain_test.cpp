@@ -2,14 +2,21 @@
 
 // autoresponderctl explain: the same verdicts, counts and mails as the autoresponder's own.
 
+#include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -529,21 +536,211 @@ TEST_F(Explain, DoesNothingWithAClosedStreamThatNothingCanStandInFor) {
     }
 }
 
-TEST_F(Explain, RefusesADirectoryThatCannotBeWrittenTo) {
-    add_responder(1);
-    const Finished finished =
-        explain(plain_message(), "user@example.com", {"--replies", "/etc/passwd"});
-    EXPECT_EQ(WEXITSTATUS(finished.status), 2);
-    EXPECT_EQ(finished.err,
-              "autoresponderctl: cannot write /etc/passwd/1-reply.eml: Not a "
-              "directory (20)\n");
+// What explain --replies writes, and where it does not. A message draws a forward and a reply.
+class ExplainedMails : public Explain {
+  protected:
+    // For each name in a directory the bytes of the file, or what else it is.
+    using Content = std::map<std::string, std::string>;
+
+    void SetUp() override {
+        World::SetUp();
+        add_responder(1);
+        add_forward(1, "copy@example.net");
+        fs::remove_all(kReplies);
+        fs::remove_all(kElsewhere);
+    }
+
+    static constexpr const char* kElsewhere = "/world/elsewhere";
+
+    static Content content(const std::string& directory) {
+        Content content;
+        for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+            const fs::file_type type = entry.symlink_status().type();
+            content[entry.path().filename()] = type == fs::file_type::regular
+                                                   ? content_of(entry.path())
+                                                   : "type " + std::to_string(int(type));
+        }
+        return content;
+    }
+
+    static Content both_mails() {
+        return {{"1-forward.eml", plain_message() + "\n"},
+                {"1-forward.envelope", "user@example.com\ncopy@example.net\n"},
+                {"2-reply.eml", plain_reply()},
+                {"2-reply.envelope", "user@example.com\nsender@example.org\n"}};
+    }
+
+    static void make_directory(mode_t mode, const char* path = kReplies) {
+        fs::create_directory(path);
+        fs::permissions(path, fs::perms(mode));
+    }
+
+    // Why nothing is written to that directory; the command must end at once with status 2.
+    static std::string refusal(const std::string& directory = kReplies) {
+        const Finished finished =
+            explain(plain_message(), "user@example.com", {"--replies", directory});
+        EXPECT_EQ(WEXITSTATUS(finished.status), 2);
+        EXPECT_EQ(finished.out, "");
+        return finished.err;
+    }
+};
+
+TEST_F(ExplainedMails, AreWrittenToADirectoryThatIsMadeForThem) {
+    const Finished finished = explain(plain_message(), "user@example.com", {"--replies", kReplies});
+    EXPECT_EQ(WEXITSTATUS(finished.status), 0);
+    EXPECT_EQ(finished.err, "");
+    EXPECT_EQ(content(kReplies), both_mails());
+    EXPECT_EQ(fs::status(kReplies).permissions(), fs::perms(0700));
+    for (const auto& [name, bytes] : both_mails()) {
+        EXPECT_EQ(fs::status(fs::path(kReplies) / name).permissions(), fs::perms(0600)) << name;
+    }
 }
 
-TEST_F(Explain, WritesMailsThatOnlyTheirOwnerCanRead) {
-    add_responder(1);
-    explained(plain_message());
-    EXPECT_EQ(fs::status(kReplies).permissions(), fs::perms(0700));
-    EXPECT_EQ(fs::status(std::string(kReplies) + "/1-reply.eml").permissions(), fs::perms(0600));
+TEST_F(ExplainedMails, AreWrittenBesideFilesOfOtherNames) {
+    make_directory(0755);
+    write_file(std::string(kReplies) + "/1-reply.eml", "another mail");
+    const Finished finished =
+        explain(plain_message(), "user@example.com", {"--replies", std::string(kReplies) + "//"});
+    EXPECT_EQ(WEXITSTATUS(finished.status), 0);
+    EXPECT_EQ(finished.err, "");
+    Content expected = both_mails();
+    expected["1-reply.eml"] = "another mail";
+    EXPECT_EQ(content(kReplies), expected);
+}
+
+TEST_F(ExplainedMails, AreNotWrittenWhereThereIsNoDirectory) {
+    EXPECT_EQ(refusal("/etc/passwd"),
+              "autoresponderctl: cannot write to /etc/passwd: Not a directory (20)\n");
+    ASSERT_EQ(mkfifo(kReplies, 0666), 0);
+    EXPECT_EQ(refusal(),
+              "autoresponderctl: cannot write to /world/replies: Not a directory (20)\n");
+}
+
+TEST_F(ExplainedMails, AreNotWrittenThroughALink) {
+    make_directory(0700, kElsewhere);
+    fs::create_directory_symlink(kElsewhere, kReplies);
+    for (const char* path : {"/world/replies", "/world/replies/", "/world/replies//"}) {
+        EXPECT_EQ(refusal(path),
+                  "autoresponderctl: cannot write to /world/replies: Not a directory (20)\n");
+    }
+    EXPECT_EQ(content(kElsewhere), Content());
+    fs::remove(kElsewhere);
+    EXPECT_EQ(refusal(),
+              "autoresponderctl: cannot write to /world/replies: Not a directory (20)\n");
+    EXPECT_FALSE(fs::exists(kElsewhere));
+}
+
+TEST_F(ExplainedMails, AreNotWrittenToTheDirectoryOfSomebodyElse) {
+    if (!nobody_exists()) {
+        GTEST_SKIP() << "no user besides root";
+    }
+    make_directory(0700);
+    ASSERT_EQ(chown(kReplies, kNobody, 0), 0);
+    EXPECT_EQ(refusal(),
+              "autoresponderctl: cannot write to /world/replies: it belongs to user 65534\n");
+    EXPECT_EQ(content(kReplies), Content());
+}
+
+TEST_F(ExplainedMails, AreWrittenByTheDirectorysOwnerWhoeverThatIs) {
+    if (!nobody_exists()) {
+        GTEST_SKIP() << "no user besides root";
+    }
+    make_directory(0755);
+    const auto as_nobody = [] {
+        return control({.message = plain_message(),
+                        .as_nobody = true,
+                        .arguments = {"explain", "--replies", kReplies, "user@example.com"}});
+    };
+    const Finished refused = as_nobody();
+    EXPECT_EQ(WEXITSTATUS(refused.status), 2);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_EQ(refused.err,
+              "autoresponderctl: cannot write to /world/replies: it belongs to user 0\n");
+    // An ordinary user can neither read the password nor make anything up: there are no mails.
+    ASSERT_EQ(chown(kReplies, kNobody, 0), 0);
+    const Finished accepted = as_nobody();
+    EXPECT_EQ(accepted.err, "");
+    EXPECT_THAT(accepted.out, EndsWith("Verdict: cannot tell: Unable to open admin password file: "
+                                       "Permission denied\n"));
+}
+
+TEST_F(ExplainedMails, AreNotWrittenWhereOthersMayWrite) {
+    for (const mode_t mode : {0720U, 0702U, 0775U, 01777U}) {
+        make_directory(mode);
+        EXPECT_EQ(refusal(),
+                  "autoresponderctl: cannot write to /world/replies: its group or others "
+                  "may write to it\n");
+        EXPECT_EQ(content(kReplies), Content());
+    }
+}
+
+TEST_F(ExplainedMails, AreNotWrittenWhereAnAccessControlListLetsOthersWrite) {
+    struct Entry {
+        std::uint16_t tag;
+        std::uint16_t rights;
+        std::uint32_t id;
+    };
+    struct {
+        std::uint32_t version = 2;
+        std::array<Entry, 5> entries = {{{0x01, 7, ~0U},      // the owner
+                                         {0x02, 7, kNobody},  // a user by name
+                                         {0x04, 0, ~0U},      // the group
+                                         {0x10, 7, ~0U},      // the mask
+                                         {0x20, 0, ~0U}}};    // others
+    } list;
+    make_directory(0700);
+    if (setxattr(kReplies, "system.posix_acl_access", &list, sizeof list, 0) != 0) {
+        GTEST_SKIP() << "no access control lists here";
+    }
+    EXPECT_EQ(refusal(),
+              "autoresponderctl: cannot write to /world/replies: its group or others "
+              "may write to it\n");
+    EXPECT_EQ(content(kReplies), Content());
+}
+
+TEST_F(ExplainedMails, AreNotWrittenIfAnyOfTheNamesExists) {
+    const std::vector<std::function<void(const std::string&)>> obstacles = {
+        [](const std::string& path) {
+            write_file(path, "kept");
+            fs::permissions(path, fs::perms(0666));
+        },
+        [](const std::string& path) { ASSERT_EQ(mkfifo(path.c_str(), 0666), 0); },
+        [](const std::string& path) { fs::create_symlink("victim", path); },
+        [](const std::string& path) { fs::create_directory(path); }};
+    for (const auto& [name, bytes] : both_mails()) {
+        for (const auto& put_obstacle : obstacles) {
+            SCOPED_TRACE(name);
+            fs::remove_all(kReplies);
+            make_directory(0700);
+            put_obstacle(std::string(kReplies) + "/" + name);
+            const Content before = content(kReplies);
+            EXPECT_EQ(refusal(), "autoresponderctl: cannot write /world/replies/" + name +
+                                     ": File exists (17)\n");
+            EXPECT_EQ(content(kReplies), before);
+        }
+    }
+}
+
+TEST_F(ExplainedMails, AreAllRemovedIfOneOfThemDoesNotFit) {
+    make_directory(0700);
+    write_attachment("large.txt", std::string(40'000, 'x'));
+    add_attachment(1, "large.txt");
+    ASSERT_EQ(mount("small", kReplies, "tmpfs", 0, "size=16k,mode=700"), 0);
+    const std::string reason = refusal();
+    const Content left = content(kReplies);
+    umount2(kReplies, MNT_DETACH);
+    EXPECT_EQ(reason,
+              "autoresponderctl: cannot write /world/replies/2-reply.eml: No space left on "
+              "device (28)\n");
+    EXPECT_EQ(left, Content());
+}
+
+TEST_F(ExplainedMails, AreNotWrittenTwice) {
+    explain(plain_message(), "user@example.com", {"--replies", kReplies});
+    sql("update mail_resp set text='Back again.'");
+    EXPECT_EQ(refusal(),
+              "autoresponderctl: cannot write /world/replies/1-forward.eml: File exists (17)\n");
+    EXPECT_EQ(content(kReplies), both_mails());
 }
 
 TEST_F(Explain, SaysItsVersionAndHowToCallIt) {

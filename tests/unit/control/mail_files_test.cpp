@@ -124,18 +124,46 @@ TEST(MailFiles, NeedADirectoryThatCanBeMade) {
     EXPECT_THROW(MailFiles(directory.path("none/mails")), Failure);
 }
 
-TEST(MailFiles, ThatCannotBeWrittenAreAFailure) {
+// What the constructor says of that directory; empty if nothing.
+std::string objection_to(const std::string& directory) {
+    try {
+        const MailFiles files(directory);
+        return "";
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+}
+
+TEST(MailFiles, NeedADirectoryThatIsNoLink) {
     const TemporaryDirectory directory;
     directory.put("file", "");
-    const std::string failure =
-        "cannot write " + directory.path("file/1-forward.eml") + ": Not a directory (20)";
-    ExplainedMail mail = forward();
-    MailFiles files(directory.path("file"));
-    files.add(mail, kMail);
-    EXPECT_EQ(failure_of(files), failure);
-    MailFiles files_of_read_mails(directory.path("file"));
-    files_of_read_mails.add(mail, in_memory(kMail));
-    EXPECT_EQ(failure_of(files_of_read_mails), failure);
+    std::filesystem::create_directory_symlink(".", directory.path("link"));
+    for (const char* name : {"file", "link"}) {
+        const std::string path = directory.path(name);
+        EXPECT_EQ(objection_to(path), "cannot write to " + path + ": Not a directory (20)");
+        EXPECT_EQ(objection_to(path + "//"), "cannot write to " + path + ": Not a directory (20)");
+    }
+    EXPECT_EQ(objection_to(directory.path() + "/"), "");
+}
+
+TEST(MailFiles, NeedADirectoryThatNobodyElseMayWriteTo) {
+    const TemporaryDirectory directory;
+    for (const unsigned mode : {0720U, 0702U, 01777U}) {
+        std::filesystem::permissions(directory.path(), std::filesystem::perms(mode));
+        EXPECT_EQ(objection_to(directory.path()),
+                  "cannot write to " + directory.path() + ": its group or others may write to it");
+    }
+    for (const unsigned mode : {0700U, 0755U, 01755U}) {
+        std::filesystem::permissions(directory.path(), std::filesystem::perms(mode));
+        EXPECT_EQ(objection_to(directory.path()), "");
+    }
+}
+
+TEST(MailFiles, NeedADirectoryOfTheCaller) {
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "root owns the directories that are there; ExplainedMails tries another's";
+    }
+    EXPECT_EQ(objection_to("/"), "cannot write to /: it belongs to user 0");
 }
 
 TEST(MailFiles, ThatCannotBeReadAreAFailure) {
@@ -144,50 +172,77 @@ TEST(MailFiles, ThatCannotBeReadAreAFailure) {
     ExplainedMail mail = forward();
     files.add(mail, tolva::Descriptor(open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
     EXPECT_EQ(failure_of(files), "cannot write the mail: Is a directory (21)");
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path("mails")));
 }
 
-TEST(MailFiles, WithoutAnEnvelopeAreAFailure) {
+TEST(MailFiles, WhoseNamesExistAreAFailure) {
     const TemporaryDirectory directory;
-    std::filesystem::create_directory(directory.path("1-forward.envelope"));
-    MailFiles files(directory.path());
-    ExplainedMail mail = forward();
-    files.add(mail, kMail);
-    EXPECT_EQ(failure_of(files),
-              "cannot write " + directory.path("1-forward.envelope") + ": Is a directory (21)");
+    for (const char* name : {"1-forward.eml", "1-forward.envelope"}) {
+        directory.put(name, "kept");
+        MailFiles files(directory.path());
+        MailFiles files_of_read_mails(directory.path());
+        ExplainedMail mail = forward();
+        files.add(mail, kMail);
+        files_of_read_mails.add(mail, in_memory(kMail));
+        const std::string failure = "cannot write " + directory.path(name) + ": File exists (17)";
+        EXPECT_EQ(failure_of(files), failure);
+        EXPECT_EQ(failure_of(files_of_read_mails), failure);
+        EXPECT_EQ(content_of(directory.path(name)), "kept");
+        std::filesystem::remove(directory.path(name));
+        EXPECT_TRUE(std::filesystem::is_empty(directory.path())) << name;
+    }
 }
 
-TEST(MailFiles, KeepTheFirstFailureAndAreNotWrittenAfterIt) {
+TEST(MailFiles, KeepTheFirstFailureAndRemoveWhatWasWritten) {
     const TemporaryDirectory directory;
-    std::filesystem::create_directory(directory.path("1-forward.eml"));
+    std::filesystem::create_directory(directory.path("2-forward.eml"));
+    std::filesystem::create_directory(directory.path("3-forward.eml"));
     MailFiles files(directory.path());
     ExplainedMail first = forward();
     ExplainedMail second = forward();
     ExplainedMail third = forward();
+    ExplainedMail fourth = forward();
     files.add(first, kMail);
-    const std::string failure = failure_of(files);
-    EXPECT_EQ(failure, "cannot write " + directory.path("1-forward.eml") + ": Is a directory (21)");
-    std::filesystem::create_directory(directory.path("2-forward.eml"));
+    EXPECT_EQ(failure_of(files), "");
+    EXPECT_EQ(content_of(directory.path("1-forward.eml")), kMail);
     files.add(second, kMail);
-    files.add(third, in_memory(kMail));
+    const std::string failure =
+        "cannot write " + directory.path("2-forward.eml") + ": File exists (17)";
     EXPECT_EQ(failure_of(files), failure);
-    EXPECT_FALSE(std::filesystem::exists(directory.path("3-forward.eml")));
-    EXPECT_FALSE(std::filesystem::exists(directory.path("3-forward.envelope")));
+    files.add(third, kMail);
+    files.add(fourth, in_memory(kMail));
+    EXPECT_EQ(failure_of(files), failure);
+    std::filesystem::remove(directory.path("2-forward.eml"));
+    std::filesystem::remove(directory.path("3-forward.eml"));
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
 }
 
 TEST(MailFiles, FollowNoLinkThatLiesInTheirPlace) {
     const TemporaryDirectory directory;
     directory.put("victim", "kept");
-    std::filesystem::create_symlink("victim", directory.path("1-forward.eml"));
+    for (const char* target : {"victim", "nowhere"}) {
+        std::filesystem::create_symlink(target, directory.path("1-forward.eml"));
+        ExplainedMail mail = forward();
+        MailFiles files(directory.path());
+        files.add(mail, kMail);
+        EXPECT_EQ(failure_of(files),
+                  "cannot write " + directory.path("1-forward.eml") + ": File exists (17)");
+        EXPECT_EQ(content_of(directory.path("victim")), "kept");
+        EXPECT_FALSE(std::filesystem::exists(directory.path("nowhere")));
+        std::filesystem::remove(directory.path("1-forward.eml"));
+    }
+}
+
+TEST(MailFiles, StayInTheirDirectoryWhateverTakesItsName) {
+    const TemporaryDirectory directory;
+    MailFiles files(directory.path("mails"));
+    std::filesystem::rename(directory.path("mails"), directory.path("moved"));
+    std::filesystem::create_directory(directory.path("mails"));
     ExplainedMail mail = forward();
-    MailFiles files(directory.path());
     files.add(mail, kMail);
-    EXPECT_EQ(failure_of(files), "cannot write " + directory.path("1-forward.eml") +
-                                     ": Too many levels of symbolic links (40)");
-    EXPECT_EQ(content_of(directory.path("victim")), "kept");
-    MailFiles other_files(directory.path());
-    other_files.add(mail, in_memory(kMail));
-    EXPECT_NE(failure_of(other_files), "");
-    EXPECT_EQ(content_of(directory.path("victim")), "kept");
+    EXPECT_EQ(failure_of(files), "");
+    EXPECT_EQ(content_of(directory.path("moved/1-forward.eml")), kMail);
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path("mails")));
 }
 
 }  // namespace
