@@ -471,7 +471,8 @@ TEST_F(Explain, RefusesAWrongCall) {
           {"unknown"},
           {"check", "x"},
           {"answered"},
-          {"answered", "a@b", "--clear", "x", "--clear-all"}}) {
+          {"answered", "a@b", "--clear", "x", "--clear-all"},
+          {"answered", "a@b", "--clear", "", "--clear-all"}}) {
         const Finished finished = control({.message = plain_message(), .arguments = arguments});
         EXPECT_EQ(WEXITSTATUS(finished.status), 2);
         EXPECT_EQ(finished.out, "");
