@@ -46,6 +46,11 @@ constexpr unsigned seconds_for(std::size_t size) {
     return static_cast<unsigned>(10 + size / (2 * kMiB));
 }
 
+// How many seconds the process may be silent: on a busy machine, computing takes longer.
+constexpr int silence_for(std::size_t size) {
+    return static_cast<int>(3 * seconds_for(size));
+}
+
 // Lowers the limits to these; those that are lower stay.
 void limit(__rlimit_resource resource, rlim_t soft, rlim_t hard) {
     rlimit limits{};
@@ -171,6 +176,9 @@ tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>
         fail_to_start(process.error());
     }
     process_.emplace(std::move(*process));
+    // A process that does not take what it is sent is given up, too.
+    const timeval most_silent{.tv_sec = silence_for(size_), .tv_usec = 0};
+    setsockopt(sockets->own.get(), SOL_SOCKET, SO_SNDTIMEO, &most_silent, sizeof most_silent);
     complaints_ = std::move(pipe->read_end);
     fcntl(complaints_.get(), F_SETFL, O_NONBLOCK);
     return std::move(sockets->own);
@@ -206,16 +214,17 @@ std::optional<Item> ConfinedProcess::next() {
 }
 
 std::size_t ConfinedProcess::receive(std::span<char> bytes) {
-    const int most_silent = static_cast<int>(3000 * seconds_for(size_));
+    const int most_silent = silence_for(size_);
     for (;;) {
         // The socket first: what was written to the pipe before that is then found there.
         std::array<pollfd, 2> streams = {pollfd{socket_.get(), POLLIN, 0},
                                          pollfd{complaints_.get(), POLLIN, 0}};
-        const long ready = TEMP_FAILURE_RETRY(poll(streams.data(), streams.size(), most_silent));
+        const long ready =
+            TEMP_FAILURE_RETRY(poll(streams.data(), streams.size(), 1000 * most_silent));
         if (ready <= 0) {
             process_->kill();
             throw ConfinedProcessError("the reading process was silent for " +
-                                       std::to_string(most_silent / 1000) + " s");
+                                       std::to_string(most_silent) + " s");
         }
         if (streams[1].revents != 0) {
             pass_complaints_on();
