@@ -2,7 +2,6 @@
 
 #include "control/check.h"
 
-#include <mysql.h>
 #include <mysqld_error.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +20,7 @@
 #include "core/panel/database_session.h"
 #include "core/reply/size_limit.h"
 #include "core/run/confined_process.h"
+#include "core/run/rights.h"
 #include "core/run/settings.h"
 #include "core/run/unprivileged_user.h"
 #include "core/send/mail_program.h"

@@ -2,6 +2,7 @@
 
 #include "control/details.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -9,7 +10,7 @@
 #include "control/near_miss.h"
 #include "control/parts.h"
 #include "core/run/confined_process.h"
-#include "core/story.h"
+#include "core/run/items.h"
 
 namespace autoresponder::control {
 

@@ -14,7 +14,6 @@
 #include "control/mail_files.h"
 #include "core/ending.h"
 #include "core/message/dw_string.h"
-#include "core/reply/reply.h"
 #include "core/reply/reply_text.h"
 #include "core/reply/subject_placeholders.h"
 #include "core/run/diagnostics.h"

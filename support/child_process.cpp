@@ -16,6 +16,7 @@
 
 #include "support/descriptor.h"
 #include "support/log.h"
+#include "support/result.h"
 
 namespace tolva::child {
 

@@ -4,11 +4,11 @@
 
 #include <unistd.h>
 
+#include <cstddef>
 #include <memory>
 #include <span>
 #include <string_view>
 
-#include "core/message/dw_string.h"
 #include "core/run/diagnostics.h"
 #include "support/descriptor.h"
 

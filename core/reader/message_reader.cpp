@@ -3,8 +3,8 @@
 #include "core/reader/message_reader.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
-#include <functional>
 #include <utility>
 
 #include "core/message/dw_string.h"
@@ -13,8 +13,10 @@
 #include "core/people/recipient_check.h"
 #include "core/reader/reading.h"
 #include "core/run/diagnostics.h"
+#include "core/run/items.h"
 #include "core/run/run_end.h"
 #include "support/ascii.h"
+#include "support/result.h"
 
 namespace autoresponder {
 

@@ -2,15 +2,18 @@
 
 #include "core/reader/reading.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 #include "core/message/dw_string.h"
 #include "core/message/header_fields.h"
+#include "core/message/mail_address.h"
 #include "core/message/message_analysis.h"
 #include "core/message/message_id.h"
 #include "core/people/automatic_mail.h"
 #include "core/people/mailbox_addresses.h"
+#include "core/run/items.h"
 
 namespace autoresponder {
 

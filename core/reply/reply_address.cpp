@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "core/run/confined_process.h"
+#include "core/run/items.h"
 #include "encoding/idn.h"
 #include "support/ascii.h"
 

@@ -13,6 +13,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <utility>

@@ -5,7 +5,6 @@
 #include <sys/types.h>
 
 #include <functional>
-#include <string>
 #include <utility>
 
 #include "support/child_process.h"

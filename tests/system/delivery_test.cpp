@@ -3,6 +3,7 @@
 // Size limit and submission of the reply.
 
 #include <sys/stat.h>
+#include <sys/types.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -2,8 +2,6 @@
 
 // The notice to the owner of a domain about files that are not in the attachment repository.
 
-#include <sys/resource.h>
-
 #include <string>
 #include <vector>
 

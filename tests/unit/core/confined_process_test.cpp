@@ -7,19 +7,20 @@
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "core/run/file_access.h"
+#include "core/run/rights.h"
 #include "core/run/system_call_filter.h"
 #include "core/run/unprivileged_user.h"
 #include "tests/unit/core/temporary_directory.h"

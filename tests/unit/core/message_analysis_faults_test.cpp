@@ -4,8 +4,10 @@
 
 #include <iconv.h>
 
+#include <cstddef>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 #include <mimelib/mimepp.h>

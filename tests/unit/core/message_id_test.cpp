@@ -2,6 +2,7 @@
 
 #include "core/message/message_id.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>

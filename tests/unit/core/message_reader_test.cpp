@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "core/people/recipient_check.h"
-#include "core/run/run_end.h"
 #include "tests/unit/core/standard_input.h"
 #include "tests/unit/support/process_state.h"
 
@@ -114,11 +113,14 @@ TEST(MessageReader, LooksForAddressesInTheHeader) {
                               "cher.example\nCc: desk@c.org\n\n"),
                          "info@client.example", Audience::kOnlyPeople);
     reader.read();
-    EXPECT_FALSE(reader.stand_in_header({.local_parts = {"info"}, .domains = {"client.example"}}));
-    EXPECT_TRUE(reader.stand_in_header(
-        {.local_parts = {"info"}, .domains = {"client.example", "xn--bcher-kva.example"}}));
-    EXPECT_FALSE(reader.stand_in_header({.local_parts = {"info"}, .domains = {"c.org"}}));
-    EXPECT_TRUE(reader.stand_in_header({.local_parts = {"x", "DESK"}, .domains = {"C.org"}}));
+    EXPECT_FALSE(reader.stand_in_header(
+        MailboxNames{.local_parts = {"info"}, .domains = {"client.example"}}));
+    EXPECT_TRUE(reader.stand_in_header(MailboxNames{
+        .local_parts = {"info"}, .domains = {"client.example", "xn--bcher-kva.example"}}));
+    EXPECT_FALSE(
+        reader.stand_in_header(MailboxNames{.local_parts = {"info"}, .domains = {"c.org"}}));
+    EXPECT_TRUE(
+        reader.stand_in_header(MailboxNames{.local_parts = {"x", "DESK"}, .domains = {"C.org"}}));
 }
 
 using ParseMessage = StandardInput;

@@ -2,6 +2,7 @@
 
 #include "core/reply/reply_address.h"
 
+#include <cstddef>
 #include <random>
 #include <string>
 

@@ -2,6 +2,7 @@
 
 #include "core/reply/reply_text.h"
 
+#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
