@@ -72,7 +72,7 @@ std::string toAscii(const std::string& name) {
     return convert(idna_to_ascii_8z, name);
 }
 
-void checkLengths(std::string_view name) {
+void check_lengths(std::string_view name) {
     constexpr std::size_t longest_label = 63;
     if (name == ".") {
         return;

@@ -49,7 +49,7 @@ std::string toAscii(const std::string& name);
 /// Throws IdnaError unless the parts between the dots of the ASCII name `name` have lengths that
 /// domain names can have (RFC 3490, 4.1); the last may be empty, as the root of all domains is. Its
 /// ASCII form is then the name itself.
-void checkLengths(std::string_view name);
+void check_lengths(std::string_view name);
 
 /// Returns the UTF-8 form of the ASCII domain name `name`; labels that do not decode stay as they
 /// are.

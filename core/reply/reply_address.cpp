@@ -41,12 +41,12 @@ std::string convert_confined(const std::string& address) {
 }  // namespace
 
 std::string reply_address(const std::string& recipient) {
-    const std::string address = recipient.c_str();  // a name ends at its first zero byte
+    std::string address = recipient.substr(0, recipient.find('\0'));  // there a name ends
     try {
         if (!tolva::is_ascii(address)) {
             return convert_confined(address);
         }
-        tolva::idn::checkLengths(address);
+        tolva::idn::check_lengths(address);
         return address;
     } catch (const tolva::idn::IdnaError& error) {
         throw AddressError(error.what());

@@ -37,7 +37,7 @@ enum Kind : std::uint32_t {
     kRightsKept,  // the number of the error
 };
 
-constexpr std::size_t kMiB = 1024 * 1024;
+constexpr std::size_t kMiB = std::size_t{1} << 20;
 
 constexpr std::uint64_t memory_for(std::size_t size) {
     return 64 * kMiB + 20 * std::uint64_t{size};
