@@ -13,14 +13,6 @@ namespace tolva {
 
 namespace {
 
-// Moves the descriptor if it has the number of a standard stream.
-bool move_above_standard_streams(Descriptor& descriptor) {
-    if (descriptor.get() <= STDERR_FILENO) {
-        descriptor = Descriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    }
-    return static_cast<bool>(descriptor);
-}
-
 // Leaves what follows the first `written` bytes of the pieces. Returns whether anything is left.
 bool skip_written(std::span<iovec>& pieces, std::size_t written) {
     while (!pieces.empty() && written >= pieces.front().iov_len) {
@@ -63,6 +55,13 @@ Result<Descriptor> opened(int fd) {
         return Errno{errno};
     }
     return Descriptor(fd);
+}
+
+bool move_above_standard_streams(Descriptor& descriptor) {
+    if (descriptor.get() <= STDERR_FILENO) {
+        descriptor = Descriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    }
+    return static_cast<bool>(descriptor);
 }
 
 Result<Pipe> make_pipe() {

@@ -50,6 +50,10 @@ struct Pipe {
 /// stream is closed: a child that is given one of them must not take it for a stream to inherit.
 Result<Pipe> make_pipe();
 
+/// Gives the descriptor a number above 2 if it has that of a standard stream. False, with errno, if
+/// there is none to be had; then it is closed.
+[[nodiscard]] bool move_above_standard_streams(Descriptor& descriptor);
+
 /// Reads once (read(2)), whatever signals arrive. Yields the number of bytes, 0 at the end.
 Result<std::size_t> read_some(int fd, std::span<char> block);
 

@@ -11,7 +11,6 @@
 #include "core/run/diagnostics.h"
 #include "encoding/base64.h"
 #include "encoding/rfc1522.h"
-#include "support/descriptor.h"
 #include "support/result.h"
 
 namespace autoresponder {
@@ -35,12 +34,12 @@ std::size_t encode_lines(std::span<const char> bytes, char* lines) {
 }
 
 // Writes the whole file in base64, or as much of it as can be read and as `out` takes.
-tolva::Result<void> write_base64(std::ostream& out, int fd) {
+tolva::Result<void> write_base64(std::ostream& out, OpenedFile& file) {
     std::vector<char> block(kLinesPerBlock * kBytesPerLine);
     std::vector<char> lines(kLinesPerBlock * kLineLength);
     for (;;) {
         std::size_t length = 0;
-        const tolva::Result<void> read = tolva::read_block(fd, block, length);
+        const tolva::Result<void> read = file.read_block(block, length);
         const std::size_t encoded = encode_lines(std::span(block).first(length), lines.data());
         out.write(lines.data(), static_cast<std::streamsize>(encoded));
         if (length < block.size() || !out) {
@@ -58,9 +57,9 @@ void write_attachment_part(std::ostream& out, const AttachmentRepository& reposi
         << "Content-Disposition: attachment;\n"
         << "\tfilename=\"" << tolva::rfc1522::encode(name) << "\"\n"
         << "\n";
-    const tolva::Result<tolva::Descriptor> file = repository.open(name);
+    tolva::Result<OpenedFile> file = repository.open(name);
     const tolva::Result<void> attached =
-        file ? write_base64(out, file->get()) : tolva::Errno{file.error()};
+        file ? write_base64(out, *file) : tolva::Errno{file.error()};
     if (!attached) {
         report("autoresponder: Failed to read attachement file '", repository.path(name),
                "': ", error_text(attached.error()));

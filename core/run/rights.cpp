@@ -13,6 +13,8 @@
 
 #include <linux/capability.h>
 
+#include <linux/capability.h>
+
 namespace autoresponder {
 
 namespace {

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "core/run/file_identity.h"
 #include "core/run/temporary_files.h"
 
 namespace autoresponder {
@@ -28,14 +27,13 @@ pid_t run_process = -1;
 // The handler of a crash must not need the stack that may have overflowed.
 std::array<char, 16384> crash_stack;
 
-// Handlers do only what is safe in them: setfsuid, unlink, write and _exit.
+// Handlers do only what is safe in them: unlink, write and _exit.
 
 [[noreturn]] void end_by(std::string_view message) {
     constexpr int cannot_become_program = 255;
     if (getpid() != run_process) {
         _exit(cannot_become_program);  // a child on its way to a program; the files are not its own
     }
-    resume_own_file_identity();
     remove_temporary_files();
     [[maybe_unused]] const auto written = write(STDERR_FILENO, message.data(), message.size());
     _exit(EXIT_SUCCESS);

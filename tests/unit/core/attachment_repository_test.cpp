@@ -29,9 +29,7 @@ class Repository : public testing::Test {
 
     // The errno value of opening the file, 0 if that succeeds.
     [[nodiscard]] int error_of(const std::string& name) const {
-        const auto file = AttachmentRepository(directory_.path(), ".").open(name);
-        EXPECT_EQ(file && *file, file.error() == 0);
-        return file.error();
+        return AttachmentRepository(directory_.path(), ".").open(name).error();
     }
 
     TemporaryDirectory directory_;
@@ -57,11 +55,13 @@ TEST_F(Repository, HasNoDanglingLink) {
 
 TEST_F(Repository, OpensAFileForReading) {
     directory_.put("file", "text");
-    const auto file = AttachmentRepository(directory_.path(), ".").open("file");
+    const AttachmentRepository repository(directory_.path(), ".");
+    tolva::Result<OpenedFile> file = repository.open("file");
     ASSERT_TRUE(file);
     std::string text(10, '\0');
-    const ssize_t length = read(file->get(), text.data(), text.size());
-    EXPECT_EQ(text.substr(0, static_cast<std::size_t>(length)), "text");
+    std::size_t length = 0;
+    EXPECT_TRUE(file->read_block(text, length));
+    EXPECT_EQ(text.substr(0, length), "text");
 }
 
 TEST_F(Repository, DoesNotOpenWhatIsNotThere) {

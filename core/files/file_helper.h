@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "core/files/file_service.h"
+#include "core/run/forked_process.h"
+#include "core/run/waiting_time.h"
+#include "support/descriptor.h"
+#include "support/result.h"
+
+namespace autoresponder {
+
+/// A process that looks files up and reads them for this one, because any of that may hang in a
+/// file system for ever. This process waits only so long, and then kills it:
+///
+/// - 5 s in all for looking files up and opening them;
+/// - 5 s for reading a file, and 1 s more for each MB (1,000,000 bytes) that has been read of it.
+///
+/// What takes longer fails with ETIMEDOUT; so do all look-ups after that. The process is started
+/// when it is needed. It ends with the object, or with this process. One that cannot be started, or
+/// ends, makes the files unreadable, with the reason or EIO.
+class FileHelper {
+  public:
+    /// For files below the directory `root`.
+    explicit FileHelper(std::string root) : root_(std::move(root)) {}
+    FileHelper(const FileHelper&) = delete;
+    FileHelper& operator=(const FileHelper&) = delete;
+    FileHelper(FileHelper&&) = delete;
+    FileHelper& operator=(FileHelper&&) = delete;
+    ~FileHelper() { stop(); }
+
+    /// What is known of the file `path` below the root, as look_up (core/files/common_look_up.h)
+    /// finds it out. Opens it if that is asked for; the file opened before is closed.
+    FileAnswer look_up(const std::string& path, Question question);
+
+    /// Begins to read the file that was opened. Yields the end of a pipe, which does not block,
+    /// for its bytes.
+    tolva::Result<tolva::Descriptor> begin_reading();
+
+    /// To be called at the end of the pipe: whether the file has been read whole, or why not.
+    tolva::Result<void> end_reading(WaitingTime& time);
+
+    /// Kills the process if it is reading, or lets it end.
+    void stop();
+
+  private:
+    struct Process {
+        tolva::Descriptor lifeline;  // closed with this: its own children then end
+        tolva::Descriptor socket;
+        ForkedProcess process;
+    };
+
+    tolva::Result<void> start();
+    tolva::Result<void> request(FileRequest kind, std::string_view path, int descriptor);
+    tolva::Result<FileAnswer> receive(WaitingTime& time);
+    int give_up(int error);
+
+    std::string root_;
+    std::optional<Process> process_;
+    bool is_reading_ = false;
+    WaitingTime looking_{std::chrono::seconds(5)};
+};
+
+/// A file that is open for reading in a FileHelper, which has to live longer. Ends when the helper
+/// opens another.
+class OpenedFile {
+  public:
+    explicit OpenedFile(FileHelper& helper) : helper_(&helper) {}
+
+    /// Reads until the block is full or the end is reached. `length` becomes the number of bytes
+    /// that the block then contains, also if reading fails.
+    tolva::Result<void> read_block(std::span<char> block, std::size_t& length);
+
+  private:
+    tolva::Result<void> begin();
+    tolva::Result<std::size_t> read_some(std::span<char> block);
+
+    FileHelper* helper_;
+    tolva::Descriptor pipe_;
+    WaitingTime time_{std::chrono::seconds(5)};
+    bool begun_ = false;
+};
+
+}  // namespace autoresponder
