@@ -2,23 +2,17 @@
 
 #include "core/files/file_helper.h"
 
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 
 #include "support/descriptor_passing.h"
 
 namespace autoresponder {
-
-namespace {
-
-// As large as anybody may make it by default: fewer changes between the two processes.
-constexpr int kPipeSize = 1 << 20;
-
-}  // namespace
 
 FileAnswer FileHelper::look_up(const std::string& path, Question question) {
     if (path.size() >= PATH_MAX) {
@@ -27,50 +21,42 @@ FileAnswer FileHelper::look_up(const std::string& path, Question question) {
     if (looking_.is_over()) {
         return {.error = ETIMEDOUT};
     }
-    if (is_reading_) {
+    if (reading_) {
         stop();
     }
     const auto kind = question == Question::kOpen ? FileRequest::kOpen : FileRequest::kIsThere;
-    if (const auto sent = request(kind, path, -1); !sent) {
+    if (const auto sent = request(kind, path); !sent) {
         return {.error = sent.error()};
     }
     const tolva::Result<FileAnswer> answer = receive(looking_);
     return answer ? *answer : FileAnswer{.error = answer.error()};
 }
 
-tolva::Result<tolva::Descriptor> FileHelper::begin_reading() {
-    if (!process_ || is_reading_) {
+tolva::Result<void> FileHelper::begin_reading(std::size_t block) {
+    if (!process_ || reading_) {
         return tolva::Errno{EIO};
     }
-    tolva::Result<tolva::Pipe> pipe = tolva::make_pipe();
-    if (!pipe) {
-        return tolva::Errno{pipe.error()};
-    }
-    fcntl(pipe->write_end.get(), F_SETPIPE_SZ, kPipeSize);
-    if (fcntl(pipe->read_end.get(), F_SETFL, O_NONBLOCK) == -1) {
-        return tolva::Errno{errno};
-    }
-    if (const auto sent = request(FileRequest::kSend, "", pipe->write_end.get()); !sent) {
-        return tolva::Errno{sent.error()};
-    }
-    is_reading_ = true;
-    return std::move(pipe->read_end);
+    reading_ = block;
+    return request(FileRequest::kRead, std::string(1, static_cast<char>(block)));
 }
 
-tolva::Result<void> FileHelper::end_reading(WaitingTime& time) {
+tolva::Result<std::span<const char>> FileHelper::end_reading(WaitingTime& time) {
+    if (!process_ || !reading_) {
+        return tolva::Errno{EIO};
+    }
     const tolva::Result<FileAnswer> answer = receive(time);
-    is_reading_ = false;
+    const std::size_t block = std::exchange(reading_, std::nullopt).value_or(0);
     if (!answer || answer->error != 0) {
         return tolva::Errno{answer ? answer->error : answer.error()};
     }
-    return {};
+    return std::span<const char>(process_->blocks.block(block)).first(answer->length);
 }
 
 void FileHelper::stop() {
     if (!process_) {
         return;
     }
-    if (!std::exchange(is_reading_, false)) {
+    if (!std::exchange(reading_, std::nullopt)) {
         // It ends when it has ended its own children.
         constexpr std::chrono::milliseconds moment(100);
         shutdown(process_->socket.get(), SHUT_WR);
@@ -89,35 +75,35 @@ tolva::Result<void> FileHelper::start() {
     if (!lifeline) {
         return tolva::Errno{lifeline.error()};
     }
+    tolva::Result<SharedBlocks> blocks = SharedBlocks::make();
+    if (!blocks) {
+        return tolva::Errno{blocks.error()};
+    }
     // Without this process's output: should it hang for ever, nobody has to wait for its end.
     auto process = ForkedProcess::start(
         {.in = sockets->second.get(), .out = lifeline->read_end.get(), .err = -1},
-        [this] { serve_files(STDIN_FILENO, root_); });
+        [&] { serve_files(STDIN_FILENO, root_, *blocks); });
     if (!process) {
         return tolva::Errno{process.error()};
     }
-    process_.emplace(
-        Process{std::move(lifeline->write_end), std::move(sockets->first), std::move(*process)});
+    process_.emplace(Process{std::move(*blocks), std::move(lifeline->write_end),
+                             std::move(sockets->first), std::move(*process)});
     return {};
 }
 
-// A process that is there may have ended, so another is started then.
-tolva::Result<void> FileHelper::request(FileRequest kind, std::string_view path, int descriptor) {
+tolva::Result<void> FileHelper::request(FileRequest kind, std::string_view subject) {
     if (!process_) {
         if (auto started = start(); !started) {
             return started;
         }
     }
     std::string message(1, static_cast<char>(kind));
-    message += path;
-    const auto sent = tolva::send_message(process_->socket.get(), message, descriptor);
+    message += subject;
+    const auto sent = tolva::send_message(process_->socket.get(), message);
     return sent ? sent : tolva::Errno{give_up(sent.error())};
 }
 
 tolva::Result<FileAnswer> FileHelper::receive(WaitingTime& time) {
-    if (!process_) {
-        return tolva::Errno{EIO};
-    }
     const int socket = process_->socket.get();
     if (const auto ready = time.wait_for_input(socket); !ready) {
         return tolva::Errno{give_up(ready.error())};
@@ -136,51 +122,40 @@ tolva::Result<FileAnswer> FileHelper::receive(WaitingTime& time) {
 // Kills the process, and says why the file cannot be read after that error.
 int FileHelper::give_up(int error) {
     process_.reset();
-    is_reading_ = false;
+    reading_.reset();
     return error == EPIPE || error == ECONNRESET ? EIO : error;
 }
 
-tolva::Result<void> OpenedFile::begin() {
-    begun_ = true;
-    tolva::Result<tolva::Descriptor> pipe = helper_->begin_reading();
-    if (!pipe) {
-        return tolva::Errno{pipe.error()};
-    }
-    pipe_ = std::move(*pipe);
-    return {};
-}
-
-tolva::Result<std::size_t> OpenedFile::read_some(std::span<char> block) {
-    for (;;) {
-        tolva::Result<std::size_t> length = tolva::read_some(pipe_.get(), block);
-        if (length.error() != EAGAIN) {
-            return length;
-        }
-        if (const auto ready = time_.wait_for_input(pipe_.get()); !ready) {
-            helper_->stop();
-            return tolva::Errno{ready.error()};
-        }
-    }
-}
-
-tolva::Result<void> OpenedFile::read_block(std::span<char> block, std::size_t& length) {
-    length = 0;
-    if (!begun_) {
-        if (auto begun = begin(); !begun) {
+// Takes what has been read, and has the other block filled meanwhile.
+tolva::Result<void> OpenedFile::go_on() {
+    if (!std::exchange(begun_, true)) {
+        if (auto begun = helper_->begin_reading(block_); !begun) {
             return begun;
         }
     }
-    while (pipe_ && length < block.size()) {
-        const tolva::Result<std::size_t> count = read_some(block.subspan(length));
-        if (!count) {
-            return tolva::Errno{count.error()};
+    const tolva::Result<std::span<const char>> read = helper_->end_reading(time_);
+    if (!read) {
+        return tolva::Errno{read.error()};
+    }
+    bytes_ = *read;
+    time_.extend(std::chrono::microseconds(bytes_.size()));  // a second for each MB
+    ended_ = bytes_.empty();
+    block_ = (block_ + 1) % SharedBlocks::kCount;
+    return ended_ ? tolva::Result<void>() : helper_->begin_reading(block_);
+}
+
+tolva::Result<void> OpenedFile::read_block(std::span<char> block, std::size_t& length) {
+    for (length = 0; length < block.size() && !ended_;) {
+        if (bytes_.empty()) {
+            if (auto gone_on = go_on(); !gone_on) {
+                ended_ = true;
+                return gone_on;
+            }
         }
-        if (*count == 0) {
-            pipe_.close();
-            return helper_->end_reading(time_);
-        }
-        length += *count;
-        time_.extend(std::chrono::microseconds(*count));  // a second for each MB
+        const std::size_t count = std::min(bytes_.size(), block.size() - length);
+        std::copy_n(bytes_.begin(), count, block.begin() + static_cast<std::ptrdiff_t>(length));
+        bytes_ = bytes_.subspan(count);
+        length += count;
     }
     return {};
 }

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "core/files/file_service.h"
+#include "core/files/shared_blocks.h"
 #include "core/run/forked_process.h"
 #include "core/run/waiting_time.h"
 #include "support/descriptor.h"
@@ -41,31 +42,32 @@ class FileHelper {
     /// finds it out. Opens it if that is asked for; the file opened before is closed.
     FileAnswer look_up(const std::string& path, Question question);
 
-    /// Begins to read the file that was opened. Yields the end of a pipe, which does not block,
-    /// for its bytes.
-    tolva::Result<tolva::Descriptor> begin_reading();
+    /// Asks for more of the file that was opened: the process reads ahead into this block.
+    tolva::Result<void> begin_reading(std::size_t block);
 
-    /// To be called at the end of the pipe: whether the file has been read whole, or why not.
-    tolva::Result<void> end_reading(WaitingTime& time);
+    /// Waits until it has read. Yields what it has, which lasts until that block is asked for
+    /// again; nothing at the end of the file.
+    tolva::Result<std::span<const char>> end_reading(WaitingTime& time);
 
     /// Kills the process if it is reading, or lets it end.
     void stop();
 
   private:
     struct Process {
+        SharedBlocks blocks;
         tolva::Descriptor lifeline;  // closed with this: its own children then end
         tolva::Descriptor socket;
         ForkedProcess process;
     };
 
     tolva::Result<void> start();
-    tolva::Result<void> request(FileRequest kind, std::string_view path, int descriptor);
+    tolva::Result<void> request(FileRequest kind, std::string_view subject);
     tolva::Result<FileAnswer> receive(WaitingTime& time);
     int give_up(int error);
 
     std::string root_;
     std::optional<Process> process_;
-    bool is_reading_ = false;
+    std::optional<std::size_t> reading_;  // the block that is asked for
     WaitingTime looking_{std::chrono::seconds(5)};
 };
 
@@ -80,13 +82,14 @@ class OpenedFile {
     tolva::Result<void> read_block(std::span<char> block, std::size_t& length);
 
   private:
-    tolva::Result<void> begin();
-    tolva::Result<std::size_t> read_some(std::span<char> block);
+    tolva::Result<void> go_on();
 
     FileHelper* helper_;
-    tolva::Descriptor pipe_;
     WaitingTime time_{std::chrono::seconds(5)};
+    std::span<const char> bytes_;  // read and not yet taken
+    std::size_t block_ = 0;        // the one that is asked for next
     bool begun_ = false;
+    bool ended_ = false;
 };
 
 }  // namespace autoresponder

@@ -2,15 +2,11 @@
 
 #include "core/files/file_service.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <climits>
 #include <cstddef>
 #include <cstring>
 #include <utility>
-#include <vector>
 
 #include "core/files/opener.h"
 #include "support/descriptor.h"
@@ -21,50 +17,20 @@ namespace autoresponder {
 
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{1} << 20;
-
-// For file systems that cannot hand over what they have in memory.
-tolva::Result<void> copy(int from, int to) {
-    std::vector<char> block(kBlock);
-    for (;;) {
-        const tolva::Result<std::size_t> length = tolva::read_some(from, block);
-        if (!length || *length == 0) {
-            return length ? tolva::Result<void>() : tolva::Errno{length.error()};
-        }
-        if (auto written = tolva::write_whole(to, std::string_view(block.data(), *length));
-            !written) {
-            return written;
-        }
-    }
-}
-
-// Whoever stops reading ends this process: by SIGPIPE.
-tolva::Result<void> send(int file, int pipe) {
-    for (;;) {
-        const ssize_t moved =
-            TEMP_FAILURE_RETRY(splice(file, nullptr, pipe, nullptr, kBlock, SPLICE_F_MOVE));
-        if (moved < 0) {
-            return errno == EINVAL ? copy(file, pipe) : tolva::Errno{errno};
-        }
-        if (moved == 0) {
-            return {};
-        }
-    }
-}
-
 class FileService {
   public:
-    explicit FileService(const std::string& root) : root_(root) {}
+    FileService(const std::string& root, const SharedBlocks& blocks)
+        : root_(root), blocks_(blocks) {}
 
-    FileAnswer carry_out(tolva::Message request) {
-        const std::string path = request.bytes.substr(1);
-        switch (static_cast<FileRequest>(request.bytes[0])) {
+    FileAnswer carry_out(const std::string& request) {
+        const std::string subject = request.substr(1);
+        switch (static_cast<FileRequest>(request[0])) {
             case FileRequest::kIsThere:
-                return answer(look_up(root_, path, Question::kIsThere, openers_));
+                return answer(look_up(root_, subject, Question::kIsThere, openers_));
             case FileRequest::kOpen:
-                return answer(look_up(root_, path, Question::kOpen, openers_));
-            case FileRequest::kSend:
-                return send_file(std::exchange(request.descriptor, {}));
+                return answer(look_up(root_, subject, Question::kOpen, openers_));
+            case FileRequest::kRead:
+                return read(static_cast<std::size_t>(subject.at(0)));
         }
         return {.error = EINVAL};
     }
@@ -72,16 +38,17 @@ class FileService {
   private:
     FileAnswer answer(LookUp result) {
         file_ = std::move(result.file);
-        return {result.state, result.error};
+        return {.state = result.state, .error = result.error};
     }
 
-    FileAnswer send_file(const tolva::Descriptor& pipe) {
-        const tolva::Descriptor file = std::move(file_);
-        const tolva::Result<void> sent = send(file.get(), pipe.get());
-        return {sent ? LookUp::State::kFound : LookUp::State::kUnreadable, sent.error()};
+    [[nodiscard]] FileAnswer read(std::size_t block) const {
+        const auto length = tolva::read_some(file_.get(), blocks_.block(block));
+        return length ? FileAnswer{.state = LookUp::State::kFound, .length = *length}
+                      : FileAnswer{.error = length.error()};
     }
 
     const std::string& root_;
+    const SharedBlocks& blocks_;
     Openers openers_;
     tolva::Descriptor file_;
 };
@@ -101,12 +68,12 @@ std::optional<FileAnswer> FileAnswer::from(std::string_view bytes) {
     return answer;
 }
 
-void serve_files(int socket, const std::string& root) {
-    FileService service(root);
+void serve_files(int socket, const std::string& root, const SharedBlocks& blocks) {
+    blocks.keep_from_children();
+    FileService service(root, blocks);
     for (;;) {
-        auto request = tolva::receive_message(socket, 1 + PATH_MAX);
-        if (!request ||
-            !tolva::send_message(socket, service.carry_out(std::move(*request)).bytes())) {
+        const auto request = tolva::receive_message(socket, 1 + PATH_MAX);
+        if (!request || !tolva::send_message(socket, service.carry_out(request->bytes).bytes())) {
             return;
         }
     }
