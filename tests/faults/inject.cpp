@@ -17,8 +17,7 @@
 // FILE gets a line for each call: KIND, N, and "program" or "child".
 //
 // A failing call has no effect, as with the kernel; but close(2) has freed the descriptor all the
-// same, brk(2) returns the end of the heap as it is, and setfsuid(2) and setfsgid(2) what holds;
-// going back to the process's own identity never fails.
+// same, and brk(2) returns the end of the heap as it is.
 
 #include <fcntl.h>
 #include <sys/personality.h>
@@ -271,13 +270,6 @@ void Tracer::fail(pid_t task, const Registers& registers) {
     switch (registers.orig_rax) {
         case SYS_brk:
             failing.rdi = 0;
-            break;
-        case SYS_setfsuid:
-        case SYS_setfsgid:
-            if (registers.rdi == 0) {
-                return;
-            }
-            failing.rdi = static_cast<unsigned long long>(-1);
             break;
         case SYS_close:
             tasks_[task].result = -fault_.number;

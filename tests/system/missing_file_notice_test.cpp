@@ -16,6 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 
@@ -237,11 +238,21 @@ TEST_F(MissingFileNotice, IsSentForEachAnsweringResponder) {
     EXPECT_THAT(outcome.mails[3].message, HasSubstr("\nSecond\n\n\n"));
 }
 
-TEST_F(MissingFileNotice, IsNotSentWithoutANewProcess) {
+TEST_F(MissingFileNotice, IsNotSentWithoutAnotherProgram) {
     const Outcome outcome = run({.message = plain_message(), .refuse_programs = true});
     EXPECT_THAT(outcome.err,
                 HasSubstr("autoresponder: Failed to spawn sendmail to notify about missing "
                           "attachment files: Resource temporarily unavailable (11)\n"));
+    EXPECT_THAT(outcome.mails, IsEmpty());
+}
+
+// A file that cannot be looked up may be there.
+TEST_F(MissingFileNotice, IsNotSentWithoutANewProcess) {
+    const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
+    EXPECT_THAT(outcome.err, HasSubstr("autoresponder: Failed to read attachement file '" +
+                                       attachment_path("gone.txt") +
+                                       "': Resource temporarily unavailable (11)\n"));
+    EXPECT_THAT(outcome.err, Not(HasSubstr("missing")));
     EXPECT_THAT(outcome.mails, IsEmpty());
 }
 
