@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <string_view>
 
+#include "core/files/common_look_up.h"
+#include "core/files/file_service.h"
 #include "core/panel/database_session.h"
 #include "core/panel/mailbox.h"
 #include "support/conf.h"

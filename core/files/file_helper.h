@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/files/common_look_up.h"
 #include "core/files/file_service.h"
 #include "core/files/shared_blocks.h"
 #include "core/run/forked_process.h"

@@ -14,14 +14,13 @@
 #include <string_view>
 
 #include "core/run/rights.h"
-#include "support/child_process.h"
 #include "support/descriptor_passing.h"
 
 namespace autoresponder {
 
 namespace {
 
-constexpr std::size_t kLongestRequest = sizeof(int) + 2 * PATH_MAX;
+constexpr std::size_t kLongestRequest = sizeof(int) + PATH_MAX;
 constexpr std::size_t kMostOpeners = 64;
 
 // What stands for an int in a message.

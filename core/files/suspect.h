@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <utility>
+
 #include "core/run/rights.h"
 
 namespace autoresponder {
@@ -18,7 +20,9 @@ struct Suspect {
     Kind kind;
     id_t id = 0;
 
-    auto operator<=>(const Suspect&) const = default;
+    bool operator<(const Suspect& other) const {
+        return std::pair(kind, id) < std::pair(other.kind, other.id);
+    }
 };
 
 /// Whose rights stand for those of the suspect: a user's with the groups that the system's database

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/files/attachment_repository.h"
+#include "core/files/file_helper.h"
 #include "core/run/diagnostics.h"
 #include "encoding/base64.h"
 #include "encoding/rfc1522.h"

@@ -18,15 +18,19 @@ namespace autoresponder {
 
 namespace {
 
-constexpr int kNotIndependent = 255;
+constexpr int kFailed = 255;
 
 [[noreturn]] void run_child(const tolva::child::Streams& streams, pid_t parent,
                             const std::function<void()>& work) {
     if (!tolva::child::become_independent(streams)) {
-        _exit(kNotIndependent);
+        _exit(kFailed);
     }
     end_with(parent);
-    work();
+    try {
+        work();
+    } catch (...) {
+        _exit(kFailed);  // or it would go on in the parent's place
+    }
     // Neither destructors nor exit handlers: what they end is the parent's.
     _exit(EXIT_SUCCESS);
 }

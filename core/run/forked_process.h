@@ -24,8 +24,7 @@ class ForkedProcess {
   public:
     /// Forks (fork(2)). The child has the standard streams given, which this process keeps open,
     /// no other descriptor, and the default action for every signal. It calls `work` and ends with
-    /// status 0, or with 255 if its streams cannot be connected. What `work` throws ends the
-    /// program, so it had better not.
+    /// status 0, or with 255 if its streams cannot be connected or `work` throws.
     static tolva::Result<ForkedProcess> start(const tolva::child::Streams& streams,
                                               const std::function<void()>& work);
 

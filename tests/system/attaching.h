@@ -5,13 +5,14 @@
 // The fixture of the tests that say which files are attached: a responder of user@example.com, and
 // local users who have a hand in what its repository contains.
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/system/local_users.h"

@@ -4,7 +4,6 @@
 // the same file.
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -13,10 +12,11 @@
 #include <filesystem>
 #include <string>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/system/attaching.h"
+#include "tests/system/local_users.h"
+#include "tests/system/program.h"
 
 namespace {
 

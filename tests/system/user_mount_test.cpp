@@ -2,8 +2,6 @@
 
 // File systems that a user has mounted and serves, and such as never answer.
 
-#include <sys/mount.h>
-
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -15,6 +13,9 @@
 
 #include "tests/system/attaching.h"
 #include "tests/system/fuse_daemon.h"
+#include "tests/system/local_users.h"
+#include "tests/system/mail_reader.h"
+#include "tests/system/world.h"
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -15,6 +14,8 @@
 #include <gtest/gtest.h>
 
 #include "core/panel/mailbox.h"
+#include "core/run/rights.h"
+#include "support/descriptor.h"
 #include "tests/unit/core/temporary_directory.h"
 
 namespace {
@@ -101,6 +102,13 @@ TEST_F(Repository, RefusesANameThatLeadsOutOfIt) {
         EXPECT_TRUE(has(name)) << name;
         EXPECT_EQ(error_of(name), EACCES) << name;
     }
+}
+
+TEST_F(Repository, RefusesANameWhoseComponentsEndEarlierForTheKernel) {
+    directory_.put("file", "x");
+    const std::string name("..\0x/file", 9);
+    EXPECT_TRUE(has(name));
+    EXPECT_EQ(error_of(name), EACCES);
 }
 
 TEST_F(Repository, TreatsDotsWithinANameAsPartOfIt) {

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/run/rights.h"
 namespace {
 
 using namespace autoresponder;

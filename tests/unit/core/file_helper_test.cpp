@@ -3,6 +3,7 @@
 #include "core/files/file_helper.h"
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include "core/files/common_look_up.h"
 #include "core/files/file_service.h"
 #include "core/files/shared_blocks.h"
+#include "core/run/rights.h"
 #include "support/result.h"
 #include "tests/unit/core/temporary_directory.h"
 #include "tests/unit/support/child_run.h"

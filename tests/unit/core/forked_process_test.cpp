@@ -7,9 +7,8 @@
 
 #include <cerrno>
 #include <csignal>
-#include <optional>
+#include <new>
 #include <string>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -35,6 +34,18 @@ TEST(ForkedChild, DoesItsWorkWithTheStreamsItIsGiven) {
     EXPECT_EQ(bytes.substr(0, 4), "work");
     EXPECT_EQ(child->wait(), 0);
     EXPECT_EQ(child->wait(), -1);
+}
+
+TEST(ForkedChild, EndsWhereItsWorkFailsAndDoesNotGoOnInItsParentsPlace) {
+    const ChildRun run = run_in_child([] {
+        try {
+            auto child = ForkedProcess::start({}, [] { throw std::bad_alloc(); });
+            note("status:", WEXITSTATUS(child->wait()));
+        } catch (const std::bad_alloc&) {
+            note("caught by a parent");
+        }
+    });
+    EXPECT_EQ(run.noted, "status: 255\n");
 }
 
 TEST(ForkedChild, IsKilledWhenTheObjectGoes) {

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "core/files/suspect.h"
+#include "core/run/rights.h"
 #include "support/descriptor.h"
 #include "support/result.h"
 #include "tests/unit/core/temporary_directory.h"

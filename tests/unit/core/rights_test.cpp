@@ -3,7 +3,6 @@
 #include "core/run/rights.h"
 
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 

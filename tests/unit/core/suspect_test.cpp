@@ -2,7 +2,6 @@
 
 #include "core/files/suspect.h"
 
-#include <grp.h>
 #include <pwd.h>
 
 #include <algorithm>

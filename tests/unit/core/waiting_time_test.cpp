@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
