@@ -26,15 +26,27 @@ constexpr int kCannotBecomeProgram = 255;
 constexpr int kStandardStreams = 3;
 
 bool connect(int source, int slot) {
-    const int descriptor = source == -1 ? open("/dev/null", O_RDWR) : source;
-    // The same where the slot was closed, and /dev/null was given its number.
-    return descriptor == slot || (descriptor != -1 && dup2(descriptor, slot) != -1);
+    int descriptor = source;
+    if (descriptor == -1) {
+        descriptor = open("/dev/null", O_RDWR);
+        if (descriptor == -1) {
+            return false;
+        }
+    }
+    if (descriptor == slot) {
+        return true;  // the slot was closed, and /dev/null was given its number
+    }
+    const bool connected = dup2(descriptor, slot) != -1;
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return connected;
 }
 
 bool connect_streams(const Streams& wanted) {
     std::array<int, kStandardStreams> sources = {wanted.in, wanted.out, wanted.err};
     // A standard stream that is wanted in another's place is copied first: its own slot may be
-    // filled before it is needed. What is not a standard stream is closed later, with all others.
+    // filled before it is needed, and must not be closed afterwards.
     for (int slot = 0; slot < kStandardStreams; ++slot) {
         int& source = sources[static_cast<size_t>(slot)];
         if (source >= 0 && source < kStandardStreams && source != slot) {

@@ -16,8 +16,8 @@
 namespace tolva::child {
 
 /// Where the child's standard streams come from. The number of the stream itself means that the
-/// child inherits it, -1 means /dev/null; any other value is a descriptor of the caller, of which
-/// the child keeps nothing but the stream. Several streams may be the same descriptor.
+/// child inherits it, -1 means /dev/null; any other value is a descriptor of the caller, which is
+/// closed in the child once it has become the stream.
 struct Streams {
     int in = 0;
     int out = 1;

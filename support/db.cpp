@@ -2,6 +2,8 @@
 
 #include "support/db.h"
 
+#include <malloc.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -39,12 +41,22 @@ void set_options(MYSQL* connection, unsigned connect_seconds) {
     mysql_options(connection, MYSQL_OPT_LOCAL_INFILE, &none);
 }
 
-// The library keeps it for connecting again, which is off. Processes that are forked later must not
-// have it in their memory.
+// The library keeps it for connecting again. Processes that are forked meanwhile must not have it
+// in their memory.
 void wipe_password(MYSQL* connection) {
     if (connection->passwd != nullptr) {
         explicit_bzero(connection->passwd, std::strlen(connection->passwd));
     }
+}
+
+// Undoes that; false if there is no room, because the password has changed meanwhile.
+bool put_back(MYSQL* connection, const char* password) {
+    const size_t size = std::strlen(password) + 1;
+    const bool fits = size <= malloc_usable_size(connection->passwd);
+    if (fits) {
+        std::memcpy(connection->passwd, password, size);
+    }
+    return fits;
 }
 
 void report_refusal(MYSQL* connection, char* err, size_t size) {
@@ -94,6 +106,23 @@ ConnectionHandle log_in_without_error(const AdminPassword& password, Patience& p
 }
 
 }  // namespace
+
+int db_connect_again(MYSQL* connection) {
+    AdminPassword password;
+    std::array<char, 256> ignored{};
+    const bool is_wiped = connection->passwd != nullptr && *connection->passwd == '\0' &&
+                          connection->user != nullptr && strcmp(connection->user, kUser) == 0;
+    if (is_wiped && (!password.read(ignored.data(), ignored.size()) ||
+                     !put_back(connection, password.text()))) {
+        return 1;
+    }
+    // The library frees its copy when it makes another; this fills what is freed.
+    mallopt(M_PERTURB, 1);
+    const int failed = mariadb_reconnect(connection);
+    mallopt(M_PERTURB, 0);
+    wipe_password(connection);
+    return failed;
+}
 
 MYSQL* tolva_db_connect_raw_ex(char* err, size_t size) {
     AdminPassword password;

@@ -70,6 +70,12 @@ MYSQL* db_connect(void);
 /* As db_connect; the caller gets the reason, too. */
 MYSQL* db_connect_with_reason(char* err, size_t size);
 
+/* Connects again, as mariadb_reconnect() does, with the options of the connection and, if one of
+ * the functions above made it, the password from its file: they wipe it from the library's memory.
+ * Not 0 on failure; mysql_errno() then says why, unless the password could not be read or has
+ * changed meanwhile. */
+int db_connect_again(MYSQL* connection);
+
 /* The number of the database's error for which the last tolva_db_connect, db_connect and the like
  * failed; 0 if it did not, or for another reason: the password could not be read, say. */
 unsigned int db_connect_errno(void);

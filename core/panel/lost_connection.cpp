@@ -9,6 +9,7 @@
 #include <string>
 
 #include "core/panel/database_session.h"
+#include "support/db.h"
 #include "support/db_setup.h"
 
 namespace autoresponder {
@@ -81,7 +82,7 @@ bool Session::connect_again() {
     mysql_options(connection_, MYSQL_OPT_RECONNECT, &on);
     do {
         connected =
-            mariadb_reconnect(connection_) == 0 &&
+            db_connect_again(connection_) == 0 &&
             tolva::db::set_up_session(connection_, utf8_mode, ignored.data(), ignored.size());
     } while (!connected && tolva::db::is_passing(connection_) && patience_->wait());
     mysql_options(connection_, MYSQL_OPT_RECONNECT, &off);

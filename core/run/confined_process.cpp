@@ -169,9 +169,13 @@ tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>
     if (!pipe) {
         fail_to_start(pipe.error());
     }
+    const auto output = tolva::opened(fcntl(pipe->write_end.get(), F_DUPFD_CLOEXEC, 0));
+    if (!output) {
+        fail_to_start(output.error());
+    }
     const pid_t parent = getpid();
     tolva::Result<ForkedProcess> process = ForkedProcess::start(
-        {.in = sockets->others.get(), .out = pipe->write_end.get(), .err = pipe->write_end.get()},
+        {.in = sockets->others.get(), .out = output->get(), .err = pipe->write_end.get()},
         [&] { live(size_, parent, work); });
     if (!process) {
         fail_to_start(process.error());

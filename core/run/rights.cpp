@@ -13,8 +13,6 @@
 
 #include <linux/capability.h>
 
-#include <linux/capability.h>
-
 namespace autoresponder {
 
 namespace {

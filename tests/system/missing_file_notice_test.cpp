@@ -247,15 +247,6 @@ TEST_F(MissingFileNotice, IsNotSentWithoutAnotherProgram) {
 }
 
 // A file that cannot be looked up may be there.
-TEST_F(MissingFileNotice, IsNotSentWithoutANewProcess) {
-    const Outcome outcome = run({.message = plain_message(), .refuse_fork = true});
-    EXPECT_THAT(outcome.err, HasSubstr("autoresponder: Failed to read attachement file '" +
-                                       attachment_path("gone.txt") +
-                                       "': Resource temporarily unavailable (11)\n"));
-    EXPECT_THAT(outcome.err, Not(HasSubstr("missing")));
-    EXPECT_THAT(outcome.mails, IsEmpty());
-}
-
 TEST_F(MissingFileNotice, ALargeOneReachesTheMailProgramWhole) {
     std::string missing = "gone.txt\n";
     for (int i = 0; i < 3000; ++i) {
