@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <compare>
 #include <utility>
 
 #include "core/run/rights.h"
