@@ -4,9 +4,12 @@
 // the same file.
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -47,6 +50,27 @@ TEST_F(AttachmentRights, LeadNowhereThroughTheRootOrDirectoryOfAnotherProcess) {
     link_as(alice(), process + "/root/var/qmail/people/nothing", "gone");
     expect_unreadable("gone");
     fs::current_path("/");
+}
+
+// The text of such a link may name another file than the one that the kernel opens.
+TEST_F(AttachmentRights, ShowNoOtherFileThanTheOneThatWasJudged) {
+    const std::string removed = std::string(kPeople) + "/removed";
+    fs::create_directory(removed);
+    give(removed, alice(), 0755);
+    const pid_t holder = start_as(alice(), [&] {
+        prctl(PR_SET_DUMPABLE, 1);
+        write_text(removed + "/x", "removed");
+        const int fd = open((removed + "/x").c_str(), O_RDONLY);
+        fs::remove(removed + "/x");
+        write_text(removed + "/x (deleted)", "of that name");
+        fs::create_symlink("/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(fd),
+                           in_files("x"));
+        pause();
+    });
+    ASSERT_TRUE(soon([] { return fs::is_symlink(fs::symlink_status(in_files("x"))); }));
+    expect_unreadable("x");
+    kill(holder, SIGKILL);
+    waitpid(holder, nullptr, 0);
 }
 
 TEST_F(AttachmentRights, ShowNoMemoryOfAnotherProcess) {

@@ -21,6 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::HasSubstr;
 using testing::SizeIs;
 
 constexpr const char* kTimedOut = "Connection timed out (110)";
@@ -125,8 +126,6 @@ TEST_F(UserMount, ThatNeverAnswersALookUpHoldsTheRunForFiveSeconds) {
     const double taken = expect_given_up("x");
     EXPECT_GE(taken, 4.9);
     EXPECT_LT(taken, 6.5);
-    // But for the one that hangs in the file system.
-    EXPECT_TRUE(soon([] { return processes().size() <= 1; })) << "a process was left";
 }
 
 TEST_F(UserMount, HoldsTheRunOnceHoweverManyFilesItIsAskedFor) {
@@ -172,6 +171,18 @@ TEST_F(UserMount, ThatNeverAnswersKeepsNoFileButItsOwnFromBeingAttached) {
     ASSERT_THAT(mail.attachments, SizeIs(2));
     EXPECT_EQ(mail.attachments[0].bytes, "");
     EXPECT_EQ(mail.attachments[1].bytes, "other");
+}
+
+TEST_F(UserMount, ThatNeverAnswersLeavesNoProcessButTheOneThatHangsInIt) {
+    fs::create_directory(in_files("mount"));
+    write_text(in_files("first"), "first");
+    const FuseDaemon daemon(in_files("mount"),
+                            {.mounted_by = alice().id, .hangs_on_look_up = true});
+    add_attachment(1, "first");
+    add_attachment(1, "mount/x");
+    const Outcome outcome = answer(plain_message());
+    EXPECT_THAT(outcome.err, HasSubstr(unreadable("mount/x", kTimedOut)));
+    EXPECT_TRUE(soon([] { return processes().size() <= 1; })) << "a process was left";
 }
 
 // The owner may stop a process that runs with the owner's rights.
