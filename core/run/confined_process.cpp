@@ -13,6 +13,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -61,9 +62,35 @@ void limit(__rlimit_resource resource, rlim_t soft, rlim_t hard) {
     setrlimit(resource, &limits);
 }
 
+// What this process has of its parent's, in bytes.
+struct InheritedMemory {
+    std::uint64_t addresses = 64 * kMiB;  // enough for the program and its libraries
+    std::uint64_t data = 0;
+};
+
+// From /proc/self/statm (proc(5)).
+[[maybe_unused]] InheritedMemory inherited_memory() {
+    const tolva::Descriptor file(open("/proc/self/statm", O_RDONLY | O_CLOEXEC));
+    std::array<char, 256> text{};
+    const auto size = tolva::read_some(file.get(), std::span(text).first(text.size() - 1));
+    unsigned long addresses = 0;
+    unsigned long data = 0;
+    if (!size || std::sscanf(text.data(), "%lu %*u %*u %*u %*u %lu", &addresses, &data) != 2) {
+        return {};
+    }
+    const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    return {addresses * page, data * page};
+}
+
 void set_limits(std::size_t size) {
 #ifndef AUTORESPONDER_SANITIZED  // the sanitizers' own memory would count
-    limit(RLIMIT_DATA, memory_for(size), memory_for(size));
+    // Neither stacks, which can be moved and made larger, nor the kernel's tables of pages that are
+    // only read count as data, but both take addresses.
+    const InheritedMemory inherited = inherited_memory();
+    const std::uint64_t data = inherited.data + memory_for(size);
+    const std::uint64_t addresses = inherited.addresses + memory_for(size);
+    limit(RLIMIT_DATA, data, data);
+    limit(RLIMIT_AS, addresses, addresses);
 #endif
     // Beyond the soft limit there is SIGXCPU, which may be ignored, beyond the hard one SIGKILL.
     limit(RLIMIT_CPU, seconds_for(size), seconds_for(size) + 1);

@@ -58,9 +58,10 @@ class ConfinedEnd {
 class ConfinedProcess {
   public:
     /// Starts a process that calls `work`. `size` is how many bytes of others it deals with. It may
-    /// take 64 MiB of memory and 20 times that size, and 10 s of processor time and 0.5 s for each
-    /// MiB, and must not be silent for more than three times as long. What `work` throws arrives
-    /// here as std::runtime_error, memory exhausted there as ConfinedProcessError.
+    /// take, besides what it has of this process's, 64 MiB of memory and 20 times that size, and
+    /// 10 s of processor time and 0.5 s for each MiB. It must not be silent for more than three
+    /// times as long. What `work` throws arrives here as std::runtime_error, memory exhausted there
+    /// as ConfinedProcessError.
     ///
     /// Throws ConfinedProcessError if the process cannot be started.
     ConfinedProcess(std::size_t size, const std::function<void(ConfinedEnd&)>& work);
