@@ -162,14 +162,14 @@ MessageFacts MessageReader::read() {
 }
 
 bool MessageReader::stand_in_header(const MailboxNames& names) {
-    for (const std::string& local_part : names.local_parts) {
-        process_->put(static_cast<std::uint32_t>(Fact::kLocalPart), local_part);
-    }
-    for (const std::string& domain : names.domains) {
-        process_->put(static_cast<std::uint32_t>(Fact::kDomain), domain);
-    }
-    process_->put(static_cast<std::uint32_t>(Fact::kIsInHeader), "");
-    const auto item = or_end_run([this] {
+    const auto item = or_end_run([&] {
+        for (const std::string& local_part : names.local_parts) {
+            process_->put(static_cast<std::uint32_t>(Fact::kLocalPart), local_part);
+        }
+        for (const std::string& domain : names.domains) {
+            process_->put(static_cast<std::uint32_t>(Fact::kDomain), domain);
+        }
+        process_->put(static_cast<std::uint32_t>(Fact::kIsInHeader), "");
         process_->flush();
         return process_->next();
     });

@@ -48,9 +48,9 @@ constexpr unsigned seconds_for(std::size_t size) {
     return static_cast<unsigned>(10 + size / (2 * kMiB));
 }
 
-// How many seconds the process may be silent: on a busy machine, computing takes longer.
-constexpr int silence_for(std::size_t size) {
-    return static_cast<int>(3 * seconds_for(size));
+// How long the run waits for the process, all in all: on a busy machine, computing takes longer.
+constexpr std::chrono::seconds most_waiting_for(std::size_t size) {
+    return std::chrono::seconds(3 * seconds_for(size));
 }
 
 // Lowers the limits to these; those that are lower stay.
@@ -184,7 +184,11 @@ Item ConfinedEnd::next() {
 ConfinedProcess::ConfinedProcess(std::size_t size, const std::function<void(ConfinedEnd&)>& work)
     : size_(size),
       socket_(start(work)),
-      out_(socket_.get()),
+      out_(socket_.get(),
+           [this] {
+               pollfd stream{socket_.get(), POLLOUT, 0};
+               wait_for({&stream, 1});
+           }),
       in_([this](std::span<char> bytes) { return receive(bytes); }) {}
 
 tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>& work) {
@@ -208,9 +212,6 @@ tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>
         fail_to_start(process.error());
     }
     process_.emplace(std::move(*process));
-    // A process that does not take what it is sent is given up, too.
-    const timeval most_silent{.tv_sec = silence_for(size_), .tv_usec = 0};
-    setsockopt(sockets->own.get(), SOL_SOCKET, SO_SNDTIMEO, &most_silent, sizeof most_silent);
     complaints_ = std::move(pipe->read_end);
     fcntl(complaints_.get(), F_SETFL, O_NONBLOCK);
     return std::move(sockets->own);
@@ -246,18 +247,11 @@ std::optional<Item> ConfinedProcess::next() {
 }
 
 std::size_t ConfinedProcess::receive(std::span<char> bytes) {
-    const int most_silent = silence_for(size_);
     for (;;) {
         // The socket first: what was written to the pipe before that is then found there.
         std::array<pollfd, 2> streams = {pollfd{socket_.get(), POLLIN, 0},
                                          pollfd{complaints_.get(), POLLIN, 0}};
-        const long ready =
-            TEMP_FAILURE_RETRY(poll(streams.data(), streams.size(), 1000 * most_silent));
-        if (ready <= 0) {
-            process_->kill();
-            throw ConfinedProcessError("the reading process was silent for " +
-                                       std::to_string(most_silent) + " s");
-        }
+        wait_for(streams);
         if (streams[1].revents != 0) {
             pass_complaints_on();
         }
@@ -266,6 +260,23 @@ std::size_t ConfinedProcess::receive(std::span<char> bytes) {
             received_ += count ? *count : 0;
             return count && received_ <= memory_for(size_) ? *count : 0;
         }
+    }
+}
+
+// Counts all the time that passes here: a process that is never silent for long could go on for
+// ever.
+void ConfinedProcess::wait_for(std::span<pollfd> streams) {
+    using std::chrono::steady_clock;
+    const std::chrono::seconds most = most_waiting_for(size_);
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(most - waited_).count();
+    const steady_clock::time_point begin = steady_clock::now();
+    const long ready = TEMP_FAILURE_RETRY(
+        poll(streams.data(), streams.size(), static_cast<int>(std::max<long>(left, 0))));
+    waited_ += steady_clock::now() - begin;
+    if (ready <= 0) {
+        process_->kill();
+        throw ConfinedProcessError("the reading process was not done after " +
+                                   std::to_string(most.count()) + " s");
     }
 }
 

@@ -2,6 +2,9 @@
 
 #pragma once
 
+#include <poll.h>
+
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -59,14 +62,14 @@ class ConfinedProcess {
   public:
     /// Starts a process that calls `work`. `size` is how many bytes of others it deals with. It may
     /// take, besides what it has of this process's, 64 MiB of memory and 20 times that size, and
-    /// 10 s of processor time and 0.5 s for each MiB. It must not be silent for more than three
-    /// times as long. What `work` throws arrives here as std::runtime_error, memory exhausted there
-    /// as ConfinedProcessError.
+    /// 10 s of processor time and 0.5 s for each MiB. It may keep this process waiting three times
+    /// as long as it may compute, all in all. What `work` throws arrives here as
+    /// std::runtime_error, memory exhausted there as ConfinedProcessError.
     ///
     /// Throws ConfinedProcessError if the process cannot be started.
     ConfinedProcess(std::size_t size, const std::function<void(ConfinedEnd&)>& work);
 
-    /// Puts an item for the process. To be followed by flush.
+    /// Puts an item for the process. To be followed by flush. Throws ConfinedProcessError.
     void put(std::uint32_t kind, std::string_view bytes) { out_.put(kind, bytes); }
     void flush();
 
@@ -78,11 +81,13 @@ class ConfinedProcess {
   private:
     tolva::Descriptor start(const std::function<void(ConfinedEnd&)>& work);
     std::size_t receive(std::span<char> bytes);
+    void wait_for(std::span<pollfd> streams);
     void pass_complaints_on();
     [[noreturn]] void fail();
 
     std::size_t size_;
     std::size_t received_ = 0;
+    std::chrono::steady_clock::duration waited_{};
     tolva::Descriptor complaints_;
     std::optional<ForkedProcess> process_;
     tolva::Descriptor socket_;

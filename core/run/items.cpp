@@ -23,10 +23,14 @@ constexpr std::size_t kBufferSize = 65536;
 constexpr std::size_t kMostBytes = kBufferSize - sizeof(Head);  // of one item
 
 // A reader that has gone fails the write; it raises no signal.
-tolva::Result<void> send_whole(int socket, std::string_view bytes) {
+tolva::Result<void> send_whole(int socket, std::string_view bytes,
+                               const ItemWriter::WaitForRoom& wait) {
+    const int flags = wait ? MSG_NOSIGNAL | MSG_DONTWAIT : MSG_NOSIGNAL;
     while (!bytes.empty()) {
-        const ssize_t sent =
-            TEMP_FAILURE_RETRY(send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+        if (wait) {
+            wait();
+        }
+        const ssize_t sent = TEMP_FAILURE_RETRY(send(socket, bytes.data(), bytes.size(), flags));
         if (sent < 0) {
             return tolva::Errno{errno};
         }
@@ -38,7 +42,7 @@ tolva::Result<void> send_whole(int socket, std::string_view bytes) {
 }  // namespace
 
 // All memory at once, so that exhausted memory can still be told of.
-ItemWriter::ItemWriter(int socket) : socket_(socket) {
+ItemWriter::ItemWriter(int socket, WaitForRoom wait) : socket_(socket), wait_(std::move(wait)) {
     pending_.reserve(kBufferSize);
 }
 
@@ -60,7 +64,7 @@ void ItemWriter::put_number(std::uint32_t kind, std::uint64_t number) {
 
 tolva::Result<void> ItemWriter::flush() {
     if (sent_) {
-        sent_ = send_whole(socket_, pending_);
+        sent_ = send_whole(socket_, pending_, wait_);
     }
     pending_.clear();
     return sent_;

@@ -26,7 +26,11 @@ struct Item {
 /// by flush().
 class ItemWriter {
   public:
-    explicit ItemWriter(int socket);
+    using WaitForRoom = std::function<void()>;
+
+    /// `wait` waits until the socket takes more; what it throws is passed on by put and flush. The
+    /// kernel does that, for as long as it takes, where there is none.
+    explicit ItemWriter(int socket, WaitForRoom wait = {});
 
     /// Adds the bytes as one item, or as several if they are many; the receiver puts them together
     /// again. Empty bytes are an item, too. After a failure nothing more is sent. Allocates
@@ -41,6 +45,7 @@ class ItemWriter {
 
   private:
     int socket_;
+    WaitForRoom wait_;
     std::string pending_;
     tolva::Result<void> sent_;
 };
