@@ -157,6 +157,10 @@ MessageFacts MessageReader::read() {
         collector.add(*item);
     }
     MessageFacts facts = collector.take();
+    const MessageAnalysis& analysis = facts.analysis;
+    if (analysis.objection == nullptr && !tolva::contains(analysis.content.from, "@")) {
+        end_run_for_nonsense();  // a mail program would be given it (core/message/sender.h)
+    }
     set_recipient(facts.analysis.content, recipient_.value_or(""));
     return facts;
 }
