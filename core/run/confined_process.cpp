@@ -257,8 +257,7 @@ std::size_t ConfinedProcess::receive(std::span<char> bytes) {
         }
         if (streams[0].revents != 0) {
             const tolva::Result<std::size_t> count = tolva::read_some(socket_.get(), bytes);
-            received_ += count ? *count : 0;
-            return count && received_ <= memory_for(size_) ? *count : 0;
+            return count && is_within_share(*count) ? *count : 0;
         }
     }
 }
@@ -280,6 +279,11 @@ void ConfinedProcess::wait_for(std::span<pollfd> streams) {
     }
 }
 
+bool ConfinedProcess::is_within_share(std::size_t count) {
+    received_ += count;
+    return received_ <= memory_for(size_);
+}
+
 void ConfinedProcess::pass_complaints_on() {
     std::array<char, 4096> bytes;
     for (;;) {
@@ -290,6 +294,9 @@ void ConfinedProcess::pass_complaints_on() {
         if (*count == 0) {
             complaints_.close();
             return;
+        }
+        if (!is_within_share(*count)) {
+            fail();
         }
         [[maybe_unused]] const auto written =
             tolva::write_whole(STDERR_FILENO, std::string_view(bytes.data(), *count));

@@ -62,9 +62,10 @@ class ConfinedProcess {
   public:
     /// Starts a process that calls `work`. `size` is how many bytes of others it deals with. It may
     /// take, besides what it has of this process's, 64 MiB of memory and 20 times that size, and
-    /// 10 s of processor time and 0.5 s for each MiB. It may keep this process waiting three times
-    /// as long as it may compute, all in all. What `work` throws arrives here as
-    /// std::runtime_error, memory exhausted there as ConfinedProcessError.
+    /// 10 s of processor time and 0.5 s for each MiB. It may hand over, complaints included, as
+    /// much as it may take of memory, and keep this process waiting three times as long as it may
+    /// compute, all in all. What `work` throws arrives here as std::runtime_error, memory exhausted
+    /// there as ConfinedProcessError.
     ///
     /// Throws ConfinedProcessError if the process cannot be started.
     ConfinedProcess(std::size_t size, const std::function<void(ConfinedEnd&)>& work);
@@ -82,6 +83,7 @@ class ConfinedProcess {
     tolva::Descriptor start(const std::function<void(ConfinedEnd&)>& work);
     std::size_t receive(std::span<char> bytes);
     void wait_for(std::span<pollfd> streams);
+    bool is_within_share(std::size_t count);
     void pass_complaints_on();
     [[noreturn]] void fail();
 
