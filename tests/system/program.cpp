@@ -104,6 +104,30 @@ bool refuse_programs() {
     return install(filter);
 }
 
+bool hide_landlock() {
+    std::array<sock_filter, 4> filter = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_landlock_create_ruleset, 1, 0),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+    }};
+    return install(filter);
+}
+
+// To be the last filter.
+bool hide_filters() {
+    std::array<sock_filter, 7> filter = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_seccomp, 4, 0),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_prctl, 0, 2),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, PR_SET_SECCOMP, 1, 0),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EINVAL),
+    }};
+    return install(filter);
+}
+
 bool become_nobody() {
     return setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0;
 }
@@ -153,7 +177,9 @@ void set_environment(const Invocation& invocation) {
         ready = ready && setrlimit(static_cast<__rlimit_resource>(resource), &limit) == 0;
     }
     ready = ready && (!invocation.refuse_fork || refuse_fork()) &&
-            (!invocation.refuse_programs || refuse_programs());
+            (!invocation.refuse_programs || refuse_programs()) &&
+            (!invocation.hide_landlock || hide_landlock()) &&
+            (!invocation.hide_filters || hide_filters());
     const bool by_nobody = invocation.set_user_id || invocation.as_nobody;
     ready = ready && (!by_nobody || become_nobody());
     if (ready) {
@@ -215,6 +241,10 @@ Program::~Program() {
 
 void Program::signal(int number) const {
     kill(pid_, number);
+}
+
+void Program::add_input(const std::string& bytes) const {
+    write_all(holder_, bytes);
 }
 
 void Program::end_input() {

@@ -37,6 +37,8 @@ struct Invocation {
     std::vector<gid_t> groups = {};        // supplementary groups; none: those of the tests
     bool refuse_fork = false;              // the kernel refuses new processes with EAGAIN
     bool refuse_programs = false;          // it refuses vfork(2), which programs are started with
+    bool hide_landlock = false;            // the kernel says that it has no Landlock
+    bool hide_filters = false;             // it says that it has no filters of system calls
     bool hold_input_open = false;          // no end of input after the message until end_input()
     std::string input_path = {};           // opened as standard input in place of the message
     bool as_nobody = false;                // started by kNobody
@@ -70,7 +72,8 @@ class Program {
 
     [[nodiscard]] pid_t pid() const { return pid_; }
 
-    // Ends the input that was held open.
+    // Adds to the input that was held open, and ends it.
+    void add_input(const std::string& bytes) const;
     void end_input();
 
     // Waits for the end of the program; throws std::runtime_error when it has not ended in time.
