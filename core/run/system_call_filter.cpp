@@ -32,13 +32,47 @@ constexpr std::uint32_t kArchitecture = AUDIT_ARCH_AARCH64;
 // Whatever their arguments are. Descriptors exist only as far as they have been left to the
 // process.
 constexpr std::array kAllowed = {
-    SYS_read,          SYS_pread64,        SYS_readv,        SYS_lseek,
-    SYS_write,         SYS_writev,         SYS_sendto,       SYS_close,
-    SYS_fstat,         SYS_newfstatat,     SYS_statx,        SYS_getdents64,
-    SYS_munmap,        SYS_mremap,         SYS_mprotect,     SYS_madvise,
-    SYS_brk,           SYS_futex,          SYS_sysinfo,      SYS_getrandom,
-    SYS_clock_gettime, SYS_rt_sigprocmask, SYS_rt_sigreturn, SYS_restart_syscall,
-    SYS_exit,          SYS_exit_group};
+    SYS_read,
+    SYS_pread64,
+    SYS_readv,
+    SYS_lseek,
+    SYS_write,
+    SYS_writev,
+    SYS_sendto,
+    SYS_close,
+    SYS_fstat,
+    SYS_newfstatat,
+    SYS_statx,
+    SYS_getdents64,
+    SYS_munmap,
+    SYS_mremap,
+    SYS_mprotect,
+    SYS_madvise,
+    SYS_brk,
+    SYS_futex,
+    SYS_sysinfo,
+    SYS_getrandom,
+    SYS_clock_gettime,
+    SYS_rt_sigprocmask,
+    SYS_rt_sigreturn,
+    SYS_restart_syscall,
+    SYS_exit,
+    SYS_exit_group,
+#ifdef AUTORESPONDER_SANITIZED
+    // By these the sanitizers find out what memory they may look at, and whose it is.
+    SYS_getpid,
+    SYS_gettid,
+    SYS_pipe2,
+    SYS_readlinkat,
+    SYS_rt_sigaction,
+    SYS_sched_yield,
+    SYS_sigaltstack,
+#ifdef SYS_pipe
+    SYS_pipe,
+    SYS_readlink,
+#endif
+#endif
+};
 
 // Opening a file for anything but reading what exists.
 constexpr std::uint32_t kMoreThanReading = O_ACCMODE | O_CREAT | O_TRUNC | O_APPEND | O_TMPFILE;

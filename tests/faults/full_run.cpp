@@ -77,13 +77,16 @@ void FullRun::SetUp() {
     }
     expected_ = {rehearse(plain_start()).mails};
     ASSERT_FALSE(HasFailure());
-    expected_.push_back(expected_[0]);
-    expected_[1][5].message = in_utf8(expected_[0][5].message);
     for (const std::string& file :
          {std::string("/var/qmail/control/databytes"), path_of("here", 1), path_of("here", 2)}) {
         fs::rename(file, file + ".away");
         expected_.push_back(rehearse(plain_start()).mails);
         fs::rename(file + ".away", file);
+    }
+    // Where calls of a kind go on failing, no charset can be loaded either.
+    for (const std::vector<Submission>& mails : std::vector(expected_)) {
+        expected_.push_back(mails);
+        expected_.back()[5].message = in_utf8(mails[5].message);
     }
 }
 
