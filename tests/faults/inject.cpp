@@ -104,14 +104,24 @@ void check(bool done, const char* what) {
     }
 }
 
+// A task has been killed while it was stopped; waitpid(2) will tell of its end.
+struct TaskIsGone {};
+
+void check_task(bool done, const char* what) {
+    if (!done && errno == ESRCH) {
+        throw TaskIsGone();
+    }
+    check(done, what);
+}
+
 Registers registers_of(pid_t task) {
     Registers registers{};
-    check(ptrace(PTRACE_GETREGS, task, nullptr, &registers) == 0, "PTRACE_GETREGS");
+    check_task(ptrace(PTRACE_GETREGS, task, nullptr, &registers) == 0, "PTRACE_GETREGS");
     return registers;
 }
 
 void set_registers(pid_t task, const Registers& registers) {
-    check(ptrace(PTRACE_SETREGS, task, nullptr, &registers) == 0, "PTRACE_SETREGS");
+    check_task(ptrace(PTRACE_SETREGS, task, nullptr, &registers) == 0, "PTRACE_SETREGS");
 }
 
 bool transfers(unsigned long call) {
@@ -138,6 +148,7 @@ class Tracer {
 
     void begin();
     void handle_stop(pid_t task, int status);
+    void handle_call(pid_t task);
     void go_on(pid_t task, int signal = 0);
     void enter(pid_t task);
     void leave(pid_t task);
@@ -193,18 +204,26 @@ void Tracer::handle_stop(pid_t task, int status) {
     } else if (event != 0) {
         go_on(task);
     } else if (signal == (SIGTRAP | 0x80)) {
-        __ptrace_syscall_info info{};
-        ptrace(PTRACE_GET_SYSCALL_INFO, task, sizeof info, &info);
+        handle_call(task);
+    } else {
+        // A new child begins with a SIGSTOP that nobody sent.
+        const bool is_new = std::exchange(tasks_[task].is_new, false);
+        go_on(task, is_new && signal == SIGSTOP ? 0 : signal);
+    }
+}
+
+void Tracer::handle_call(pid_t task) {
+    __ptrace_syscall_info info{};
+    ptrace(PTRACE_GET_SYSCALL_INFO, task, sizeof info, &info);
+    try {
         if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
             enter(task);
         } else {
             leave(task);
         }
         go_on(task);
-    } else {
-        // A new child begins with a SIGSTOP that nobody sent.
-        const bool is_new = std::exchange(tasks_[task].is_new, false);
-        go_on(task, is_new && signal == SIGSTOP ? 0 : signal);
+    } catch (const TaskIsGone&) {
+        tasks_[task].entered.reset();
     }
 }
 
