@@ -233,12 +233,12 @@ pid_t CapturedProcess::reader_of(const Program& program) {
     return reader;
 }
 
-pid_t CapturedProcess::waiting_reader_of(const Program& program) {
+pid_t CapturedProcess::waiting_reader_of(const Program& program, long call) {
     const pid_t reader = reader_of(program);
     EXPECT_TRUE(soon([&] {
-        std::ifstream call("/proc/" + std::to_string(reader) + "/syscall");
+        std::ifstream file("/proc/" + std::to_string(reader) + "/syscall");
         long number = -1;
-        return call >> number && number == SYS_read;
+        return file >> number && number == call;
     }));
     return reader;
 }

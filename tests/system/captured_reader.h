@@ -5,6 +5,7 @@
 // The fixture of tests that capture the processes in which what others have written is read, with a
 // charset of the C library's that does what a text says (hostile_charset.cpp).
 
+#include <sys/syscall.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -67,8 +68,8 @@ class CapturedProcess : public World {
 
     // A child of that process that is of the same program, as soon as there is one, or -1.
     static pid_t reader_of(const Program& program);
-    // The same as soon as it waits for its parent.
-    static pid_t waiting_reader_of(const Program& program);
+    // The same as soon as it is in that system call, by default waiting for its parent.
+    static pid_t waiting_reader_of(const Program& program, long call = SYS_read);
 
     // The users that the program finds, until the end of the test.
     static void replace_users(const std::string& passwd);

@@ -7,6 +7,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include <algorithm>
 #include <csignal>
@@ -307,6 +308,15 @@ TEST_F(CapturedReader, IsGivenUpWhenItStalls) {
     EXPECT_THAT(captured_mails(), IsEmpty());
 }
 
+TEST_F(CapturedReader, EndsWithTheRun) {
+    const Held held = hold();
+    go_on(held, "sleep-on-futex 100");
+    const pid_t reader = waiting_reader_of(*held.program, SYS_futex);
+    held.program->signal(SIGTERM);
+    EXPECT_EQ(settle(held).err, kSignalled);
+    EXPECT_TRUE(soon([&] { return kill(reader, 0) != 0; }));
+}
+
 TEST_F(CapturedReader, CrashEndsTheRunInOrder) {
     expect_unread("crash", "the reading process was ended by signal 11");
     expect_unread("end 0", "the reading process ended before it was done");
@@ -314,7 +324,9 @@ TEST_F(CapturedReader, CrashEndsTheRunInOrder) {
 }
 
 TEST_F(CapturedReader, ComplainsNoMoreThanItsShare) {
-    const Invocation invocation = invocation_for("complain-for-ever captured");
+    constexpr rlim_t most = 100UL * 1024 * 1024;  // so that a failure does not fill the memory
+    Invocation invocation = invocation_for("complain-for-ever captured");
+    invocation.limits = {{RLIMIT_FSIZE, most}};
     const Outcome outcome = run(invocation);
     EXPECT_THAT(outcome.err.substr(0, 100), StartsWith("captured\ncaptured\n"));
     EXPECT_THAT(outcome.err.substr(outcome.err.size() - 100),
@@ -371,9 +383,8 @@ TEST_F(CapturedReader, IsConfinedWhereTheProgramIsNotRootToo) {
 // How the reader looks from outside while it waits.
 class WaitingReader : public CapturedReader {
   protected:
-    void look(const std::string& passwd, const std::string& user, const std::string& group) {
-        replace_users(passwd);
-        const Held held = hold({.groups = {0, 4321}});
+    void look(const std::string& user, const std::string& group, const Invocation& how) {
+        const Held held = hold(how);
         go_on(held, "wait");
         const pid_t reader = waiting_reader_of(*held.program);
         const std::string directory = "/proc/" + std::to_string(reader);
@@ -384,10 +395,10 @@ class WaitingReader : public CapturedReader {
                   "Uid:" + four(user) + "Gid:" + four(group) +
                       "Groups:\nThreads:1\nCapInh:" + none + "CapPrm:" + none + "CapEff:" + none +
                       "CapAmb:" + none + "NoNewPrivs:1\nSeccomp:2\n");
-        // One that can be traced belongs to its user.
-        struct stat status {};
-        EXPECT_EQ(stat((directory + "/environ").c_str(), &status), 0);
-        EXPECT_EQ(status.st_uid, 0U);
+        // That of a process that can be traced belongs to its user.
+        struct stat environment {};
+        EXPECT_EQ(stat((directory + "/environ").c_str(), &environment), 0);
+        EXPECT_EQ(environment.st_uid, 0U);
         expect_own_descriptors(directory + "/fd");
         held.program->signal(SIGTERM);
         EXPECT_EQ(settle(held).err, kSignalled);
@@ -405,17 +416,24 @@ class WaitingReader : public CapturedReader {
         EXPECT_THAT(fs::read_symlink(directory / "1").string(), StartsWith("pipe:"));
         EXPECT_EQ(fs::read_symlink(directory / "1"), fs::read_symlink(directory / "2"));
     }
+
+    const Invocation with_groups_ = {.groups = {0, 4321}};
 };
 
 TEST_F(WaitingReader, RunsAsItsUserWithoutAnyRights) {
-    look(
+    replace_users(
         "root:x:0:0:root:/root:/bin/sh\n"
-        "_autoresponder:x:4711:4712::/nonexistent:/usr/sbin/nologin\n",
-        "4711", "4712");
+        "_autoresponder:x:4711:4712::/nonexistent:/usr/sbin/nologin\n");
+    look("4711", "4712", with_groups_);
 }
 
 TEST_F(WaitingReader, RunsAsNobodyWhereThatUserIsMissing) {
-    look("root:x:0:0:root:/root:/bin/sh\n", "65534", "65534");
+    replace_users("root:x:0:0:root:/root:/bin/sh\n");
+    look("65534", "65534", with_groups_);
+}
+
+TEST_F(WaitingReader, RunsAsTheUserOfAProgramThatIsNotRoot) {
+    look("65534", "65534", {.as_nobody = true});
 }
 
 }  // namespace
