@@ -5,7 +5,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <poll.h>
-#include <sched.h>
+#include <sched.h>  // IWYU pragma: keep; where there is no vfork(2)
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
