@@ -49,9 +49,9 @@ Descriptor take_descriptor(msghdr& header) {
 
 }  // namespace
 
-Result<SocketPair> make_socket_pair() {
+Result<SocketPair> make_socket_pair(int type) {
     std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == -1) {
+    if (socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends.data()) == -1) {
         return Errno{errno};
     }
     SocketPair pair{Descriptor(ends[0]), Descriptor(ends[1])};

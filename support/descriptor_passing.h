@@ -17,9 +17,9 @@ struct SocketPair {
     Descriptor second;
 };
 
-/// Makes two connected sockets that keep messages apart (SOCK_SEQPACKET) and are closed on
-/// execv(2). Like the ends of make_pipe, they have numbers above 2.
-Result<SocketPair> make_socket_pair();
+/// Makes two connected sockets of that type (unix(7)), which are closed on execv(2): SOCK_SEQPACKET
+/// keeps messages apart. Like the ends of make_pipe, they have numbers above 2.
+Result<SocketPair> make_socket_pair(int type);
 
 /// What arrived in one message.
 struct Message {

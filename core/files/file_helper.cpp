@@ -67,7 +67,7 @@ void FileHelper::stop() {
 }
 
 tolva::Result<void> FileHelper::start() {
-    tolva::Result<tolva::SocketPair> sockets = tolva::make_socket_pair();
+    tolva::Result<tolva::SocketPair> sockets = tolva::make_socket_pair(SOCK_SEQPACKET);
     if (!sockets) {
         return tolva::Errno{sockets.error()};
     }

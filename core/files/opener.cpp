@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
@@ -72,7 +73,7 @@ int lost(int error) {
 }  // namespace
 
 tolva::Result<Opener> Opener::start(const Suspect& suspect) {
-    tolva::Result<tolva::SocketPair> sockets = tolva::make_socket_pair();
+    tolva::Result<tolva::SocketPair> sockets = tolva::make_socket_pair(SOCK_SEQPACKET);
     if (!sockets) {
         return tolva::Errno{sockets.error()};
     }

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +25,7 @@
 #include "core/run/rights.h"
 #include "core/run/system_call_filter.h"
 #include "core/run/unprivileged_user.h"
+#include "support/descriptor_passing.h"
 #include "support/result.h"
 
 namespace autoresponder {
@@ -136,19 +138,6 @@ void live(std::size_t size, pid_t parent, const std::function<void(ConfinedEnd&)
     [[maybe_unused]] const auto sent = end.out().flush();
 }
 
-struct SocketPair {
-    tolva::Descriptor own;
-    tolva::Descriptor others;
-};
-
-tolva::Result<SocketPair> make_sockets() {
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-        return tolva::Errno{errno};
-    }
-    return SocketPair{tolva::Descriptor(ends[0]), tolva::Descriptor(ends[1])};
-}
-
 [[noreturn]] void fail_to_start(int error) {
     throw ConfinedProcessError("the reading process cannot be started: " + error_text(error));
 }
@@ -183,6 +172,7 @@ Item ConfinedEnd::next() {
 
 ConfinedProcess::ConfinedProcess(std::size_t size, const std::function<void(ConfinedEnd&)>& work)
     : size_(size),
+      waiting_(most_waiting_for(size)),
       socket_(start(work)),
       out_(socket_.get(),
            [this] {
@@ -192,7 +182,7 @@ ConfinedProcess::ConfinedProcess(std::size_t size, const std::function<void(Conf
       in_([this](std::span<char> bytes) { return receive(bytes); }) {}
 
 tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>& work) {
-    tolva::Result<SocketPair> sockets = make_sockets();
+    tolva::Result<tolva::SocketPair> sockets = tolva::make_socket_pair(SOCK_STREAM);
     if (!sockets) {
         fail_to_start(sockets.error());
     }
@@ -206,7 +196,7 @@ tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>
     }
     const pid_t parent = getpid();
     tolva::Result<ForkedProcess> process = ForkedProcess::start(
-        {.in = sockets->others.get(), .out = output->get(), .err = pipe->write_end.get()},
+        {.in = sockets->second.get(), .out = output->get(), .err = pipe->write_end.get()},
         [&] { live(size_, parent, work); });
     if (!process) {
         fail_to_start(process.error());
@@ -214,7 +204,7 @@ tolva::Descriptor ConfinedProcess::start(const std::function<void(ConfinedEnd&)>
     process_.emplace(std::move(*process));
     complaints_ = std::move(pipe->read_end);
     fcntl(complaints_.get(), F_SETFL, O_NONBLOCK);
-    return std::move(sockets->own);
+    return std::move(sockets->first);
 }
 
 void ConfinedProcess::flush() {
@@ -262,21 +252,18 @@ std::size_t ConfinedProcess::receive(std::span<char> bytes) {
     }
 }
 
-// Counts all the time that passes here: a process that is never silent for long could go on for
-// ever.
+// All waiting counts: a process that is never silent for long could go on for ever.
 void ConfinedProcess::wait_for(std::span<pollfd> streams) {
-    using std::chrono::steady_clock;
-    const std::chrono::seconds most = most_waiting_for(size_);
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(most - waited_).count();
-    const steady_clock::time_point begin = steady_clock::now();
-    const long ready = TEMP_FAILURE_RETRY(
-        poll(streams.data(), streams.size(), static_cast<int>(std::max<long>(left, 0))));
-    waited_ += steady_clock::now() - begin;
-    if (ready <= 0) {
-        process_->kill();
-        throw ConfinedProcessError("the reading process was not done after " +
-                                   std::to_string(most.count()) + " s");
+    const tolva::Result<void> waited = waiting_.wait_for(streams);
+    if (waited) {
+        return;
     }
+    process_->kill();
+    throw ConfinedProcessError(waited.error() == ETIMEDOUT
+                                   ? "the reading process was not done after " +
+                                         std::to_string(most_waiting_for(size_).count()) + " s"
+                                   : "the reading process cannot be waited for: " +
+                                         error_text(waited.error()));
 }
 
 bool ConfinedProcess::is_within_share(std::size_t count) {

@@ -4,7 +4,6 @@
 
 #include <poll.h>
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -17,6 +16,7 @@
 
 #include "core/run/forked_process.h"
 #include "core/run/items.h"
+#include "core/run/waiting_time.h"
 #include "support/descriptor.h"
 
 namespace autoresponder {
@@ -89,7 +89,7 @@ class ConfinedProcess {
 
     std::size_t size_;
     std::size_t received_ = 0;
-    std::chrono::steady_clock::duration waited_{};
+    WaitingTime waiting_;
     tolva::Descriptor complaints_;
     std::optional<ForkedProcess> process_;
     tolva::Descriptor socket_;

@@ -2,7 +2,10 @@
 
 #pragma once
 
+#include <poll.h>
+
 #include <chrono>
+#include <span>
 
 #include "support/result.h"
 
@@ -16,8 +19,11 @@ class WaitingTime {
 
     explicit WaitingTime(Duration duration) : left_(duration) {}
 
-    /// Waits until there is something to read from the descriptor, or its other end is closed
-    /// (poll(2)). ETIMEDOUT when the time has run out; then, and from then on, without waiting.
+    /// Waits until something happens to one of the streams (poll(2), which also describes them).
+    /// ETIMEDOUT when the time has run out; then, and from then on, without waiting.
+    tolva::Result<void> wait_for(std::span<pollfd> streams);
+
+    /// Waits until there is something to read from the descriptor, or its other end is closed.
     tolva::Result<void> wait_for_input(int descriptor);
 
     void extend(Duration duration) { left_ += duration; }

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,7 +22,7 @@ namespace {
 class Messages : public testing::Test {
   protected:
     void SetUp() override {
-        tolva::Result<tolva::SocketPair> pair = tolva::make_socket_pair();
+        tolva::Result<tolva::SocketPair> pair = tolva::make_socket_pair(SOCK_SEQPACKET);
         ASSERT_TRUE(pair);
         sockets_ = std::move(*pair);
     }
@@ -80,7 +81,7 @@ TEST_F(Messages, CannotBeSentWhereThereIsNoSocket) {
 TEST(SocketPair, HasNumbersAboveTheStandardStreams) {
     const ChildRun run = run_in_child([] {
         close(STDIN_FILENO);
-        const auto pair = tolva::make_socket_pair();
+        const auto pair = tolva::make_socket_pair(SOCK_SEQPACKET);
         note(pair->first.get() > 2, pair->second.get() > 2);
         note(fcntl(pair->first.get(), F_GETFD), fcntl(pair->second.get(), F_GETFD));
     });
@@ -91,7 +92,7 @@ TEST(SocketPair, CannotBeHadWithoutDescriptors) {
     const ChildRun run = run_in_child([] {
         const rlimit few{3, 3};
         setrlimit(RLIMIT_NOFILE, &few);
-        note(tolva::make_socket_pair().error() == EMFILE);
+        note(tolva::make_socket_pair(SOCK_SEQPACKET).error() == EMFILE);
     });
     EXPECT_EQ(run.noted, "true\n");
 }
