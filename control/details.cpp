@@ -57,6 +57,19 @@ void tell_details(ItemWriter& out, const DwString& text, const Story& story) {
     tell_near_misses(out, *message, story);
 }
 
+[[noreturn]] void fail(const std::string& reason) {
+    throw Failure("the message cannot be looked into: " + reason);
+}
+
+// What an item adds to, which another item must have begun.
+template <typename Begun>
+Begun& last_of(std::vector<Begun>& all) {
+    if (all.empty()) {
+        fail("the reading process gave an answer that makes no sense");
+    }
+    return all.back();
+}
+
 void add(MessageDetails& details, const Item& item) {
     switch (item.kind) {
         case kTextType:
@@ -66,16 +79,16 @@ void add(MessageDetails& details, const Item& item) {
             details.parts.push_back({.type = {}, .is_multipart = number_in(item) == 1});
             break;
         case kPartType:
-            details.parts.at(details.parts.size() - 1).type += item.bytes;
+            last_of(details.parts).type += item.bytes;
             break;
         case kResponder:
             details.near_misses.emplace_back();
             break;
         case kNearMiss:
-            details.near_misses.at(details.near_misses.size() - 1) += item.bytes;
+            last_of(details.near_misses) += item.bytes;
             break;
         default:
-            throw Failure("the message cannot be looked into: no such detail");
+            fail("the reading process gave an answer that makes no sense");
     }
 }
 
@@ -90,7 +103,7 @@ MessageDetails details_of(const DwString& text, const Story& story) {
             add(details, *item);
         }
     } catch (const ConfinedProcessError& error) {
-        throw Failure(std::string("the message cannot be looked into: ") + error.what());
+        fail(error.what());
     }
     details.near_misses.resize(story.responders.size());
     return details;
