@@ -74,6 +74,23 @@ TEST_F(Check, FindsThatTheUserIsMissingThatMessagesAreReadAs) {
     EXPECT_EQ(to_do(), "");
 }
 
+TEST_F(Check, SaysWhatTheKernelLacksToConfineTheProcessThatReads) {
+    const auto reader = [](const Invocation& invocation) {
+        std::istringstream out(control(invocation).out);
+        std::string line;
+        while (std::getline(out, line) && !line.starts_with("good  reader ")) {
+        }
+        return line;
+    };
+    const std::string read_so = "good  reader        messages are read as _autoresponder";
+    EXPECT_EQ(reader({.hide_landlock = true, .hide_filters = true, .arguments = {"check"}}),
+              read_so +
+                  ", but the kernel cannot filter system calls (seccomp)"
+                  " nor confine the access to files (Landlock)");
+    EXPECT_THAT(reader({.hide_landlock = true, .arguments = {"check"}}),
+                testing::EndsWith(" confine the access to files (Landlock)"));
+}
+
 TEST_F(Check, FindsDirectoriesAndFilesThatAreMissing) {
     std::filesystem::remove("/var/qmail/mailnames");
     EXPECT_THAT(to_do(),
