@@ -8,20 +8,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/core/sample_message.h"
+
 namespace {
 
 using namespace autoresponder;
 using namespace std::string_literals;
-
-constexpr const char* kMessage =
-    "Reply-To: Ann <Ann@b.org>\n"
-    "From: ben@c.org\n"
-    "Date: Mon, 3 Mar 2025\n 10:00:00 +0100 (CET)\n"
-    "Subject: =?iso-8859-1?Q?caf=E9?= at noon\n"
-    "Content-Type: text/plain; charset=ISO-8859-1\n"
-    "Content-Transfer-Encoding: quoted-printable\n"
-    "\n"
-    "na=EFve\nsecond";
 
 class Text : public TextSink {
   public:
@@ -58,15 +50,7 @@ Analysis analysis_of(const std::string& bytes, const char* recipient = "",
 TEST(MessageAnalysis, FillsEveryField) {
     const Analysis analysis = analysis_of(kMessage, "info@client@example");
     ASSERT_EQ(analysis.message.objection, nullptr);
-    const Mail_content& mail = analysis.message.content;
-    EXPECT_EQ(mail.from, "Ann@b.org");
-    EXPECT_EQ(mail.to, "info@client@example");
-    EXPECT_EQ(mail.to_mailname, "info");
-    EXPECT_EQ(mail.to_domain, "client@example");
-    EXPECT_EQ(mail.subject, "caf\xC3\xA9 at noon");
-    EXPECT_EQ(mail.date, "Mon, 3 Mar 2025\n 10:00:00 +0100 (CET)");
-    EXPECT_EQ(mail.charset, "ISO-8859-1");
-    EXPECT_EQ(analysis.text, "na\xC3\xAFve\nsecond");
+    expect_fields_of_message(analysis.message.content, analysis.text);
 }
 
 TEST(MessageAnalysis, OfABareMessageHasItsDefaults) {
